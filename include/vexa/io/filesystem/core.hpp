@@ -1,0 +1,14 @@
+#pragma once
+
+// Everything a host built-in needs from the filesystem core, with the platform types
+// its signatures use.
+
+#include <fl/filesystem.hpp>
+#include <fl/i18n.hpp>
+#include <fl/ustring.hpp>
+#include <foundation/core/except/Exception.hpp>
+#include <foundation/core/except/IException.hpp>
+#include <resource_core/BaseMsgID.hpp>
+
+#include <vexa/io/filesystem/core/errors.hpp>
+#include <vexa/io/filesystem/core/path_predicates.hpp>

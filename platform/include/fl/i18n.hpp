@@ -1,0 +1,19 @@
+#pragma once
+
+#include <fl/ustring.hpp>
+
+#include <string>
+#include <string_view>
+
+namespace fl::i18n {
+
+// UTF-8 to UTF-16. Never throws (apart from allocation). A byte that is not part of a
+// well-formed UTF-8 sequence becomes the lone surrogate U+DC00 + byte, so every Linux
+// file name survives the round trip through to_string.
+ustring to_ustring(std::string_view utf8);
+
+// UTF-16 to UTF-8. Never throws (apart from allocation). U+DC80..U+DCFF become the byte
+// they escape; any other lone surrogate is written in its three-byte generalised form.
+std::string to_string(ustring_view utf16);
+
+} // namespace fl::i18n

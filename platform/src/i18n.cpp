@@ -1,0 +1,165 @@
+#include <fl/i18n.hpp>
+
+#include <cstdint>
+#include <cstring>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
+namespace fl::i18n {
+namespace {
+
+constexpr char16_t escapeBase = 0xDC00;
+
+bool isContinuation(unsigned char b) {
+    return (b & 0xC0) == 0x80;
+}
+
+// Widens the longest all-ASCII prefix of [in, in + n) and returns its length. Paths are
+// nearly always ASCII, so this loop carries most of the work.
+std::size_t widenAscii(const unsigned char* in, std::size_t n, char16_t* out) {
+    std::size_t i = 0;
+#if defined(__SSE2__)
+    const __m128i zero = _mm_setzero_si128();
+    for (; i + 16 <= n; i += 16) {
+        __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + i));
+        if (_mm_movemask_epi8(bytes) != 0)
+            break;
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(out + i), _mm_unpacklo_epi8(bytes, zero));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(out + i + 8), _mm_unpackhi_epi8(bytes, zero));
+    }
+#endif
+    for (; i < n && in[i] < 0x80; ++i)
+        out[i] = in[i];
+    return i;
+}
+
+// Narrows the longest all-ASCII prefix of [in, in + n) and returns its length.
+std::size_t narrowAscii(const char16_t* in, std::size_t n, char* out) {
+    std::size_t i = 0;
+#if defined(__SSE2__)
+    const __m128i nonAscii = _mm_set1_epi16(static_cast<short>(0xFF80));
+    for (; i + 16 <= n; i += 16) {
+        __m128i lo = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + i));
+        __m128i hi = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + i + 8));
+        __m128i high = _mm_and_si128(_mm_or_si128(lo, hi), nonAscii);
+        if (_mm_movemask_epi8(_mm_cmpeq_epi16(high, _mm_setzero_si128())) != 0xFFFF)
+            break;
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(out + i), _mm_packus_epi16(lo, hi));
+    }
+#endif
+    for (; i < n && in[i] < 0x80; ++i)
+        out[i] = static_cast<char>(in[i]);
+    return i;
+}
+
+// Decodes one well-formed multi-byte sequence starting at in[0] (a byte >= 0x80).
+// Returns its length, or 0 when the bytes do not form one (overlong forms, encoded
+// surrogates, values above U+10FFFF and truncated sequences are all refused).
+std::size_t decodeSequence(const unsigned char* in, std::size_t n, char32_t& cp) {
+    const unsigned char b0 = in[0];
+    if (b0 >= 0xC2 && b0 <= 0xDF) {
+        if (n < 2 || !isContinuation(in[1]))
+            return 0;
+        cp = (char32_t(b0 & 0x1F) << 6) | (in[1] & 0x3F);
+        return 2;
+    }
+    if (b0 >= 0xE0 && b0 <= 0xEF) {
+        if (n < 3 || !isContinuation(in[1]) || !isContinuation(in[2]))
+            return 0;
+        if ((b0 == 0xE0 && in[1] < 0xA0) || (b0 == 0xED && in[1] >= 0xA0))
+            return 0; // overlong, or a surrogate
+        cp = (char32_t(b0 & 0x0F) << 12) | (char32_t(in[1] & 0x3F) << 6) | (in[2] & 0x3F);
+        return 3;
+    }
+    if (b0 >= 0xF0 && b0 <= 0xF4) {
+        if (n < 4 || !isContinuation(in[1]) || !isContinuation(in[2]) || !isContinuation(in[3]))
+            return 0;
+        if ((b0 == 0xF0 && in[1] < 0x90) || (b0 == 0xF4 && in[1] >= 0x90))
+            return 0; // overlong, or above U+10FFFF
+        cp = (char32_t(b0 & 0x07) << 18) | (char32_t(in[1] & 0x3F) << 12) |
+             (char32_t(in[2] & 0x3F) << 6) | (in[3] & 0x3F);
+        return 4;
+    }
+    return 0;
+}
+
+} // namespace
+
+ustring to_ustring(std::string_view utf8) {
+    const auto* in = reinterpret_cast<const unsigned char*>(utf8.data());
+    const std::size_t n = utf8.size();
+    // No sequence yields more code units than it has bytes.
+    ustring result(n, u'\0');
+    char16_t* out = result.data();
+    std::size_t i = 0;
+    std::size_t o = 0;
+    while (i < n) {
+        const std::size_t ascii = widenAscii(in + i, n - i, out + o);
+        i += ascii;
+        o += ascii;
+        if (i == n)
+            break;
+        char32_t cp = 0;
+        const std::size_t len = decodeSequence(in + i, n - i, cp);
+        if (len == 0) {
+            out[o++] = static_cast<char16_t>(escapeBase + in[i]);
+            ++i;
+        } else if (cp >= 0x10000) {
+            cp -= 0x10000;
+            out[o++] = static_cast<char16_t>(0xD800 + (cp >> 10));
+            out[o++] = static_cast<char16_t>(0xDC00 + (cp & 0x3FF));
+            i += len;
+        } else {
+            out[o++] = static_cast<char16_t>(cp);
+            i += len;
+        }
+    }
+    result.resize(o);
+    return result;
+}
+
+std::string to_string(ustring_view utf16) {
+    const char16_t* in = utf16.data();
+    const std::size_t n = utf16.size();
+    // Three bytes per code unit is the most any unit needs (a pair takes four for two).
+    std::string result(n * 3, '\0');
+    char* out = result.data();
+    std::size_t i = 0;
+    std::size_t o = 0;
+    auto put = [&](unsigned value) { out[o++] = static_cast<char>(value); };
+    while (i < n) {
+        const std::size_t ascii = narrowAscii(in + i, n - i, out + o);
+        i += ascii;
+        o += ascii;
+        if (i == n)
+            break;
+        const char32_t c = in[i];
+        if (c < 0x800) {
+            put(0xC0 | (c >> 6));
+            put(0x80 | (c & 0x3F));
+            ++i;
+        } else if (c >= 0xD800 && c <= 0xDBFF && i + 1 < n && in[i + 1] >= 0xDC00 &&
+                   in[i + 1] <= 0xDFFF) {
+            const char32_t cp = 0x10000 + ((c - 0xD800) << 10) + (in[i + 1] - 0xDC00);
+            put(0xF0 | (cp >> 18));
+            put(0x80 | ((cp >> 12) & 0x3F));
+            put(0x80 | ((cp >> 6) & 0x3F));
+            put(0x80 | (cp & 0x3F));
+            i += 2;
+        } else if (c >= 0xDC80 && c <= 0xDCFF) {
+            put(c - escapeBase); // an escaped byte goes back to being that byte
+            ++i;
+        } else {
+            put(0xE0 | (c >> 12));
+            put(0x80 | ((c >> 6) & 0x3F));
+            put(0x80 | (c & 0x3F));
+            ++i;
+        }
+    }
+    result.resize(o);
+    return result;
+}
+
+} // namespace fl::i18n

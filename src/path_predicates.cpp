@@ -1,0 +1,95 @@
+#include <vexa/io/filesystem/core/path_predicates.hpp>
+
+#include "path_constants.hpp"
+
+#include <fl/filesystem.hpp>
+#include <foundation/core/except/Exception.hpp>
+
+#include <algorithm>
+#include <cerrno>
+
+namespace vexa::io::filesystem::core {
+namespace {
+
+bool startsWith(fl::ustring_view text, fl::ustring_view prefix) {
+    return text.substr(0, prefix.size()) == prefix;
+}
+
+bool isAsciiLetter(char16_t c) {
+    return (c >= u'A' && c <= u'Z') || (c >= u'a' && c <= u'z');
+}
+
+} // namespace
+
+void makeLowerCase(fl::ustring& text) {
+    // ASCII only, whatever the process locale: every case-insensitive comparison of the
+    // path and rule functions must answer the same on every host.
+    for (char16_t& c : text)
+        if (c >= u'A' && c <= u'Z')
+            c = static_cast<char16_t>(c + (u'a' - u'A'));
+}
+
+bool isUNCPath(const fl::ustring& path) {
+    return path.size() >= 5 && startsWith(path, uncPrefix);
+}
+
+bool isLongPath(const fl::ustring& path) {
+    return startsWith(path, longPathPrefix);
+}
+
+bool getIsAbsolute(const fl::ustring& path, bool isURL, FileSystemType type) {
+    if (isURL)
+        return true;
+    if (type == FileSystemType::Windows) {
+        // Only the last colon counts: "C:\a:b" is not taken for a drive path.
+        const std::size_t colon = path.rfind(u':');
+        if (colon == 1 && isAsciiLetter(path[0]))
+            return true;
+        return isUNCPath(path) || isLongPath(path);
+    }
+    return !path.empty() && path[0] == forwardSlashSeparator[0];
+}
+
+bool hasHttpPrefix(const fl::ustring& path) {
+    if (path.size() < httpPrefix.size())
+        return false;
+    fl::ustring head = path.substr(0, std::min(path.size(), httpsPrefix.size()));
+    makeLowerCase(head);
+    return startsWith(head, httpPrefix) || startsWith(head, httpsPrefix);
+}
+
+fl::ustring getExtension(const fl::ustring& path) {
+    const std::size_t dot = path.rfind(u'.');
+    return dot == fl::ustring::npos ? fl::ustring() : path.substr(dot);
+}
+
+fl::ustring getPathType(const fl::ustring& path, bool isURL, FileSystemType type) {
+    if (!isURL)
+        return type == FileSystemType::Unix || type == FileSystemType::UrlAsUnix ? u"Unix"
+                                                                                 : u"Windows";
+    // URLs are classified by their scheme, which takes the IRI layer.
+    throw foundation::core::except::Exception<foundation::core::except::IInternalException>(
+        "URL classification is not available yet: " + fl::i18n::to_string(path));
+}
+
+bool checkIfPathEndsWithWindowsShortcut(const fl::ustring&) {
+    return false;
+}
+
+int platformSpecificErrorCode() {
+    return ELOOP;
+}
+
+LinkStatus isSymlink(const fl::ustring& path) {
+    try {
+        const auto own = fl::filesystem::symlink_status(path);
+        if ((own.mode() & fl::filesystem::file_status::file_type_mask) ==
+            fl::filesystem::file_status::symlink_file)
+            return LinkStatus::IsLink;
+    } catch (...) {
+        // An unreadable status is answered as "not a link".
+    }
+    return LinkStatus::NotLink;
+}
+
+} // namespace vexa::io::filesystem::core

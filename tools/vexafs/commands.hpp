@@ -1,0 +1,10 @@
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+namespace vexafs {
+
+// Each family of the library adds its commands here.
+void addClassifyCommand(CLI::App& app);
+
+} // namespace vexafs
