@@ -3,7 +3,11 @@
 #include <fl/i18n.hpp>
 
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
+#include <memory>
+
+#include <unistd.h>
 
 namespace fl::filesystem {
 namespace {
@@ -26,6 +30,25 @@ struct stat statOrThrow(const ustring& path, bool followLinks) {
     return st;
 }
 
+// Owns a buffer that the C library allocated with malloc.
+struct FreeDeleter {
+    void operator()(char* p) const noexcept { std::free(p); }
+};
+using MallocText = std::unique_ptr<char, FreeDeleter>;
+
+constexpr char16_t separator = u'/';
+
+// The system would read a path only up to its first U+0000, so such a path is refused
+// whole rather than cut short.
+void refuseNul(const ustring& path) {
+    if (path.find(u'\0') != ustring::npos)
+        throw SystemError(EINVAL, path);
+}
+
+bool endsWithSeparator(ustring_view path) {
+    return !path.empty() && path.back() == separator;
+}
+
 } // namespace
 
 FsysExceptionBase::FsysExceptionBase(int error, ustring path)
@@ -34,9 +57,42 @@ FsysExceptionBase::FsysExceptionBase(int error, ustring path)
 namespace detail {
 
 std::string to_native(const ustring& path) {
-    if (path.find(u'\0') != ustring::npos)
-        throw SystemError(EINVAL, path);
+    refuseNul(path);
     return fl::i18n::to_string(path);
+}
+
+bool is_absolute(ustring_view path) {
+    return !path.empty() && path.front() == separator;
+}
+
+ustring make_native_form(ustring_view path, bool removeTrailingSeparator) {
+    ustring native;
+    native.reserve(path.size());
+    for (const char16_t c : path)
+        if (c != separator || !endsWithSeparator(native))
+            native += c;
+    if (removeTrailingSeparator && native.size() > 1 && endsWithSeparator(native))
+        native.pop_back();
+    return native;
+}
+
+ustring extract_parent_path(ustring_view path) {
+    std::size_t last = path.find_last_of(separator);
+    if (last == ustring_view::npos)
+        return {};
+    // A separator run ends the parent too: "a//b" has the parent "a".
+    const std::size_t end = path.find_last_not_of(separator, last);
+    if (end == ustring_view::npos)
+        return last + 1 == path.size() ? ustring() : ustring(1, separator);
+    return ustring(path.substr(0, end + 1));
+}
+
+ustring extract_filename(ustring_view path) {
+    const std::size_t last = path.find_last_of(separator);
+    const ustring_view name = last == ustring_view::npos ? path : path.substr(last + 1);
+    if (name.find(u'*') != ustring_view::npos)
+        return extract_parent_path(path);
+    return ustring(name);
 }
 
 void throwErrno(int error, const ustring& path) {
@@ -72,6 +128,37 @@ file_status status(const ustring& path) {
 
 file_status symlink_status(const ustring& path) {
     return file_status(statOrThrow(path, false).st_mode);
+}
+
+ustring get_current_path() {
+    // glibc sizes the buffer itself, so a deep current folder is never cut short.
+    const MallocText cwd(::getcwd(nullptr, 0));
+    if (!cwd)
+        detail::throwErrno(errno, u".");
+    return fl::i18n::to_ustring(cwd.get());
+}
+
+ustring absolute(const ustring& path, const ustring& base) {
+    // Refused here as the system calls would refuse it, so the result is always a path
+    // that can be used.
+    refuseNul(path);
+    refuseNul(base);
+    if (path.empty())
+        detail::throwErrno(ENOENT, path);
+    if (detail::is_absolute(path))
+        return path;
+    ustring joined = base.empty() ? get_current_path() : absolute(base);
+    if (!endsWithSeparator(joined))
+        joined += separator;
+    return joined + path;
+}
+
+ustring canonical(const ustring& path, const ustring& base) {
+    const ustring full = base.empty() || path.empty() ? path : absolute(path, base);
+    const MallocText resolved(::realpath(detail::to_native(full).c_str(), nullptr));
+    if (!resolved)
+        detail::throwErrno(errno, path);
+    return fl::i18n::to_ustring(resolved.get());
 }
 
 } // namespace fl::filesystem

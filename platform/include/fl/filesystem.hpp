@@ -80,7 +80,43 @@ file_status status(const ustring& path);
 // The status of the path itself, without following a final link (lstat).
 file_status symlink_status(const ustring& path);
 
+// --- native paths ------------------------------------------------------------------------
+struct upath_constant {
+    // The one separator of native paths; a backslash is an ordinary character here.
+    inline static const ustring PATHNAME_SEPARATOR = u"/";
+};
+
+// The process's current folder, as the system reports it (no links in it).
+ustring get_current_path();
+
+// `path` joined to `base` when it is relative; an absolute `path` comes back as it is.
+// An empty base means the current folder; a relative base is first made absolute against
+// the current folder. Purely lexical: no "." or ".." folding, no link resolved. An empty
+// path names nothing and throws PathNotFound, as the system calls do.
+ustring absolute(const ustring& path, const ustring& base = {});
+
+// The path with every link, "." and ".." resolved, as realpath(3) does. A relative path
+// is taken from `base` (empty: the current folder). A missing item throws PathNotFound,
+// a loop of links SystemError(ELOOP).
+ustring canonical(const ustring& path, const ustring& base = {});
+
 namespace detail {
+
+// Starts at the root.
+bool is_absolute(ustring_view path);
+
+// Runs of separators become one; with `removeTrailingSeparator`, a trailing separator is
+// dropped unless the path is the root. "" stays "".
+ustring make_native_form(ustring_view path, bool removeTrailingSeparator);
+
+// The text before the last separator, without the separators that end it: "/" for "/x",
+// "/a" for "/a/b", "" for "x" and for "/".
+ustring extract_parent_path(ustring_view path);
+
+// The text after the last separator: "b" for "/a/b", "" for "/" and for "a/". A last
+// component holding "*" is a listing pattern, not a name: what it designates is the folder
+// it lists, so "/data/*" gives "/data" and "*" gives "" (the current folder).
+ustring extract_filename(ustring_view path);
 
 // The path as the bytes the system calls take. A path holding U+0000 would be cut short
 // by the system, so it is refused with SystemError(EINVAL).

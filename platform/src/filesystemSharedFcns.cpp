@@ -1,0 +1,110 @@
+#include <fl/filesystemSharedFcns.hpp>
+
+#include <fl/filesystem.hpp>
+
+#include <vector>
+
+namespace filesystemSharedFcns {
+namespace {
+
+namespace fs = fl::filesystem;
+
+constexpr fl::ustring_view currentFolder = u".";
+constexpr fl::ustring_view parentFolder = u"..";
+
+// A path as text: whether it starts at the root, its names, and whether it ends with a
+// separator. Views into the caller's string, which must outlive it.
+struct LexicalPath {
+    bool rooted = false;
+    bool trailingSeparator = false;
+    std::vector<fl::ustring_view> names;
+};
+
+LexicalPath parse(fl::ustring_view path) {
+    LexicalPath parsed;
+    parsed.rooted = !path.empty() && isPathSeparator(path.front());
+    std::size_t pos = 0;
+    while (pos < path.size()) {
+        std::size_t end = pos;
+        while (end < path.size() && !isPathSeparator(path[end]))
+            ++end;
+        if (end > pos)
+            parsed.names.push_back(path.substr(pos, end - pos));
+        pos = end + 1;
+    }
+    parsed.trailingSeparator = path.size() > 1 && isPathSeparator(path.back());
+    return parsed;
+}
+
+// A path whose names all folded away is the root, or the current folder "."; only an
+// empty text stays empty.
+fl::ustring render(const LexicalPath& parsed, bool wasEmpty) {
+    fl::ustring text = parsed.rooted ? fs::upath_constant::PATHNAME_SEPARATOR : fl::ustring();
+    for (std::size_t i = 0; i < parsed.names.size(); ++i) {
+        if (i > 0)
+            text += fs::upath_constant::PATHNAME_SEPARATOR;
+        text += parsed.names[i];
+    }
+    if (parsed.trailingSeparator && !parsed.names.empty())
+        text += fs::upath_constant::PATHNAME_SEPARATOR;
+    if (text.empty() && !wasEmpty)
+        return fl::ustring(currentFolder);
+    return text;
+}
+
+} // namespace
+
+bool exists(const fl::ustring& path) {
+    try {
+        // status answers for a dangling link with the link itself: nothing usable is there.
+        return fs::status(path).type() != fs::file_status::symlink_file;
+    } catch (const fs::PathNotFound&) {
+        return false;
+    }
+}
+
+bool isDir(const fl::ustring& path) {
+    try {
+        return fs::status(path).type() == fs::file_status::directory_file;
+    } catch (const fs::FsysExceptionBase&) {
+        return false;
+    }
+}
+
+bool isPathSeparator(const char16_t& c) {
+    return c == fs::upath_constant::PATHNAME_SEPARATOR.front();
+}
+
+void handleSingleDots(fl::ustring& path) {
+    LexicalPath parsed = parse(path);
+    std::erase(parsed.names, currentFolder);
+    path = render(parsed, path.empty());
+}
+
+void handleDotDots(fl::ustring& path) {
+    const LexicalPath parsed = parse(path);
+    LexicalPath folded = parsed;
+    folded.names.clear();
+    for (const fl::ustring_view name : parsed.names) {
+        if (name == currentFolder)
+            continue;
+        if (name != parentFolder) {
+            folded.names.push_back(name);
+        } else if (!folded.names.empty() && folded.names.back() != parentFolder) {
+            folded.names.pop_back();
+        } else if (!parsed.rooted) {
+            // Nothing left to fold against: a relative path climbs above its start.
+            folded.names.push_back(name);
+        }
+        // Rooted: the root is its own parent.
+    }
+    path = render(folded, path.empty());
+}
+
+void replaceSlashesOnWindows(fl::ustring&) {}
+
+bool startsWithSlashSlashOnWindows(const fl::ustring&) {
+    return false;
+}
+
+} // namespace filesystemSharedFcns
