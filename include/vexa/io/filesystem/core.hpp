@@ -10,5 +10,7 @@
 #include <foundation/core/except/IException.hpp>
 #include <resource_core/BaseMsgID.hpp>
 
+#include <vexa/io/filesystem/core/absolute_paths.hpp>
 #include <vexa/io/filesystem/core/errors.hpp>
 #include <vexa/io/filesystem/core/path_predicates.hpp>
+#include <vexa/io/filesystem/core/replacement_rules.hpp>

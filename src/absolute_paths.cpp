@@ -1,0 +1,75 @@
+#include <vexa/io/filesystem/core/absolute_paths.hpp>
+
+#include <vexa/io/filesystem/core/path_predicates.hpp>
+
+#include <fl/filesystem.hpp>
+#include <fl/filesystemSharedFcns.hpp>
+
+namespace vexa::io::filesystem::core {
+namespace {
+
+namespace fs = fl::filesystem;
+namespace shared = filesystemSharedFcns;
+
+enum class Resolution { Canonical, AbsoluteOnly };
+
+// Puts `path` in the best form the file system allows: canonical when the item exists
+// (if asked), otherwise only absolute. A failure leaves `path` as it was, because the
+// caller still has a usable text and the storage layer reports a missing item better.
+void resolve(fl::ustring& path, Resolution resolution) {
+    try {
+        if (resolution == Resolution::Canonical && shared::exists(path)) {
+            // No fallback to absolute here: an item that is there but cannot be resolved
+            // (a folder on its way became unreadable) keeps the text the caller gave.
+            path = fs::canonical(path, {});
+            return;
+        }
+        path = fs::absolute(path, {});
+    } catch (const fs::FsysExceptionBase&) {
+    }
+}
+
+// The name a path ends with, as it is. extract_filename reads a last component holding
+// "*" as a listing pattern, but a link may well have "*" in its name.
+fl::ustring lastName(const fl::ustring& nativePath) {
+    const std::size_t last = nativePath.rfind(fs::upath_constant::PATHNAME_SEPARATOR);
+    return last == fl::ustring::npos ? nativePath : nativePath.substr(last + 1);
+}
+
+// The link itself is kept; only the folder that holds it is resolved.
+void resolveFolderOfLink(fl::ustring& path) {
+    const fl::ustring native = path.empty() ? path : fs::detail::make_native_form(path, true);
+    fl::ustring parent = fs::detail::extract_parent_path(native);
+    if (parent.empty()) {
+        try {
+            parent = fs::get_current_path();
+        } catch (const fs::FsysExceptionBase&) {
+            return; // the current folder is gone: nothing better than the text given
+        }
+    } else {
+        resolve(parent, Resolution::Canonical);
+    }
+    if (!parent.ends_with(fs::upath_constant::PATHNAME_SEPARATOR))
+        parent += fs::upath_constant::PATHNAME_SEPARATOR;
+    path = parent + lastName(native);
+}
+
+} // namespace
+
+void relativeToAbsolute(fl::ustring& path, ResolveSymbolicLinks resolveLinks, bool) {
+    shared::replaceSlashesOnWindows(path);
+    if (shared::startsWithSlashSlashOnWindows(path))
+        return;
+    if (isSymlink(path) != LinkStatus::IsLink ||
+        resolveLinks == ResolveSymbolicLinks::FollowLinks) {
+        resolve(path, Resolution::Canonical);
+        return;
+    }
+    // Values above Literal act as Literal: only the link's own path is made absolute.
+    if (static_cast<int>(resolveLinks) >= static_cast<int>(ResolveSymbolicLinks::Literal))
+        resolve(path, Resolution::AbsoluteOnly);
+    else
+        resolveFolderOfLink(path);
+}
+
+} // namespace vexa::io::filesystem::core
