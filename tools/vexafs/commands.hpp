@@ -6,5 +6,7 @@ namespace vexafs {
 
 // Each family of the library adds its commands here.
 void addClassifyCommand(CLI::App& app);
+void addAbsoluteCommand(CLI::App& app);
+void addRuleCommand(CLI::App& app);
 
 } // namespace vexafs

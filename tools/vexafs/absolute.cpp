@@ -1,0 +1,57 @@
+// vexafs absolute: each path made absolute, with the chosen treatment of a final link.
+
+#include "commands.hpp"
+#include "report.hpp"
+
+#include <vexa/io/filesystem/core.hpp>
+
+#include <iostream>
+#include <map>
+#include <memory>
+
+namespace vexafs {
+namespace core = vexa::io::filesystem::core;
+
+namespace {
+
+struct AbsoluteOptions {
+    std::vector<std::string> paths;
+    core::ResolveSymbolicLinks links = core::ResolveSymbolicLinks::FollowLinks;
+    bool json = false;
+};
+
+Record makeAbsolute(const fl::ustring& path, core::ResolveSymbolicLinks links) {
+    fl::ustring absolute = path;
+    core::relativeToAbsolute(absolute, links, false);
+    Record record{path, {}};
+    record.add("absolute", absolute);
+    return record;
+}
+
+} // namespace
+
+void addAbsoluteCommand(CLI::App& app) {
+    auto options = std::make_shared<AbsoluteOptions>();
+    CLI::App* command = app.add_subcommand(
+        "absolute", "Make each path absolute from the current folder; a path that cannot be "
+                    "resolved keeps the best form reached");
+    command->add_option("paths", options->paths, "Paths to make absolute")->required();
+    const std::map<std::string, core::ResolveSymbolicLinks> links{
+        {"keep", core::ResolveSymbolicLinks::KeepLink},
+        {"follow", core::ResolveSymbolicLinks::FollowLinks},
+        {"literal", core::ResolveSymbolicLinks::Literal}};
+    command
+        ->add_option("--links", options->links,
+                     "A path that is itself a link: keep it in its resolved folder, follow it "
+                     "(default), or take it literally")
+        ->transform(CLI::CheckedTransformer(links, CLI::ignore_case));
+    command->add_flag("--json", options->json, "Print JSON for scripts");
+    command->callback([options] {
+        std::vector<Record> records;
+        for (const std::string& path : options->paths)
+            records.push_back(makeAbsolute(fl::i18n::to_ustring(path), options->links));
+        printRecords(std::cout, records, options->json);
+    });
+}
+
+} // namespace vexafs
