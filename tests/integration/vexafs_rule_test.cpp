@@ -2,8 +2,9 @@
 
 #include "RunProgram.hpp"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include <tuple>
 
 namespace {
 
@@ -13,48 +14,27 @@ vexa::testing::ProgramResult vexafs(const std::vector<std::string>& args) {
     return runProgram(VEXAFS_PATH, args);
 }
 
-TEST(VexafsRule, CompletesNameAndValue) {
-    const auto result = vexafs({"rule", "ReplacementRule", "OVER"});
-    ASSERT_EQ(result.exitCode, 0) << result.err;
-    EXPECT_EQ(result.out, "ReplacementRule OVER\n"
-                          "  name:  replacementrule\n"
-                          "  value: overwrite\n");
-    EXPECT_TRUE(result.err.empty());
-}
-
-TEST(VexafsRule, JsonForAnEmptyValue) {
-    const auto result = vexafs({"rule", "--json", "rule", ""});
-    ASSERT_EQ(result.exitCode, 0) << result.err;
-    EXPECT_EQ(result.out, "[\n {\"input\": \"rule \", \"name\": \"replacementrule\", "
-                          "\"value\": \"preserve\"}\n]\n");
-}
-
-// Refusals carry the message text and the identifier, on stderr only.
-TEST(VexafsRule, RefusalsReportTextAndIdentifier) {
-    struct Case {
-        std::vector<std::string> args;
-        std::string err;
-    };
-    const Case cases[] = {
-        {{"rule", "Replace_Rule", "keep"},
+// The completed pair on stdout; a refusal as message text and identifier on stderr.
+TEST(VexafsRule, CompletionAndRefusals) {
+    const std::tuple<std::string, std::string, int, std::string, std::string> cases[] = {
+        {"ReplacementRule", "OVER", 0,
+         "ReplacementRule OVER\n  name:  replacementrule\n  value: overwrite\n", ""},
+        {"Replace_Rule", "keep", 1, "",
          "Error: The option name 'replace_rule' is not supported.\n"
          "Identifier: VEXA:io:filesystem:common:NameNotSupported\n"},
-        {{"rule", "rule", "keep"},
+        {"rule", "keep", 1, "",
          "Error: The value of 'ReplacementRule' must be 'preserve' or 'overwrite'.\n"
          "Identifier: VEXA:io:filesystem:common:IncorrectValueForReplacementRule\n"},
     };
-    for (const auto& c : cases) {
-        const auto result = vexafs(c.args);
-        EXPECT_EQ(result.exitCode, 1) << c.args[1];
-        EXPECT_EQ(result.err, c.err);
-        EXPECT_TRUE(result.out.empty()) << result.out;
+    for (const auto& [name, value, exitCode, out, err] : cases) {
+        const auto result = vexafs({"rule", name, value});
+        EXPECT_EQ(result.exitCode, exitCode) << name;
+        EXPECT_EQ(result.out, out);
+        EXPECT_EQ(result.err, err);
     }
-}
-
-TEST(VexafsRule, MissingValueIsAUsageError) {
-    const auto result = vexafs({"rule", "rule"});
-    EXPECT_NE(result.exitCode, 0);
-    EXPECT_THAT(result.err, ::testing::HasSubstr("value"));
+    const auto json = vexafs({"rule", "--json", "rule", ""});
+    EXPECT_EQ(json.out, "[\n {\"input\": \"rule \", \"name\": \"replacementrule\", "
+                        "\"value\": \"preserve\"}\n]\n");
 }
 
 } // namespace

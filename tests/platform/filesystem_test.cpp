@@ -10,6 +10,7 @@
 #include <climits>
 #include <cstdlib>
 #include <fstream>
+#include <tuple>
 
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -154,62 +155,36 @@ TEST_F(FileStatus, UnsearchableFolderIsAccessDenied) {
     EXPECT_EQ(WEXITSTATUS(status), 0) << "1: no error, 2: another error, 3: could not drop root";
 }
 
-// --- native path text ------------------------------------------------------------------
+// --- native paths ------------------------------------------------------------------------
 
 TEST(NativePathText, NativeFormParentAndFileName) {
     struct Case {
         const char16_t* path;
-        const char16_t* native;       // make_native_form(path, true)
-        const char16_t* keepTrailing; // make_native_form(path, false)
-        const char16_t* parent;       // extract_parent_path(native)
-        const char16_t* filename;     // extract_filename(native)
+        const char16_t* native; // make_native_form(path, true)
+        const char16_t* parent; // extract_parent_path(native)
+        const char16_t* name;   // extract_filename(native)
     };
     const Case cases[] = {
-        {u"", u"", u"", u"", u""},
-        {u"/", u"/", u"/", u"", u""},
-        {u"//", u"/", u"/", u"", u""},
-        {u"x", u"x", u"x", u"", u"x"},
-        {u"/x", u"/x", u"/x", u"/", u"x"},
-        {u"/a/b", u"/a/b", u"/a/b", u"/a", u"b"},
-        {u"/a//b///", u"/a/b", u"/a/b/", u"/a", u"b"},
-        {u"a/b/", u"a/b", u"a/b/", u"a", u"b"},
-        {u"./a/../b", u"./a/../b", u"./a/../b", u"./a/..", u"b"}, // no folding here
-        {u"C:\\dir\\f.txt", u"C:\\dir\\f.txt", u"C:\\dir\\f.txt", u"", u"C:\\dir\\f.txt"},
-        {u"/d\u00E9j\u00E0/\U0001F600", u"/d\u00E9j\u00E0/\U0001F600",
-         u"/d\u00E9j\u00E0/\U0001F600", u"/d\u00E9j\u00E0", u"\U0001F600"},
-        {u"/caf\xDCE9/x", u"/caf\xDCE9/x", u"/caf\xDCE9/x", u"/caf\xDCE9", u"x"},
-        // A last component holding "*" is a pattern: its name is the folder it lists.
-        {u"/data/*", u"/data/*", u"/data/*", u"/data", u"/data"},
-        {u"/data/*.csv", u"/data/*.csv", u"/data/*.csv", u"/data", u"/data"},
-        {u"/*", u"/*", u"/*", u"/", u"/"},
-        {u"*", u"*", u"*", u"", u""},
-        {u"/da*ta/x", u"/da*ta/x", u"/da*ta/x", u"/da*ta", u"x"},
+        {u"", u"", u"", u""},
+        {u"//", u"/", u"", u""},
+        {u"x", u"x", u"", u"x"},
+        {u"/x", u"/x", u"/", u"x"},
+        {u"/a//b///", u"/a/b", u"/a", u"b"},
+        {u"./a/../b", u"./a/../b", u"./a/..", u"b"},          // nothing folded
+        {u"C:\\d\\f", u"C:\\d\\f", u"", u"C:\\d\\f"},         // a backslash is a character
+        {u"/data/*.csv", u"/data/*.csv", u"/data", u"/data"}, // a pattern names its folder
+        {u"*", u"*", u"", u""},
+        {u"/da*ta/x", u"/da*ta/x", u"/da*ta", u"x"},
     };
     for (const auto& c : cases) {
-        const std::string shown = fl::i18n::to_string(c.path);
         const fl::ustring native = fs::detail::make_native_form(c.path, true);
-        EXPECT_EQ(native, c.native) << shown;
-        EXPECT_EQ(fs::detail::make_native_form(c.path, false), c.keepTrailing) << shown;
-        EXPECT_EQ(fs::detail::extract_parent_path(native), c.parent) << shown;
-        EXPECT_EQ(fs::detail::extract_filename(native), c.filename) << shown;
+        EXPECT_EQ(native, c.native) << fl::i18n::to_string(c.path);
+        EXPECT_EQ(fs::detail::extract_parent_path(native), c.parent) << fl::i18n::to_string(c.path);
+        EXPECT_EQ(fs::detail::extract_filename(native), c.name) << fl::i18n::to_string(c.path);
     }
-    // Separator runs left in the text still end the parent, and the root stays the root.
+    EXPECT_EQ(fs::detail::make_native_form(u"/a//b/", false), u"/a/b/");
     EXPECT_EQ(fs::detail::extract_parent_path(u"a//b"), u"a");
-    EXPECT_EQ(fs::detail::extract_parent_path(u"//x"), u"/");
-    // The text is never cut at U+0000: these are text operations, not system calls.
-    const fl::ustring withNul(u"/a\0b/c", 6);
-    EXPECT_EQ(fs::detail::make_native_form(withNul, true), withNul);
-    EXPECT_EQ(fs::detail::extract_parent_path(withNul), fl::ustring(u"/a\0b", 4));
 }
-
-TEST(NativePathText, IsAbsolute) {
-    EXPECT_TRUE(fs::detail::is_absolute(u"/"));
-    EXPECT_TRUE(fs::detail::is_absolute(u"//server"));
-    for (const char16_t* relative : {u"", u"a/b", u"./a", u"C:\\x", u"\\\\server\\share", u"~"})
-        EXPECT_FALSE(fs::detail::is_absolute(relative)) << fl::i18n::to_string(relative);
-}
-
-// --- absolute, canonical, current folder -----------------------------------------------
 
 class NativePaths : public ::testing::Test {
 protected:
@@ -218,7 +193,6 @@ protected:
         char buffer[PATH_MAX];
         return ::realpath(path.c_str(), buffer) ? std::string(buffer) : std::string();
     }
-
     TempDir dir;
 };
 
@@ -226,137 +200,72 @@ TEST_F(NativePaths, AbsoluteIsALexicalJoin) {
     ASSERT_EQ(::mkdir((dir / "rel").c_str(), 0755), 0);
     CurrentFolder inside(dir.path());
     const std::string cwd = real(dir.path());
-    struct Case {
-        fl::ustring path;
-        fl::ustring base;
-        fl::ustring expected;
-    };
-    const Case cases[] = {
-        {u"a", u"", u(cwd + "/a")},
-        {u"a/../b/./c", u"", u(cwd + "/a/../b/./c")}, // nothing folded
-        {u"a/", u"", u(cwd + "/a/")},
-        {u"missing/x", u"", u(cwd + "/missing/x")}, // existence is not looked at
-        {u"/x/./y/..", u"", u"/x/./y/.."},          // already absolute: unchanged
-        {u"/", u"/base", u"/"},
-        {u"a", u"/base", u"/base/a"},
-        {u"a", u"/base/", u"/base/a"},
+    const std::tuple<fl::ustring, fl::ustring, fl::ustring> cases[] = {
+        {u"a/../b/./c", u"", u(cwd + "/a/../b/./c")}, // nothing folded, nothing looked up
+        {u"/x/./y/..", u"/b", u"/x/./y/.."},          // already absolute: unchanged
+        {u"a", u"/b/", u"/b/a"},
         {u"a", u"/", u"/a"},
         {u"a", u"rel", u(cwd + "/rel/a")}, // a relative base hangs off the current folder
-        {u"r\u00E9sum\u00E9 \U0001F4C4", u"/b", u"/b/r\u00E9sum\u00E9 \U0001F4C4"},
-        {u"caf\xDCE9", u"/b", u"/b/caf\xDCE9"},
-        {u"C:\\x", u"/b", u"/b/C:\\x"}, // a drive path is a plain name here
+        {u("caf\xE9"), u"/b", u("/b/caf\xE9")},
     };
-    for (const auto& c : cases)
-        EXPECT_EQ(fs::absolute(c.path, c.base), c.expected)
-            << fl::i18n::to_string(c.path) << " from " << fl::i18n::to_string(c.base);
-}
-
-TEST_F(NativePaths, AbsoluteRefusesEmptyAndNul) {
-    EXPECT_THROW(fs::absolute(u"", u""), fs::PathNotFound);
-    EXPECT_THROW(fs::absolute(u"", u"/base"), fs::PathNotFound);
-    const fl::ustring withNul(u"a\0b", 3);
-    for (const auto& [path, base] :
-         {std::pair{withNul, fl::ustring(u"/b")}, std::pair{fl::ustring(u"a"), u"/b" + withNul}}) {
-        try {
-            fs::absolute(path, base);
-            FAIL() << "U+0000 must be refused";
-        } catch (const fs::SystemError& error) {
-            EXPECT_EQ(error.code(), EINVAL);
-        }
-    }
+    for (const auto& [path, base, expected] : cases)
+        EXPECT_EQ(fs::absolute(path, base), expected) << fl::i18n::to_string(path);
+    EXPECT_THROW(fs::absolute(u"", u"/b"), fs::PathNotFound);
+    EXPECT_THROW(fs::absolute(fl::ustring(u"a\0b", 3), u"/b"), fs::SystemError);
+    EXPECT_THROW(fs::absolute(u"a", fl::ustring(u"/b\0", 3)), fs::SystemError);
 }
 
 TEST_F(NativePaths, CanonicalResolvesLinksDotsAndDotDots) {
     ASSERT_EQ(::mkdir((dir / "real").c_str(), 0755), 0);
     ASSERT_EQ(::mkdir((dir / "real/sub").c_str(), 0755), 0);
-    makeFile(dir / "real/sub/f");
-    makeFile(dir / "real/caf\xE9");
-    makeFile(dir / "real/\xE6\x97\xA5\xE6\x9C\xAC");
+    makeFile(dir / "real/sub/caf\xE9");
     ASSERT_EQ(::symlink("real", (dir / "to-real").c_str()), 0);
-    ASSERT_EQ(::symlink("sub/f", (dir / "real/to-f").c_str()), 0);
     ASSERT_EQ(::symlink("../to-real/sub", (dir / "real/hop").c_str()), 0);
-    const std::string root = real(dir.path());
+    const std::string root = real(dir.path()), file = root + "/real/sub/caf\xE9";
     CurrentFolder inside(dir.path());
-    struct Case {
-        std::string path;
-        std::string base;
-        std::string expected;
+    const std::pair<std::string, std::string> cases[] = {
+        {"./real/./sub/../sub/caf\xE9", file},
+        {"real/hop/caf\xE9", file}, // a link through a link
+        {"to-real/", root + "/real"},
+        {"/..", "/"},
     };
-    const Case cases[] = {
-        {"to-real/sub/f", "", root + "/real/sub/f"},
-        {"./real/./sub/../sub/f", "", root + "/real/sub/f"},
-        {"real/to-f", "", root + "/real/sub/f"},
-        {"real/hop/f", "", root + "/real/sub/f"}, // a link through a link
-        {"to-real", "", root + "/real"},
-        {"to-real/", "", root + "/real"},
-        {"sub/f", root + "/to-real", root + "/real/sub/f"}, // relative to a base
-        {"/", "", "/"},
-        {"/..", "", "/"},
-        {".", "", root},
-        {"real/caf\xE9", "", root + "/real/caf\xE9"},
-        {"real/\xE6\x97\xA5\xE6\x9C\xAC", "", root + "/real/\xE6\x97\xA5\xE6\x9C\xAC"},
-    };
-    for (const auto& c : cases)
-        EXPECT_EQ(fs::canonical(u(c.path), u(c.base)), u(c.expected)) << c.path;
+    for (const auto& [path, expected] : cases)
+        EXPECT_EQ(fs::canonical(u(path)), u(expected)) << path;
+    EXPECT_EQ(fs::canonical(u("sub/caf\xE9"), u(dir / "to-real")), u(file));
 }
 
 TEST_F(NativePaths, CanonicalFailuresAreTyped) {
     makeFile(dir / "file");
     ASSERT_EQ(::symlink("missing", (dir / "dangling").c_str()), 0);
-    ASSERT_EQ(::symlink("loop-b", (dir / "loop-a").c_str()), 0);
-    ASSERT_EQ(::symlink("loop-a", (dir / "loop-b").c_str()), 0);
-    for (const std::string& path : {dir / "missing", dir / "dangling", dir / "file/below"})
+    ASSERT_EQ(::symlink("loop", (dir / "loop").c_str()), 0);
+    for (const std::string& path : {dir / "dangling", dir / "file/below", std::string()})
         EXPECT_THROW(fs::canonical(u(path)), fs::PathNotFound) << path;
-    EXPECT_THROW(fs::canonical(u"", u""), fs::PathNotFound);
-    try {
-        fs::canonical(u(dir / "loop-a"));
-        FAIL() << "a loop must throw";
-    } catch (const fs::SystemError& error) {
-        EXPECT_EQ(error.code(), 40);
-    }
-    // Cut at U+0000 this would name the existing file.
-    try {
-        fs::canonical(u(dir / "file") + fl::ustring(u"\0/x", 3));
-        FAIL() << "U+0000 must be refused";
-    } catch (const fs::SystemError& error) {
-        EXPECT_EQ(error.code(), EINVAL);
+    const std::pair<fl::ustring, int> errors[] = {
+        {u(dir / "loop"), ELOOP},
+        {u(dir / "file") + fl::ustring(u"\0/x", 3), EINVAL}, // cut short, it would exist
+    };
+    for (const auto& [path, code] : errors) {
+        try {
+            fs::canonical(path);
+            ADD_FAILURE() << code;
+        } catch (const fs::SystemError& error) {
+            EXPECT_EQ(error.code(), code);
+        }
     }
 }
 
-TEST_F(NativePaths, CurrentPathIsTheRealFolder) {
-    ASSERT_EQ(::mkdir((dir / "r\xC3\xA9"
-                             "el")
-                          .c_str(),
-                      0755),
-              0);
-    ASSERT_EQ(::symlink("r\xC3\xA9"
-                        "el",
-                        (dir / "via").c_str()),
-              0);
-    CurrentFolder inside(dir / "via");
-    EXPECT_EQ(fs::get_current_path(), u(real(dir / "r\xC3\xA9"
-                                                   "el")));
-}
-
-// A current folder deeper than PATH_MAX comes back whole.
-TEST_F(NativePaths, DeepCurrentPathIsNotCutShort) {
+TEST_F(NativePaths, CurrentPathWholeOrNotAtAll) {
     std::string deep = real(dir.path());
     CurrentFolder start(deep);
     const std::string name(200, 'd');
-    while (deep.size() <= PATH_MAX + 200) {
+    while (deep.size() <= PATH_MAX + 200) { // deeper than PATH_MAX
         ASSERT_EQ(::mkdir(name.c_str(), 0755), 0);
         ASSERT_EQ(::chdir(name.c_str()), 0);
         deep += "/" + name;
     }
     EXPECT_EQ(fs::get_current_path(), u(deep));
-}
-
-TEST_F(NativePaths, RemovedCurrentFolderIsPathNotFound) {
-    ASSERT_EQ(::mkdir((dir / "gone").c_str(), 0755), 0);
-    CurrentFolder inside(dir / "gone");
-    ASSERT_EQ(::rmdir((dir / "gone").c_str()), 0);
+    ASSERT_EQ(::rmdir(("../" + name).c_str()), 0);
     EXPECT_THROW(fs::get_current_path(), fs::PathNotFound);
-    EXPECT_THROW(fs::absolute(u"x"), fs::PathNotFound);
 }
 
 } // namespace
