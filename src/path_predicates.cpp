@@ -5,7 +5,6 @@
 #include <fl/filesystem.hpp>
 #include <foundation/core/except/Exception.hpp>
 
-#include <algorithm>
 #include <cerrno>
 
 namespace vexa::io::filesystem::core {
