@@ -4,6 +4,8 @@
 
 #include <fl/filesystem.hpp>
 #include <fl/filesystemSharedFcns.hpp>
+#include <foundation/storage/utility/url.hpp>
+#include <foundation/storage/vfs/AbsoluteIRI.hpp>
 
 namespace vexa::io::filesystem::core {
 namespace {
@@ -70,6 +72,20 @@ void relativeToAbsolute(fl::ustring& path, ResolveSymbolicLinks resolveLinks, bo
         resolve(path, Resolution::AbsoluteOnly);
     else
         resolveFolderOfLink(path);
+}
+
+bool setupPathForURLConstruction(fl::ustring& path, ResolveSymbolicLinks resolveLinks, bool flag) {
+    namespace utility = foundation::storage::utility;
+    if (foundation::storage::vfs::hasIRIPrefix(path)) {
+        utility::normalizeURL(path);
+        return true;
+    }
+    utility::handleWindowsTrailingDotsAndSpaces(path);
+    relativeToAbsolute(path, resolveLinks, flag);
+    // A path that could not be resolved keeps its dots; an IRI must not carry them.
+    shared::handleSingleDots(path);
+    shared::handleDotDots(path);
+    return false;
 }
 
 } // namespace vexa::io::filesystem::core

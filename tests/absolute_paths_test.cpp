@@ -81,4 +81,32 @@ TEST(RelativeToAbsolute, RelativePathsForEachLinkTreatment) {
         EXPECT_EQ(toAbsolute(withNul, static_cast<ResolveSymbolicLinks>(resolve)), withNul);
 }
 
+// A URL is only normalised; a local path becomes absolute with every dot folded, which
+// relativeToAbsolute alone leaves in a path that does not exist.
+TEST(SetupPathForURLConstruction, UrlsAndLocalPaths) {
+    TempDir dir;
+    ASSERT_EQ(::mkdir((dir / "real").c_str(), 0755), 0);
+    ASSERT_EQ(::mkdir((dir / "real/sub").c_str(), 0755), 0);
+    ASSERT_EQ(::symlink("real/sub", (dir / "deep").c_str()), 0);
+    char buffer[PATH_MAX];
+    const std::string root = ::realpath(dir.path().c_str(), buffer);
+    CurrentFolder inside(dir.path());
+    const std::tuple<fl::ustring, bool, fl::ustring> cases[] = {
+        {u"HTTPS://Host/a/../b?q=./x", true, u"https://host/b?q=./x"},
+        {u"file:///tmp/./x", true, u"file:///tmp/x"},
+        {u"a/./b/../c", false, u(root + "/a/c")},
+        {u"deep/../x", false, u(root + "/x")}, // folded as text, not through the link
+        {u"missing/../../..", false, u"/"},
+        {u"C:\\x", false, u(root + "/C:\\x")}, // a drive letter is no scheme
+        {u"", false, u""},
+    };
+    for (const auto& [typed, isURL, expected] : cases) {
+        fl::ustring path = typed;
+        EXPECT_EQ(core::setupPathForURLConstruction(path, ResolveSymbolicLinks::KeepLink, false),
+                  isURL)
+            << fl::i18n::to_string(typed);
+        EXPECT_EQ(path, expected) << fl::i18n::to_string(typed);
+    }
+}
+
 } // namespace
