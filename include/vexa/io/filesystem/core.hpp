@@ -12,3 +12,4 @@
 
 #include <vexa/io/filesystem/core/errors.hpp>
 #include <vexa/io/filesystem/core/path_predicates.hpp>
+#include <vexa/io/filesystem/core/path_components.hpp>
