@@ -97,6 +97,7 @@ PathComponents splitURL(const fl::ustring& path, FileSystemType type) {
     if (iri.hasFragment())
         parts.fragment = iri.getFragment(Encoding::IRI);
 
+    bool joined = false; // whether a name was put back into the parent's text
     if (!absolute.hasParent()) {
         parts.parent = getURLWithoutQueryAndFragmentComponents(iri);
     } else {
@@ -109,9 +110,13 @@ PathComponents splitURL(const fl::ustring& path, FileSystemType type) {
                 parts.parent += urlSeparator;
             appendAsSegment(parts.parent, parts.name);
             parts.name.clear();
+            joined = true;
         }
     }
-    parts.parent = normalisedParent(parts.parent);
+    // Text the IRI layer wrote itself is in its normal form already, and parsing it again
+    // would give it back unchanged: only joined text, or none at all, needs the round.
+    if (joined || parts.parent.empty())
+        parts.parent = normalisedParent(parts.parent);
     return parts;
 }
 
