@@ -1,9 +1,10 @@
 #include <vexa/io/filesystem/core/path_predicates.hpp>
 
 #include "path_constants.hpp"
+#include "url_parsing.hpp"
 
 #include <fl/filesystem.hpp>
-#include <foundation/core/except/Exception.hpp>
+#include <foundation/storage/utility/url.hpp>
 
 #include <cerrno>
 
@@ -78,9 +79,7 @@ fl::ustring getPathType(const fl::ustring& path, bool isURL, FileSystemType type
     if (!isURL)
         return type == FileSystemType::Unix || type == FileSystemType::UrlAsUnix ? u"Unix"
                                                                                  : u"Windows";
-    // URLs are classified by their scheme, which takes the IRI layer.
-    throw foundation::core::except::Exception<foundation::core::except::IInternalException>(
-        "URL classification is not available yet: " + fl::i18n::to_string(path));
+    return detail::parseURLText(path).getScheme();
 }
 
 bool checkIfPathEndsWithWindowsShortcut(const fl::ustring&) {
@@ -103,4 +102,28 @@ LinkStatus isSymlink(const fl::ustring& path) {
     return LinkStatus::NotLink;
 }
 
+namespace detail {
+
+foundation::storage::vfs::AbsoluteIRI parseURLText(const fl::ustring& text) {
+    using foundation::storage::vfs::AbsoluteIRI;
+    using foundation::storage::vfs::InvalidIRIException;
+    try {
+        return AbsoluteIRI(text);
+    } catch (const InvalidIRIException&) {
+        // Typed text often holds a space or a stray ".." segment: try it cleaned up.
+    }
+    fl::ustring normalised = text;
+    foundation::storage::utility::normalizeURL(normalised);
+    try {
+        return AbsoluteIRI(normalised);
+    } catch (const InvalidIRIException& second) {
+        if (!normalised.empty() && normalised.back() == urlSeparator.front())
+            throw second;
+    }
+    // A last try as a folder, with the trailing "/" a folder URL has.
+    normalised += urlSeparator;
+    return AbsoluteIRI(normalised);
+}
+
+} // namespace detail
 } // namespace vexa::io::filesystem::core

@@ -3,6 +3,7 @@
 #include "TempDir.hpp"
 
 #include <fl/i18n.hpp>
+#include <foundation/storage/vfs/AbsoluteIRI.hpp>
 
 #include <gtest/gtest.h>
 
@@ -120,6 +121,39 @@ TEST(PathPredicates, GetPathTypeOfFilePathsFollowsTheType) {
         EXPECT_EQ(core::getPathType(path, false, FileSystemType::Windows), u"Windows");
         EXPECT_EQ(core::getPathType(path, false, FileSystemType::UrlAsWindows), u"Windows");
         EXPECT_EQ(core::getPathType(path, false, FileSystemType::UrlAsUnix), u"Unix");
+    }
+}
+
+// URLs are classified by scheme whatever the type, after up to three parse attempts.
+TEST(PathPredicates, GetPathTypeOfUrlsIsTheScheme) {
+    const std::pair<const char16_t*, const char16_t*> cases[] = {
+        {u"http://host/a?b#c", u"http"}, {u"HTTPS://Host/", u"https"}, {u"file:///x", u"file"},
+        {u"/abs/path", u"file"}, // an absolute native path is a file IRI
+        {u"ftp://h/x", u"ftp"},          {u"http://h/a b", u"http"}, // parses once normalised
+        {u" http://h/x/../y ", u"http"},                             // trimmed, dots removed
+    };
+    for (const auto& [url, scheme] : cases)
+        for (const auto type : {FileSystemType::Unix, FileSystemType::Windows,
+                                FileSystemType::UrlAsWindows, FileSystemType::UrlAsUnix})
+            EXPECT_EQ(core::getPathType(url, true, type), scheme) << fl::i18n::to_string(url);
+}
+
+// The IRI layer's own exception reaches the caller: the second attempt's when the cleaned-up
+// text ends with "/", otherwise the third attempt's, on the text with "/" appended.
+TEST(PathPredicates, GetPathTypeOfUnparseableUrlThrows) {
+    const std::pair<const char16_t*, const char16_t*> cases[] = {
+        {u"http://h:99999/", u"http://h:99999/"},
+        {u" http://h:99999", u"http://h:99999/"},
+        {u"not a url", u"not%20a%20url/"},
+        {u"C:\\x", u"C:%5Cx/"},
+    };
+    for (const auto& [url, lastText] : cases) {
+        try {
+            core::getPathType(url, true, FileSystemType::UrlAsUnix);
+            ADD_FAILURE() << "no error for " << fl::i18n::to_string(url);
+        } catch (const foundation::storage::vfs::InvalidIRIException& error) {
+            EXPECT_EQ(error.getText(), lastText);
+        }
     }
 }
 

@@ -51,23 +51,23 @@ std::vector<std::string_view> segmentsOf(std::string_view path) {
     return segments;
 }
 
-// `url` with another encoded path, its query and fragment kept or dropped. The text is put
-// together by hand: Boost.URL 1.81's set_encoded_path writes "/" as "/./".
+// `url` with another encoded path, its query and fragment kept or dropped. Editing the
+// parsed form spares a second parse of text that is valid already.
 boost::urls::url withPath(const boost::urls::url& url, std::string_view path,
                           bool keepQueryAndFragment) {
-    const std::string_view text(url.data(), url.size());
-    const std::string_view old = view(url.encoded_path());
-    const std::size_t pathBegin = static_cast<std::size_t>(old.data() - text.data());
-    std::string rebuilt;
-    rebuilt.reserve(text.size() + path.size());
-    rebuilt.append(text.substr(0, pathBegin));
-    // Without an authority, a path starting "//" would be read as one: "/." keeps it a path.
-    if (!url.has_authority() && path.substr(0, 2) == "//")
-        rebuilt.append("/.");
-    rebuilt.append(path);
-    if (keepQueryAndFragment)
-        rebuilt.append(text.substr(pathBegin + old.size()));
-    return boost::urls::url(rebuilt);
+    boost::urls::url edited = url;
+    if (!keepQueryAndFragment) {
+        edited.remove_fragment();
+        edited.remove_query();
+    }
+    if (path == "/") {
+        // Boost.URL 1.81 writes a path set to "/" as "/./".
+        edited.set_encoded_path("");
+        edited.set_path_absolute(true);
+    } else {
+        edited.set_encoded_path(path);
+    }
+    return edited;
 }
 
 bool holdsNul(fl::ustring_view text) {

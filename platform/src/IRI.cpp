@@ -39,10 +39,11 @@ void lowerCaseOutsideEscapes(char* first, char* last) {
     }
 }
 
-// Brings parsed URI text into normal form. Empty when the text is not acceptable even though
-// it parses: a one-letter scheme (a drive) or a port beyond 65535.
-std::optional<boost::urls::url> finish(std::string uri) {
-    auto parsed = boost::urls::parse_uri(uri);
+// Brings URI text, parsed as `parsed` (a view into `uri`), into normal form; `uri` is edited
+// in place. Empty when the text is not acceptable even though it parses: a one-letter scheme
+// (a drive), a port beyond 65535.
+std::optional<boost::urls::url> finish(std::string& uri,
+                                       boost::system::result<boost::urls::url_view> parsed) {
     if (!parsed || parsed->scheme().size() < 2)
         return std::nullopt;
     if (parsed->has_port() && !isPortInRange(view(parsed->port())))
@@ -56,11 +57,9 @@ std::optional<boost::urls::url> finish(std::string uri) {
     // themselves, so decoding them keeps the text valid; parse again for the new offsets.
     if (uri.find('%') != std::string::npos) {
         std::string decoded = uri;
-        if (detail::decodeUnreservedEscapes(decoded)) {
-            if (auto again = boost::urls::parse_uri(decoded)) {
-                uri = std::move(decoded);
-                parsed = again;
-            }
+        if (detail::decodeUnreservedEscapes(decoded) && boost::urls::parse_uri(decoded)) {
+            uri = std::move(decoded);
+            parsed = boost::urls::parse_uri(uri);
         }
     }
     char* base = uri.data();
@@ -150,7 +149,7 @@ IRI::IRI(const IRIArgs& args) {
         fragmentSize = text.size() - before;
     }
 
-    const auto parsed = boost::urls::parse_uri(text);
+    auto parsed = boost::urls::parse_uri(text);
     requireConsistent(parsed.has_value(), "the components do not form an IRI");
     requireConsistent(parsed->has_authority() == args.hasAuthority &&
                           parsed->has_userinfo() == args.hasUserInfo &&
@@ -162,7 +161,7 @@ IRI::IRI(const IRIArgs& args) {
                           parsed->has_fragment() == args.hasFragment &&
                           parsed->encoded_fragment().size() == fragmentSize,
                       "a component holds a delimiter of another");
-    auto url = finish(std::move(text));
+    auto url = finish(text, parsed);
     requireConsistent(url.has_value(), "a one-letter scheme or a port beyond 65535");
     url_ = std::move(*url);
 }
@@ -174,7 +173,8 @@ std::optional<IRI> IRI::parse(fl::ustring_view text) {
 }
 
 std::optional<IRI> IRI::parseUri(std::string uri) {
-    auto url = finish(std::move(uri));
+    const auto parsed = boost::urls::parse_uri(uri);
+    auto url = finish(uri, parsed);
     if (!url)
         return std::nullopt;
     return IRI(std::move(*url));

@@ -111,19 +111,37 @@ bool isSchemeName(fl::ustring_view text) {
 }
 
 void appendUri(std::string& out, fl::ustring_view text) {
-    const std::string bytes = fl::i18n::to_string(text);
-    out.reserve(out.size() + bytes.size());
-    for (std::size_t i = 0; i < bytes.size(); ++i) {
-        const auto b = static_cast<unsigned char>(bytes[i]);
-        if (b >= 0x80) {
-            appendEscape(out, b);
-        } else if (isEscapeAt(bytes, i)) {
+    out.reserve(out.size() + text.size());
+    for (std::size_t i = 0; i < text.size();) {
+        // Plain ASCII, nearly all of a URL, is copied a run at a time.
+        const std::size_t runStart = i;
+        while (i < text.size() && text[i] < 0x80 && text[i] != u'%')
+            ++i;
+        if (i != runStart) {
+            const std::size_t at = out.size();
+            out.resize(at + (i - runStart));
+            for (std::size_t k = runStart; k < i; ++k)
+                out[at + k - runStart] = static_cast<char>(text[k]);
+            continue;
+        }
+        const char16_t c = text[i];
+        if (c >= 0x80) {
+            // Only a run of non-ASCII text needs the UTF-8 conversion.
+            std::size_t end = i + 1;
+            while (end < text.size() && text[end] >= 0x80)
+                ++end;
+            for (char byte : fl::i18n::to_string(text.substr(i, end - i)))
+                appendEscape(out, static_cast<unsigned char>(byte));
+            i = end;
+        } else if (c == u'%' && i + 2 < text.size() && isHexDigit(text[i + 1]) &&
+                   isHexDigit(text[i + 2])) {
             out += '%';
-            out += toUpperHex(bytes[i + 1]);
-            out += toUpperHex(bytes[i + 2]);
-            i += 2;
+            out += toUpperHex(static_cast<char>(text[i + 1]));
+            out += toUpperHex(static_cast<char>(text[i + 2]));
+            i += 3;
         } else {
-            out += static_cast<char>(b);
+            out += static_cast<char>(c);
+            ++i;
         }
     }
 }

@@ -8,5 +8,6 @@ namespace vexafs {
 void addClassifyCommand(CLI::App& app);
 void addAbsoluteCommand(CLI::App& app);
 void addRuleCommand(CLI::App& app);
+void addPartsCommand(CLI::App& app);
 
 } // namespace vexafs

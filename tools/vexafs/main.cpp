@@ -4,6 +4,7 @@
 
 #include <fl/i18n.hpp>
 #include <foundation/core/except/IException.hpp>
+#include <foundation/storage/vfs/AbsoluteIRI.hpp>
 
 #include <iostream>
 
@@ -17,6 +18,8 @@ int reportFailure() {
     } catch (const IUserException& error) {
         std::cerr << "Error: " << fl::i18n::to_string(error.GetUnicodeMessageTxt()) << "\n"
                   << "Identifier: " << error.GetID() << "\n";
+    } catch (const foundation::storage::vfs::InvalidIRIException& error) {
+        std::cerr << "Error: " << error.what() << "\n";
     } catch (const IException& error) {
         std::cerr << "Internal error: " << error.what() << "\n";
     } catch (const std::exception& error) {
@@ -33,6 +36,7 @@ int main(int argc, char** argv) {
     vexafs::addClassifyCommand(app);
     vexafs::addAbsoluteCommand(app);
     vexafs::addRuleCommand(app);
+    vexafs::addPartsCommand(app);
     if (argc <= 1) {
         std::cout << app.help();
         return 0;

@@ -12,5 +12,6 @@
 
 #include <vexa/io/filesystem/core/absolute_paths.hpp>
 #include <vexa/io/filesystem/core/errors.hpp>
+#include <vexa/io/filesystem/core/path_components.hpp>
 #include <vexa/io/filesystem/core/path_predicates.hpp>
 #include <vexa/io/filesystem/core/replacement_rules.hpp>

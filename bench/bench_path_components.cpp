@@ -1,0 +1,131 @@
+// Cost of getPathComponents against the standard ways of splitting the same text:
+// std::filesystem::path for a file path, a bare Boost.URL parse_uri for a URL. Each pair runs
+// in the same process, and the Ratio benchmarks time both sides back to back.
+
+#include <vexa/io/filesystem/core/path_components.hpp>
+
+#include <fl/i18n.hpp>
+
+#include <benchmark/benchmark.h>
+#include <boost/url/parse.hpp>
+
+#include <chrono>
+#include <filesystem>
+#include <string>
+
+namespace {
+
+namespace core = vexa::io::filesystem::core;
+
+const fl::ustring filePath = u"/home/analyst/projects/model/data/run-0042/results.csv";
+const fl::ustring url = u"https://data.example.org/series/2026/results.csv?version=3#summary";
+const std::string urlBytes = fl::i18n::to_string(url);
+// An HTTP folder: its last segment joins the parent, whose text is parsed once more.
+const fl::ustring folderUrl = u"https://data.example.org/series/2026/results?version=3#summary";
+const std::string folderUrlBytes = fl::i18n::to_string(folderUrl);
+
+void BM_PathComponentsFile(benchmark::State& state) {
+    for (auto _ : state)
+        benchmark::DoNotOptimize(
+            core::getPathComponents(filePath, false, core::FileSystemType::Unix));
+}
+BENCHMARK(BM_PathComponentsFile);
+
+void BM_StdFilesystemSplit(benchmark::State& state) {
+    for (auto _ : state) {
+        const std::filesystem::path path(filePath);
+        auto parent = path.parent_path();
+        auto name = path.filename();
+        auto extension = path.extension();
+        benchmark::DoNotOptimize(parent);
+        benchmark::DoNotOptimize(name);
+        benchmark::DoNotOptimize(extension);
+    }
+}
+BENCHMARK(BM_StdFilesystemSplit);
+
+void BM_PathComponentsUrl(benchmark::State& state) {
+    for (auto _ : state)
+        benchmark::DoNotOptimize(
+            core::getPathComponents(url, true, core::FileSystemType::UrlAsUnix));
+}
+BENCHMARK(BM_PathComponentsUrl);
+
+void BM_BoostParseUri(benchmark::State& state) {
+    for (auto _ : state)
+        benchmark::DoNotOptimize(boost::urls::parse_uri(urlBytes));
+}
+BENCHMARK(BM_BoostParseUri);
+
+// ns per call of `work`, over enough calls to steady the figure.
+template <class Work> double nsPerCall(Work work) {
+    constexpr int calls = 200000;
+    const auto start = std::chrono::steady_clock::now();
+    for (int i = 0; i < calls; ++i)
+        work();
+    const std::chrono::duration<double, std::nano> spent = std::chrono::steady_clock::now() - start;
+    return spent.count() / calls;
+}
+
+void splitFileOurs() {
+    benchmark::DoNotOptimize(core::getPathComponents(filePath, false, core::FileSystemType::Unix));
+}
+
+void splitFileStd() {
+    const std::filesystem::path path(filePath);
+    auto parent = path.parent_path();
+    auto name = path.filename();
+    auto extension = path.extension();
+    benchmark::DoNotOptimize(parent);
+    benchmark::DoNotOptimize(name);
+    benchmark::DoNotOptimize(extension);
+}
+
+void splitUrlOurs() {
+    benchmark::DoNotOptimize(core::getPathComponents(url, true, core::FileSystemType::UrlAsUnix));
+}
+
+void parseUrlBare() {
+    benchmark::DoNotOptimize(boost::urls::parse_uri(urlBytes));
+}
+
+// Both sides timed back to back in one run, so the ratio does not depend on the machine's
+// load between two separate benchmarks. Goals: file <= 0.1, URL <= 4.
+void BM_RatioFileVsStdFilesystem(benchmark::State& state) {
+    for (auto _ : state) {
+        const double ours = nsPerCall(splitFileOurs);
+        const double standard = nsPerCall(splitFileStd);
+        state.counters["ours_ns"] = ours;
+        state.counters["std_ns"] = standard;
+        state.counters["ratio"] = ours / standard;
+    }
+}
+BENCHMARK(BM_RatioFileVsStdFilesystem)->Iterations(1)->Unit(benchmark::kMillisecond);
+
+void BM_RatioUrlVsParseUri(benchmark::State& state) {
+    for (auto _ : state) {
+        const double ours = nsPerCall(splitUrlOurs);
+        const double bare = nsPerCall(parseUrlBare);
+        state.counters["ours_ns"] = ours;
+        state.counters["parse_uri_ns"] = bare;
+        state.counters["ratio"] = ours / bare;
+    }
+}
+BENCHMARK(BM_RatioUrlVsParseUri)->Iterations(1)->Unit(benchmark::kMillisecond);
+
+void BM_RatioFolderUrlVsParseUri(benchmark::State& state) {
+    for (auto _ : state) {
+        const double ours = nsPerCall([] {
+            benchmark::DoNotOptimize(
+                core::getPathComponents(folderUrl, true, core::FileSystemType::UrlAsUnix));
+        });
+        const double bare =
+            nsPerCall([] { benchmark::DoNotOptimize(boost::urls::parse_uri(folderUrlBytes)); });
+        state.counters["ours_ns"] = ours;
+        state.counters["parse_uri_ns"] = bare;
+        state.counters["ratio"] = ours / bare;
+    }
+}
+BENCHMARK(BM_RatioFolderUrlVsParseUri)->Iterations(1)->Unit(benchmark::kMillisecond);
+
+} // namespace
