@@ -11,4 +11,7 @@
 #include <resource_core/BaseMsgID.hpp>
 
 #include <vexa/io/filesystem/core/errors.hpp>
+#include <vexa/io/filesystem/core/file_manipulator.hpp>
+#include <vexa/io/filesystem/core/log.hpp>
 #include <vexa/io/filesystem/core/path_predicates.hpp>
+#include <vexa/io/filesystem/core/result_handler.hpp>
