@@ -89,5 +89,13 @@ std::string to_native(const ustring& path);
 // Throws the exception that matches `error` for `path`.
 [[noreturn]] void throwErrno(int error, const ustring& path);
 
+// `path` with native separators ("/"; a backslash is an ordinary character on Linux),
+// runs of "/" collapsed and, when `removeTrailingSeparator`, a trailing "/" removed except
+// from the root.
+ustring make_native_form(const ustring& path, bool removeTrailingSeparator);
+
+// The text before the last "/": "/" for "/x", "" for "x" and for "/".
+ustring extract_parent_path(const ustring& path);
+
 } // namespace detail
 } // namespace fl::filesystem
