@@ -6,5 +6,6 @@ namespace vexafs {
 
 // Each family of the library adds its commands here.
 void addClassifyCommand(CLI::App& app);
+void addMkdirCommand(CLI::App& app);
 
 } // namespace vexafs

@@ -31,6 +31,7 @@ int main(int argc, char** argv) {
     CLI::App app{"vexafs: the filesystem core of the Vexa host, from the command line"};
     app.name("vexafs");
     vexafs::addClassifyCommand(app);
+    vexafs::addMkdirCommand(app);
     if (argc <= 1) {
         std::cout << app.help();
         return 0;
