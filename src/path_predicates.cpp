@@ -5,7 +5,6 @@
 #include <fl/filesystem.hpp>
 #include <foundation/core/except/Exception.hpp>
 
-#include <algorithm>
 #include <cerrno>
 
 namespace vexa::io::filesystem::core {
@@ -13,6 +12,20 @@ namespace {
 
 bool startsWith(fl::ustring_view text, fl::ustring_view prefix) {
     return text.substr(0, prefix.size()) == prefix;
+}
+
+char16_t asciiLower(char16_t c) {
+    return c >= u'A' && c <= u'Z' ? static_cast<char16_t>(c + (u'a' - u'A')) : c;
+}
+
+// `lowerPrefix` must already be lower case.
+bool startsWithIgnoringAsciiCase(fl::ustring_view text, fl::ustring_view lowerPrefix) {
+    if (text.size() < lowerPrefix.size())
+        return false;
+    for (std::size_t i = 0; i < lowerPrefix.size(); ++i)
+        if (asciiLower(text[i]) != lowerPrefix[i])
+            return false;
+    return true;
 }
 
 bool isAsciiLetter(char16_t c) {
@@ -25,8 +38,7 @@ void makeLowerCase(fl::ustring& text) {
     // ASCII only, whatever the process locale: every case-insensitive comparison of the
     // path and rule functions must answer the same on every host.
     for (char16_t& c : text)
-        if (c >= u'A' && c <= u'Z')
-            c = static_cast<char16_t>(c + (u'a' - u'A'));
+        c = asciiLower(c);
 }
 
 bool isUNCPath(const fl::ustring& path) {
@@ -51,11 +63,10 @@ bool getIsAbsolute(const fl::ustring& path, bool isURL, FileSystemType type) {
 }
 
 bool hasHttpPrefix(const fl::ustring& path) {
-    if (path.size() < httpPrefix.size())
-        return false;
-    fl::ustring head = path.substr(0, std::min(path.size(), httpsPrefix.size()));
-    makeLowerCase(head);
-    return startsWith(head, httpPrefix) || startsWith(head, httpsPrefix);
+    // Compared in place rather than on a lower-cased copy: this runs on every path a
+    // built-in is given.
+    return startsWithIgnoringAsciiCase(path, httpPrefix) ||
+           startsWithIgnoringAsciiCase(path, httpsPrefix);
 }
 
 fl::ustring getExtension(const fl::ustring& path) {

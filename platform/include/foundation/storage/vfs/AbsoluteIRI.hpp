@@ -1,0 +1,94 @@
+#pragma once
+
+// The storage layer names every location by an absolute IRI. Native paths enter as `file`
+// IRIs; GetStringFromIRI (Quarrow/PathManagement) turns them back.
+
+#include <fl/ustring.hpp>
+#include <foundation/core/except/IException.hpp>
+#include <foundation/network/IRI.hpp>
+
+#include <exception>
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace foundation::storage::vfs {
+
+// Text that names no absolute IRI; it carries the text as given.
+class InvalidIRIException : public core::except::IException, public std::exception {
+public:
+    explicit InvalidIRIException(fl::ustring text);
+    InvalidIRIException(const InvalidIRIException&) = default;
+    ~InvalidIRIException() noexcept override;
+
+    const fl::ustring& getText() const noexcept { return text_; }
+    const char* what() const noexcept override { return IException::what(); }
+    const boost::exception_detail::clone_base* clone() const override;
+    [[noreturn]] void rethrow() const override;
+
+private:
+    fl::ustring text_;
+};
+
+// An IRI with a scheme, in normal form (see foundation::network::IRI).
+class AbsoluteIRI {
+public:
+    // IRI text with a scheme, or an absolute native path, which becomes a `file` IRI with
+    // every byte of the path kept. Anything else throws InvalidIRIException.
+    explicit AbsoluteIRI(const fl::ustring& text);
+    explicit AbsoluteIRI(network::IRI iri) : iri_(std::move(iri)) {}
+
+    const network::IRI& toIRI() const noexcept { return iri_; }
+    fl::ustring getScheme() const { return iri_.getScheme(); }
+    // The IRI text: non-ASCII as characters, reserved characters escaped.
+    fl::ustring toString() const { return iri_.toString(network::iri::Encoding::IRI); }
+
+    // A root ("http://h/", "file:///") and an IRI whose path has no "/" ("mailto:a@b") have
+    // no parent and an empty name. A trailing "/" is not a segment of its own: "http://h/a/"
+    // is named "a" and has the parent "http://h/".
+    bool hasParent() const noexcept;
+    // The IRI without its last segment, query and fragment, ending in "/". Asking a root
+    // for its parent is a fault of the caller: Exception<IInternalException>.
+    AbsoluteIRI getParent() const;
+    // The last segment with every escape decoded.
+    fl::ustring getName() const;
+
+    // The same IRI with "." and ".." segments removed.
+    AbsoluteIRI getResolvedIRI() const;
+
+    // How to reach this IRI from `base`, a folder: "c/d.txt", "../x", "." for the folder
+    // itself. Segments of `file` IRIs come decoded (a native relative path), others in IRI
+    // text. When scheme or authority differ there is no relative way: the whole IRI text.
+    fl::ustring makePathRelativeTo(const AbsoluteIRI& base) const;
+
+    friend bool operator==(const AbsoluteIRI& a, const AbsoluteIRI& b) noexcept {
+        return a.iri_ == b.iri_;
+    }
+
+protected:
+    network::IRI iri_;
+};
+
+// An absolute IRI in canonical form, fit for comparing locations: dot segments removed and
+// an empty path after an authority written "/", besides the normal form of every IRI.
+class CanonicalAbsoluteIRI : public AbsoluteIRI {
+public:
+    explicit CanonicalAbsoluteIRI(const fl::ustring& text);
+    explicit CanonicalAbsoluteIRI(const AbsoluteIRI& iri);
+    // `base` with `leaf` appended as one segment (a "/" in it is escaped); an empty leaf
+    // names `base` itself. "." and ".." are dot segments, so they are resolved.
+    CanonicalAbsoluteIRI(const CanonicalAbsoluteIRI& base, const fl::ustring& leaf);
+};
+
+// A `scheme` IRI naming the absolute native path `path`, every byte kept (a path holding
+// U+0000 or a relative path throws InvalidIRIException).
+AbsoluteIRI toAbsoluteIRI(const fl::ustring& scheme, const fl::ustring& path);
+CanonicalAbsoluteIRI toCanonicalAbsoluteIRI(const fl::ustring& scheme, const fl::ustring& path);
+
+// The schemes the storage system has a provider for, in lower case.
+std::span<const std::u16string_view> knownSchemes() noexcept;
+
+// Whether `text` starts with "scheme://" for a known scheme, ignoring ASCII case.
+bool hasIRIPrefix(const fl::ustring& text);
+
+} // namespace foundation::storage::vfs

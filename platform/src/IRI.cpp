@@ -1,0 +1,212 @@
+#include <foundation/network/IRI.hpp>
+
+#include "iri_text.hpp"
+
+#include <fl/i18n.hpp>
+#include <foundation/core/except/Exception.hpp>
+
+#include <boost/url/parse.hpp>
+
+namespace foundation::network {
+namespace {
+
+using InternalError = core::except::Exception<core::except::IInternalException>;
+using detail::fromUri;
+
+std::string_view view(boost::urls::string_view text) {
+    return {text.data(), text.size()};
+}
+
+bool isPortInRange(std::string_view digits) {
+    std::uint32_t value = 0;
+    for (char c : digits) {
+        value = value * 10 + static_cast<std::uint32_t>(c - '0');
+        if (value > 65535)
+            return false;
+    }
+    return true;
+}
+
+// Lower-cases the ASCII letters of [first, last) that are not the hex digits of an escape:
+// those stay upper case, as the normal form wants them.
+void lowerCaseOutsideEscapes(char* first, char* last) {
+    for (char* p = first; p < last; ++p) {
+        if (*p == '%') {
+            p += 2;
+            continue;
+        }
+        *p = detail::toLowerAscii(*p);
+    }
+}
+
+// Brings parsed URI text into normal form. Empty when the text is not acceptable even though
+// it parses: a one-letter scheme (a drive) or a port beyond 65535.
+std::optional<boost::urls::url> finish(std::string uri) {
+    auto parsed = boost::urls::parse_uri(uri);
+    if (!parsed || parsed->scheme().size() < 2)
+        return std::nullopt;
+    if (parsed->has_port() && !isPortInRange(view(parsed->port())))
+        return std::nullopt;
+    // Boost.URL 1.81 ends a port at its last digit and reads the rest as a path, so
+    // "http://h:8o/" would pass with the path "o/": after an authority a path starts with "/".
+    const auto path = parsed->encoded_path();
+    if (parsed->has_authority() && !path.empty() && path.front() != '/')
+        return std::nullopt;
+    // Escapes of unreserved characters can only stand where those characters may stand
+    // themselves, so decoding them keeps the text valid; parse again for the new offsets.
+    if (uri.find('%') != std::string::npos) {
+        std::string decoded = uri;
+        if (detail::decodeUnreservedEscapes(decoded)) {
+            if (auto again = boost::urls::parse_uri(decoded)) {
+                uri = std::move(decoded);
+                parsed = again;
+            }
+        }
+    }
+    char* base = uri.data();
+    lowerCaseOutsideEscapes(base, base + parsed->scheme().size());
+    if (parsed->has_authority()) {
+        const auto host = parsed->encoded_host();
+        char* first = base + (host.data() - uri.data());
+        lowerCaseOutsideEscapes(first, first + host.size());
+    }
+    boost::urls::url url(*parsed);
+    if (url.has_port() && url.port().empty())
+        url.remove_port(); // "http://h:/" names the same place as "http://h/"
+    return url;
+}
+
+void requireConsistent(bool condition, const char* what) {
+    if (!condition)
+        throw InternalError(std::string("Inconsistent IRI components: ") + what);
+}
+
+} // namespace
+
+IRIArgs::IRIArgs(const IRI& iri)
+    : scheme(iri.getScheme()), hasAuthority(iri.hasAuthority()),
+      userInfo(iri.getUserInfo(iri::Encoding::IRI)), hasUserInfo(iri.hasUserInfo()),
+      host(iri.hasAuthority() ? iri.getHost(iri::Encoding::IRI) : fl::ustring()),
+      path(iri.getPath(iri::Encoding::IRI)), query(iri.getQuery(iri::Encoding::IRI)),
+      hasQuery(iri.hasQuery()), fragment(iri.getFragment(iri::Encoding::IRI)),
+      hasFragment(iri.hasFragment()) {
+    if (iri.hasPort())
+        port = fl::i18n::to_ustring(view(iri.url_.port()));
+}
+
+IRI::IRI(const IRIArgs& args) {
+    requireConsistent(detail::isSchemeName(args.scheme), "the scheme is not a scheme name");
+    requireConsistent(args.hasQuery || args.query.empty(), "a query without its flag");
+    requireConsistent(args.hasFragment || args.fragment.empty(), "a fragment without its flag");
+    requireConsistent(args.hasUserInfo || args.userInfo.empty(), "user info without its flag");
+    requireConsistent(args.hasAuthority ||
+                          (!args.hasUserInfo && args.host.empty() && args.port.empty()),
+                      "user info, host or port without an authority");
+    for (char16_t c : args.port)
+        requireConsistent(detail::isDigit(c), "a port that is not a number");
+    if (args.hasAuthority)
+        requireConsistent(args.path.empty() || args.path[0] == u'/',
+                          "a path after an authority that does not start with \"/\"");
+    else
+        requireConsistent(args.path.substr(0, 2) != u"//",
+                          "a path starting with \"//\" would be read as an authority");
+
+    // Each component is converted on its own so that the parse can be checked against it:
+    // a delimiter inside a component ("#" in a query) would otherwise move the boundaries.
+    std::string text;
+    detail::appendUri(text, args.scheme);
+    text += ':';
+    std::size_t userInfoSize = 0, hostSize = 0;
+    if (args.hasAuthority) {
+        text += "//";
+        if (args.hasUserInfo) {
+            const std::size_t before = text.size();
+            detail::appendUri(text, args.userInfo);
+            userInfoSize = text.size() - before;
+            text += '@';
+        }
+        const std::size_t before = text.size();
+        detail::appendUri(text, args.host);
+        hostSize = text.size() - before;
+        if (!args.port.empty()) {
+            text += ':';
+            detail::appendUri(text, args.port);
+        }
+    }
+    std::size_t before = text.size();
+    detail::appendUri(text, args.path);
+    const std::size_t pathSize = text.size() - before;
+    std::size_t querySize = 0, fragmentSize = 0;
+    if (args.hasQuery) {
+        text += '?';
+        before = text.size();
+        detail::appendUri(text, args.query);
+        querySize = text.size() - before;
+    }
+    if (args.hasFragment) {
+        text += '#';
+        before = text.size();
+        detail::appendUri(text, args.fragment);
+        fragmentSize = text.size() - before;
+    }
+
+    const auto parsed = boost::urls::parse_uri(text);
+    requireConsistent(parsed.has_value(), "the components do not form an IRI");
+    requireConsistent(parsed->has_authority() == args.hasAuthority &&
+                          parsed->has_userinfo() == args.hasUserInfo &&
+                          parsed->encoded_userinfo().size() == userInfoSize &&
+                          (!args.hasAuthority || parsed->encoded_host().size() == hostSize) &&
+                          parsed->encoded_path().size() == pathSize &&
+                          parsed->has_query() == args.hasQuery &&
+                          parsed->encoded_query().size() == querySize &&
+                          parsed->has_fragment() == args.hasFragment &&
+                          parsed->encoded_fragment().size() == fragmentSize,
+                      "a component holds a delimiter of another");
+    auto url = finish(std::move(text));
+    requireConsistent(url.has_value(), "a one-letter scheme or a port beyond 65535");
+    url_ = std::move(*url);
+}
+
+std::optional<IRI> IRI::parse(fl::ustring_view text) {
+    std::string uri;
+    detail::appendUri(uri, text);
+    return parseUri(std::move(uri));
+}
+
+std::optional<IRI> IRI::parseUri(std::string uri) {
+    auto url = finish(std::move(uri));
+    if (!url)
+        return std::nullopt;
+    return IRI(std::move(*url));
+}
+
+fl::ustring IRI::getScheme() const {
+    const auto scheme = url_.scheme();
+    return fl::ustring(scheme.begin(), scheme.end());
+}
+
+fl::ustring IRI::getUserInfo(iri::Encoding encoding) const {
+    return fromUri(view(url_.encoded_userinfo()), encoding);
+}
+
+fl::ustring IRI::getHost(iri::Encoding encoding) const {
+    return fromUri(view(url_.encoded_host()), encoding);
+}
+
+fl::ustring IRI::getPath(iri::Encoding encoding) const {
+    return fromUri(view(url_.encoded_path()), encoding);
+}
+
+fl::ustring IRI::getQuery(iri::Encoding encoding) const {
+    return fromUri(view(url_.encoded_query()), encoding);
+}
+
+fl::ustring IRI::getFragment(iri::Encoding encoding) const {
+    return fromUri(view(url_.encoded_fragment()), encoding);
+}
+
+fl::ustring IRI::toString(iri::Encoding encoding) const {
+    return fromUri(uriText(), encoding);
+}
+
+} // namespace foundation::network

@@ -1,0 +1,99 @@
+#pragma once
+
+// Text conversions shared by the IRI layer: IRI text to URI text and back, escaping of
+// native bytes, and the lexical removal of "." and ".." segments.
+
+#include <fl/ustring.hpp>
+#include <foundation/network/IRI.hpp>
+
+#include <string>
+#include <string_view>
+
+namespace foundation::network::detail {
+
+inline bool isAsciiLetter(char32_t c) {
+    return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
+}
+inline bool isDigit(char32_t c) {
+    return c >= '0' && c <= '9';
+}
+inline bool isHexDigit(char32_t c) {
+    return isDigit(c) || (c >= 'A' && c <= 'F') || (c >= 'a' && c <= 'f');
+}
+inline bool isUnreserved(char32_t c) {
+    return isAsciiLetter(c) || isDigit(c) || c == '-' || c == '.' || c == '_' || c == '~';
+}
+inline bool isSchemeChar(char32_t c) {
+    return isAsciiLetter(c) || isDigit(c) || c == '+' || c == '-' || c == '.';
+}
+template <class Char> Char toLowerAscii(Char c) {
+    return c >= 'A' && c <= 'Z' ? static_cast<Char>(c + ('a' - 'A')) : c;
+}
+
+// Whether `text` is a scheme name: a letter, then letters, digits, "+", "-" or ".". A single
+// letter is a drive ("C:"), never a scheme.
+bool isSchemeName(fl::ustring_view text);
+
+// IRI text to URI text: every non-ASCII code unit becomes the escapes of its UTF-8 bytes (an
+// escaped byte U+DC80..U+DCFF the escape of that byte), and the hex digits of escapes are
+// upper-cased. ASCII is copied; whether it is allowed where it stands is the parser's call.
+void appendUri(std::string& out, fl::ustring_view text);
+
+// URI text (ASCII) in the form `encoding` asks for.
+fl::ustring fromUri(std::string_view uri, iri::Encoding encoding);
+
+// Native bytes as URI text of one path: bytes that may stand in a path segment are kept,
+// "/" is kept when `keepSlash`, every other byte escaped.
+void appendEscapedPath(std::string& out, std::string_view bytes, bool keepSlash);
+
+// Escapes of unreserved characters decoded; false when there was none, `uri` unchanged.
+bool decodeUnreservedEscapes(std::string& uri);
+
+// RFC 3986 section 5.2.4 on a path, for URI (char) or IRI (char16_t) text.
+template <class Char> std::basic_string<Char> removeDotSegments(std::basic_string_view<Char> in) {
+    using View = std::basic_string_view<Char>;
+    static constexpr Char slash[] = {'/', 0};
+    auto startsWith = [&in](std::string_view prefix) {
+        if (in.size() < prefix.size())
+            return false;
+        for (std::size_t i = 0; i < prefix.size(); ++i)
+            if (in[i] != static_cast<Char>(prefix[i]))
+                return false;
+        return true;
+    };
+    auto is = [&in, &startsWith](std::string_view whole) {
+        return in.size() == whole.size() && startsWith(whole);
+    };
+    std::basic_string<Char> out;
+    out.reserve(in.size());
+    auto dropLastSegment = [&out] {
+        const auto cut = out.rfind(Char('/'));
+        out.erase(cut == std::basic_string<Char>::npos ? 0 : cut);
+    };
+    while (!in.empty()) {
+        if (startsWith("../")) {
+            in.remove_prefix(3);
+        } else if (startsWith("./") || startsWith("/./")) {
+            in.remove_prefix(2);
+        } else if (is("/.")) {
+            in = View(slash, 1);
+        } else if (startsWith("/../")) {
+            in.remove_prefix(3);
+            dropLastSegment();
+        } else if (is("/..")) {
+            in = View(slash, 1);
+            dropLastSegment();
+        } else if (is(".") || is("..")) {
+            in = View();
+        } else {
+            std::size_t next = in.find(Char('/'), in[0] == Char('/') ? 1 : 0);
+            if (next == View::npos)
+                next = in.size();
+            out.append(in.substr(0, next));
+            in.remove_prefix(next);
+        }
+    }
+    return out;
+}
+
+} // namespace foundation::network::detail

@@ -1,0 +1,108 @@
+#include <foundation/storage/utility/url.hpp>
+
+#include "iri_text.hpp"
+
+#include <fl/i18n.hpp>
+
+namespace foundation::storage::utility {
+namespace {
+
+namespace ndetail = network::detail;
+
+bool isAsciiSpace(char16_t c) {
+    return c == u' ' || (c >= u'\t' && c <= u'\r');
+}
+
+bool mustEscape(char16_t c) {
+    if (c <= 0x20 || c == 0x7F || (c >= 0x80 && c <= 0x9F))
+        return true;
+    return fl::ustring_view(u"\"<>\\^`{|}").find(c) != fl::ustring_view::npos;
+}
+
+void trim(fl::ustring& text) {
+    std::size_t first = 0, last = text.size();
+    while (first < last && isAsciiSpace(text[first]))
+        ++first;
+    while (last > first && isAsciiSpace(text[last - 1]))
+        --last;
+    if (first != 0 || last != text.size())
+        text = text.substr(first, last - first);
+}
+
+void escapeForbidden(fl::ustring& text) {
+    std::size_t i = 0;
+    while (i < text.size() && !mustEscape(text[i]))
+        ++i;
+    if (i == text.size())
+        return;
+    static constexpr char16_t hex[] = u"0123456789ABCDEF";
+    fl::ustring out(text, 0, i);
+    for (; i < text.size(); ++i) {
+        if (!mustEscape(text[i])) {
+            out += text[i];
+            continue;
+        }
+        for (unsigned char byte : fl::i18n::to_string(fl::ustring_view(&text[i], 1))) {
+            out += u'%';
+            out += hex[byte >> 4];
+            out += hex[byte & 0xF];
+        }
+    }
+    text = std::move(out);
+}
+
+void lowerCase(fl::ustring& text, std::size_t first, std::size_t last) {
+    for (std::size_t i = first; i < last; ++i) {
+        if (text[i] == u'%') {
+            i += 2; // keep the hex digits of an escape as they are
+            continue;
+        }
+        text[i] = ndetail::toLowerAscii(text[i]);
+    }
+}
+
+// Lower-cases scheme and host; returns where the path starts.
+std::size_t lowerCaseSchemeAndHost(fl::ustring& text) {
+    const std::size_t colon = text.find(u':');
+    if (colon == fl::ustring::npos || !ndetail::isSchemeName(fl::ustring_view(text.data(), colon)))
+        return 0;
+    lowerCase(text, 0, colon);
+    const std::size_t authority = colon + 1;
+    if (text.compare(authority, 2, u"//") != 0)
+        return authority;
+    const std::size_t begin = authority + 2;
+    std::size_t end = text.find_first_of(u"/?#", begin);
+    if (end == fl::ustring::npos)
+        end = text.size();
+    const std::size_t at = text.rfind(u'@', end - 1);
+    const std::size_t hostBegin = at != fl::ustring::npos && at >= begin ? at + 1 : begin;
+    std::size_t hostEnd = end;
+    if (hostBegin < end && text[hostBegin] == u'[') {
+        const std::size_t bracket = text.find(u']', hostBegin);
+        hostEnd = bracket != fl::ustring::npos && bracket < end ? bracket + 1 : end;
+    } else {
+        const std::size_t port = text.find(u':', hostBegin);
+        hostEnd = port != fl::ustring::npos && port < end ? port : end;
+    }
+    lowerCase(text, hostBegin, hostEnd);
+    return end;
+}
+
+} // namespace
+
+void normalizeURL(fl::ustring& text) {
+    trim(text);
+    escapeForbidden(text);
+    const std::size_t pathBegin = lowerCaseSchemeAndHost(text);
+    std::size_t pathEnd = text.find_first_of(u"?#", pathBegin);
+    if (pathEnd == fl::ustring::npos)
+        pathEnd = text.size();
+    const fl::ustring_view path(text.data() + pathBegin, pathEnd - pathBegin);
+    if (path.find(u'.') == fl::ustring_view::npos)
+        return;
+    text.replace(pathBegin, pathEnd - pathBegin, ndetail::removeDotSegments(path));
+}
+
+void handleWindowsTrailingDotsAndSpaces(fl::ustring&) {}
+
+} // namespace foundation::storage::utility
