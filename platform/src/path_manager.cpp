@@ -18,8 +18,10 @@ namespace {
 
 namespace vfs = foundation::storage::vfs;
 
-// IRI text without a trailing "/", so that "file:///a/" and "file:///a" compare equal.
-fl::ustring withoutTrailingSlash(fl::ustring text) {
+// The location's canonical IRI text (dot segments removed, one spelling per location)
+// without a trailing "/", so that "file:///a/" and "file:///a" compare equal.
+fl::ustring comparableText(const vfs::AbsoluteIRI& location) {
+    fl::ustring text = vfs::CanonicalAbsoluteIRI(location).toString();
     if (text.size() > 1 && text.back() == u'/')
         text.pop_back();
     return text;
@@ -79,7 +81,7 @@ void PathManager::SetSearchPath(const std::vector<fl::ustring>& folders) {
         Entry entry;
         entry.state.folder =
             folder.empty() || folder.front() == u'/' ? folder : current.getPath() + u"/" + folder;
-        entry.iriText = withoutTrailingSlash(current.absolutize(folder).toString());
+        entry.iriText = comparableText(current.absolutize(folder));
         entries.push_back(std::move(entry));
     }
     std::lock_guard lock(mutex_);
@@ -109,7 +111,7 @@ std::size_t PathManager::GetNotificationCount() const {
 
 void PathManager::NotifyUpstreamPathEntriesOfPossibleSpecialSubfolderChanges(
     const vfs::AbsoluteIRI& folder) {
-    const fl::ustring changed = withoutTrailingSlash(folder.toString());
+    const fl::ustring changed = comparableText(folder);
     std::lock_guard lock(mutex_);
     ++notifications_;
     for (Entry& entry : entries_) {
