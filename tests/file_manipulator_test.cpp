@@ -35,15 +35,6 @@ std::string textOf(const core::Status& status) {
     return fl::i18n::to_string(core::detail::GetUnicodeMessageTxt(status.exception));
 }
 
-TEST(FileManipulator, StartsAsSuccessWithNothingRecorded) {
-    NoOperation operation;
-    const core::Status status = operation.GetStatus();
-    EXPECT_EQ(status.code, 1);
-    EXPECT_EQ(status.systemError, 0);
-    EXPECT_FALSE(status.exception);
-    EXPECT_EQ(operation.GetErrorMsgIdPrefix(), "FILE");
-}
-
 // Every storage error code, the table's two ends and what lies beyond them. The library
 // maps codes to its tags, the storage layer maps them to message names for its pending
 // contexts: both must give the same identifier.

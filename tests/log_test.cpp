@@ -86,20 +86,4 @@ TEST(TraceScope, ThrowInsideAnUnwindingDestructorIsStillMarked) {
     EXPECT_THAT(texts[1], Not(HasSubstr("[throw]")));
 }
 
-TEST(Logger, CaughtExceptionRecordHasBoostDiagnostics) {
-    RecordCapture capture("vexa::io::filesystem");
-    const ScopedLogLevels levels(log::caughtErrorLevel);
-    try {
-        throw std::runtime_error("disk on fire");
-    } catch (...) {
-        log::logCaughtException();
-    }
-    const auto records = capture.records();
-    ASSERT_EQ(records.size(), 1u);
-    EXPECT_EQ(records[0].level, log::caughtErrorLevel);
-    EXPECT_THAT(records[0].message, ::testing::StartsWith("Exception caught: "));
-    EXPECT_THAT(records[0].message, HasSubstr("disk on fire"));
-    EXPECT_THAT(records[0].message, HasSubstr("std::runtime_error"));
-}
-
 } // namespace

