@@ -9,6 +9,10 @@
 #include <filesystem>
 #include <fstream>
 
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -98,6 +102,39 @@ TEST_F(VexafsMkdir, LogShowsTheNotificationOfAChange) {
     const char* trace = "FileManipulator::MarkDirOutOfDate(fl::ustring&) (src/FileManip:337)";
     EXPECT_THAT(vexafs({"mkdir", folder, "--log"}).err, HasSubstr(trace));
     EXPECT_EQ(vexafs({"mkdir", folder, "--log"}).err, "");
+}
+
+// Run as root, a refused permission needs an unprivileged process: the child drops to
+// nobody and runs vexafs in a folder it may read but not write.
+TEST_F(VexafsMkdir, RefusedPermissionIsPermissionDenied) {
+    ASSERT_EQ(::chmod(dir.path().c_str(), 0755), 0);
+    ASSERT_EQ(::mkdir((dir / "locked").c_str(), 0555), 0);
+    const std::string folder = dir / "locked/new/sub";
+    int out[2];
+    ASSERT_EQ(::pipe(out), 0);
+    const pid_t child = ::fork();
+    ASSERT_NE(child, -1);
+    if (child == 0) {
+        ::dup2(out[1], 1);
+        if (::getuid() == 0 && (::setgid(65534) != 0 || ::setuid(65534) != 0))
+            ::_exit(3);
+        ::execl(VEXAFS_PATH, VEXAFS_PATH, "mkdir", folder.c_str(), "--nargout", "3", nullptr);
+        ::_exit(4);
+    }
+    ::close(out[1]);
+    std::string output;
+    char buffer[4096];
+    for (ssize_t n; (n = ::read(out[0], buffer, sizeof buffer)) > 0;)
+        output.append(buffer, static_cast<std::size_t>(n));
+    ::close(out[0]);
+    int status = 0;
+    ASSERT_EQ(::waitpid(child, &status, 0), child);
+    ASSERT_TRUE(WIFEXITED(status));
+    ASSERT_EQ(WEXITSTATUS(status), 0) << "3: could not drop root, 4: could not run vexafs";
+    // The level that could not be made is named.
+    EXPECT_THAT(output, HasSubstr("Permission denied for '" + dir / "locked/new" + "'"));
+    EXPECT_THAT(output, HasSubstr("identifier: VEXA:virtualfilesystem:permissionDenied"));
+    EXPECT_FALSE(fs::exists(dir / "locked/new"));
 }
 
 } // namespace
