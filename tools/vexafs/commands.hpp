@@ -9,5 +9,6 @@ void addClassifyCommand(CLI::App& app);
 void addAbsoluteCommand(CLI::App& app);
 void addRuleCommand(CLI::App& app);
 void addPartsCommand(CLI::App& app);
+void addMkdirCommand(CLI::App& app);
 
 } // namespace vexafs

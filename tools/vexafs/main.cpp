@@ -37,6 +37,7 @@ int main(int argc, char** argv) {
     vexafs::addAbsoluteCommand(app);
     vexafs::addRuleCommand(app);
     vexafs::addPartsCommand(app);
+    vexafs::addMkdirCommand(app);
     if (argc <= 1) {
         std::cout << app.help();
         return 0;

@@ -12,6 +12,9 @@
 
 #include <vexa/io/filesystem/core/absolute_paths.hpp>
 #include <vexa/io/filesystem/core/errors.hpp>
+#include <vexa/io/filesystem/core/file_manipulator.hpp>
+#include <vexa/io/filesystem/core/log.hpp>
 #include <vexa/io/filesystem/core/path_components.hpp>
 #include <vexa/io/filesystem/core/path_predicates.hpp>
 #include <vexa/io/filesystem/core/replacement_rules.hpp>
+#include <vexa/io/filesystem/core/result_handler.hpp>

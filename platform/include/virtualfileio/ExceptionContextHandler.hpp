@@ -1,0 +1,33 @@
+#pragma once
+
+#include <foundation/storage/provider/ExceptionContext.hpp>
+
+#include <fl/ustring.hpp>
+
+#include <boost/exception_ptr.hpp>
+
+#include <optional>
+#include <string>
+
+namespace virtualfileio {
+
+// Keeps, per thread, the context of the last failed storage operation until someone
+// reports it. Layers that record failures instead of throwing (a file operation's
+// status) turn it into the message-identifier exception a user sees.
+class ExceptionContextHandler {
+public:
+    static void SetPendingContext(foundation::storage::provider::ExceptionContext context);
+    static std::optional<foundation::storage::provider::ExceptionContext> PendingContext();
+    static void ClearPendingContext() noexcept;
+
+    // The pending context as the exception of its message, with `first` as the path the
+    // message names; the context is cleared. `second` (the other path of a two-path
+    // operation) and `prefix` (the caller's identifier prefix, such as "VEXA:FILE") travel
+    // with the exception as error information; the identifier is the message's own.
+    // Empty when nothing is pending.
+    static boost::exception_ptr ExceptionContextToExceptionObject(const fl::ustring& first,
+                                                                  const fl::ustring& second,
+                                                                  const std::string& prefix);
+};
+
+} // namespace virtualfileio

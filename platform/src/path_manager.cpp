@@ -1,0 +1,178 @@
+#include <Quarrow/PathManagement/PathManager.hpp>
+
+#include <Quarrow/current_working_folder/CurrentWorkingFolder.hpp>
+#include <host/EngineDispatcher.hpp>
+
+#include <foundation/core/except/Exception.hpp>
+
+#include <fl/filesystem.hpp>
+#include <fl/i18n.hpp>
+
+#include <algorithm>
+#include <memory>
+
+#include <dirent.h>
+
+namespace Quarrow::PathManagement {
+namespace {
+
+namespace vfs = foundation::storage::vfs;
+
+// The location's canonical IRI text (dot segments removed, one spelling per location)
+// without a trailing "/", so that "file:///a/" and "file:///a" compare equal.
+fl::ustring comparableText(const vfs::AbsoluteIRI& location) {
+    fl::ustring text = vfs::CanonicalAbsoluteIRI(location).toString();
+    if (text.size() > 1 && text.back() == u'/')
+        text.pop_back();
+    return text;
+}
+
+// Whether the entry `entry` is `folder` or one of its ancestors.
+bool isAtOrAbove(const fl::ustring& entry, const fl::ustring& folder) {
+    if (folder.size() < entry.size() || folder.compare(0, entry.size(), entry) != 0)
+        return false;
+    return folder.size() == entry.size() || entry.back() == u'/' || folder[entry.size()] == u'/';
+}
+
+bool isSpecialName(std::string_view name) {
+    return (name.size() > 1 && (name.front() == '+' || name.front() == '@')) || name == "private";
+}
+
+std::vector<fl::ustring> specialSubfoldersOf(const fl::ustring& folder) {
+    std::vector<fl::ustring> names;
+    std::string native;
+    try {
+        native = fl::filesystem::detail::to_native(folder);
+    } catch (const fl::filesystem::FsysExceptionBase&) {
+        return names;
+    }
+    struct CloseDir {
+        void operator()(DIR* dir) const noexcept { ::closedir(dir); }
+    };
+    const std::unique_ptr<DIR, CloseDir> dir(::opendir(native.c_str()));
+    if (!dir)
+        return names;
+    while (const dirent* entry = ::readdir(dir.get())) {
+        if (!isSpecialName(entry->d_name))
+            continue;
+        const fl::ustring child = folder + u"/" + fl::i18n::to_ustring(entry->d_name);
+        try {
+            if (fl::filesystem::status(child).type() == fl::filesystem::file_status::directory_file)
+                names.push_back(fl::i18n::to_ustring(entry->d_name));
+        } catch (const fl::filesystem::FsysExceptionBase&) {
+            // Gone since it was listed, or out of reach: not on the path.
+        }
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+} // namespace
+
+PathManager::PathManager(const std::vector<fl::ustring>& folders) {
+    SetSearchPath(folders);
+}
+
+void PathManager::SetSearchPath(const std::vector<fl::ustring>& folders) {
+    const auto& current = current_working_folder::GetCurrentWorkingFolder();
+    std::vector<Entry> entries;
+    entries.reserve(folders.size());
+    for (const fl::ustring& folder : folders) {
+        Entry entry;
+        entry.state.folder =
+            folder.empty() || folder.front() == u'/' ? folder : current.getPath() + u"/" + folder;
+        entry.iriText = comparableText(current.absolutize(folder));
+        entries.push_back(std::move(entry));
+    }
+    std::lock_guard lock(mutex_);
+    entries_ = std::move(entries);
+}
+
+std::vector<fl::ustring> PathManager::GetSearchPath() const {
+    std::lock_guard lock(mutex_);
+    std::vector<fl::ustring> folders;
+    for (const Entry& entry : entries_)
+        folders.push_back(entry.state.folder);
+    return folders;
+}
+
+std::vector<PathEntry> PathManager::GetEntries() const {
+    std::lock_guard lock(mutex_);
+    std::vector<PathEntry> states;
+    for (const Entry& entry : entries_)
+        states.push_back(entry.state);
+    return states;
+}
+
+std::size_t PathManager::GetNotificationCount() const {
+    std::lock_guard lock(mutex_);
+    return notifications_;
+}
+
+void PathManager::NotifyUpstreamPathEntriesOfPossibleSpecialSubfolderChanges(
+    const vfs::AbsoluteIRI& folder) {
+    const fl::ustring changed = comparableText(folder);
+    std::lock_guard lock(mutex_);
+    ++notifications_;
+    for (Entry& entry : entries_) {
+        if (isAtOrAbove(entry.iriText, changed)) {
+            entry.state.outOfDate = true;
+            ++entry.state.notifications;
+        }
+    }
+}
+
+void PathManager::Refresh(int scope) {
+    std::vector<fl::ustring> folders;
+    {
+        std::lock_guard lock(mutex_);
+        for (const Entry& entry : entries_)
+            if (scope == 0 || entry.state.outOfDate)
+                folders.push_back(entry.state.folder);
+    }
+    // Scanning reads folders: done without the lock, then stored for the entries that are
+    // still on the path.
+    std::vector<std::pair<fl::ustring, std::vector<fl::ustring>>> scanned;
+    for (const fl::ustring& folder : folders)
+        scanned.emplace_back(folder, specialSubfoldersOf(folder));
+    std::lock_guard lock(mutex_);
+    for (auto& [folder, names] : scanned) {
+        for (Entry& entry : entries_) {
+            if (entry.state.folder != folder)
+                continue;
+            entry.state.specialSubfolders = names;
+            entry.state.outOfDate = false;
+            ++entry.state.scans;
+        }
+    }
+}
+
+} // namespace Quarrow::PathManagement
+
+EngineDispatcher::EngineDispatcher()
+    : pathManager_(std::make_shared<Quarrow::PathManagement::PathManager>()) {}
+
+EngineDispatcher& EngineDispatcher::getDispatcher() {
+    static EngineDispatcher dispatcher;
+    return dispatcher;
+}
+
+std::shared_ptr<Quarrow::PathManagement::PathManager>
+EngineDispatcher::GetCurrentPathManager() const {
+    std::lock_guard lock(mutex_);
+    if (!pathManager_)
+        throw foundation::core::except::Exception<foundation::core::except::IInternalException>(
+            "the host has no path manager");
+    return pathManager_;
+}
+
+std::shared_ptr<Quarrow::PathManagement::PathManager> EngineDispatcher::SetCurrentPathManager(
+    std::shared_ptr<Quarrow::PathManagement::PathManager> manager) {
+    std::lock_guard lock(mutex_);
+    return std::exchange(pathManager_, std::move(manager));
+}
+
+Quarrow::current_working_folder::ICurrentWorkingFolder&
+EngineDispatcher::GetCurrentWorkingFolder() const {
+    return Quarrow::current_working_folder::GetCurrentWorkingFolder();
+}

@@ -1,0 +1,91 @@
+#include <Quarrow/PathManagement/PathManager.hpp>
+#include <Quarrow/current_working_folder/CurrentWorkingFolder.hpp>
+#include <host/EngineDispatcher.hpp>
+#include <host/HostArray.hpp>
+#include <host/HostError.hpp>
+
+#include <foundation/core/except/Exception.hpp>
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <stdexcept>
+
+namespace {
+
+namespace cwf = Quarrow::current_working_folder;
+using foundation::core::except::Exception;
+using foundation::core::except::IInternalException;
+
+TEST(CurrentFolder, Absolutize) {
+    const auto previous = std::filesystem::current_path();
+    std::filesystem::current_path("/tmp");
+    const auto& folder = cwf::GetCurrentWorkingFolder();
+    struct Case {
+        fl::ustring text;
+        fl::ustring iri;
+    };
+    const Case cases[] = {
+        {u"/data/x.csv", u"file:///data/x.csv"},
+        {u"x.csv", u"file:///tmp/x.csv"},
+        {u"C:x", u"file:///tmp/C:x"},           // a drive letter is no scheme
+        {u"notes:v2", u"file:///tmp/notes:v2"}, // nor a colon without "//"
+        {u"https://example.com/a", u"https://example.com/a"},
+        {u"c://x", u"file:///tmp/c://x"}, // one letter is a drive, not a scheme
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(folder.absolutize(c.text).toString(), c.iri) << fl::i18n::to_string(c.text);
+    EXPECT_THROW(folder.absolutize(u""), cwf::FailedToAbsolutizeException);
+    EXPECT_EQ(folder.getPath(), u"/tmp");
+    std::filesystem::current_path(previous);
+}
+
+TEST(HostArrays, ValuesAndReferences) {
+    HostArray* flag = createLogicalScalar(true);
+    EXPECT_EQ(flag->kind(), HostArray::Kind::Logical);
+    EXPECT_TRUE(flag->logicalValue());
+    EXPECT_THROW(flag->text(), Exception<IInternalException>);
+    matrix::destroyArray(flag);
+
+    matrix::ArrayRef narrow = matrix::create(std::string("caf\xC3\xA9 \xFF"));
+    EXPECT_EQ(narrow->text(), u"caf\u00e9 \xDCFF");
+    EXPECT_EQ(narrow->numberOfElements(), 6u);
+    EXPECT_THROW(narrow->logicalValue(), Exception<IInternalException>);
+
+    matrix::ArrayRef shared = narrow;
+    EXPECT_EQ(shared->references(), 2);
+    HostArray* raw = to_vexa(std::move(shared));
+    EXPECT_FALSE(shared);
+    EXPECT_EQ(raw->references(), 2);
+    matrix::destroyArray(raw);
+    EXPECT_EQ(narrow->references(), 1);
+}
+
+TEST(HostErrors, ReThrowKeepsIdentifierAndText) {
+    struct Tag : resource_core::BaseMsgID {
+        Tag() : BaseMsgID("VEXA:FILE", "PATHMAX") {}
+    };
+    struct Case {
+        boost::exception_ptr error;
+        std::string id;
+        fl::ustring text;
+    };
+    const Case cases[] = {
+        {boost::copy_exception(Exception<Tag>(Tag())), "VEXA:FILE:PATHMAX",
+         u"The path is longer than the maximum allowed length."},
+        {boost::copy_exception(std::runtime_error("plain")), "", u"plain"},
+        {boost::copy_exception(Exception<IInternalException>("internal")), "", u"internal"},
+        {{}, "VEXA:FileManip:UnknownError", u"The operation failed for an unknown reason."},
+    };
+    for (const auto& c : cases) {
+        try {
+            reThrowException(c.error);
+        } catch (const host::HostError& error) {
+            EXPECT_EQ(error.GetID(), c.id);
+            EXPECT_EQ(error.GetUnicodeMessageTxt(), c.text);
+            EXPECT_EQ(error.what(), fl::i18n::to_string(c.text));
+        }
+    }
+}
+
+} // namespace

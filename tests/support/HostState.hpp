@@ -1,0 +1,57 @@
+#pragma once
+
+// Scoped changes of the stand-alone host's state, undone when the test ends: the current
+// path manager, the current folder, the core logger's levels.
+
+#include <vexa/io/filesystem/core/log.hpp>
+
+#include <host/EngineDispatcher.hpp>
+
+#include <fl/i18n.hpp>
+
+#include <filesystem>
+#include <memory>
+
+namespace vexa::testing {
+
+class ScopedPathManager {
+public:
+    explicit ScopedPathManager(std::shared_ptr<Quarrow::PathManagement::PathManager> manager)
+        : previous_(EngineDispatcher::getDispatcher().SetCurrentPathManager(std::move(manager))) {}
+    ~ScopedPathManager() { EngineDispatcher::getDispatcher().SetCurrentPathManager(previous_); }
+    ScopedPathManager(const ScopedPathManager&) = delete;
+    ScopedPathManager& operator=(const ScopedPathManager&) = delete;
+
+private:
+    std::shared_ptr<Quarrow::PathManagement::PathManager> previous_;
+};
+
+class ScopedCurrentFolder {
+public:
+    explicit ScopedCurrentFolder(const std::filesystem::path& folder)
+        : previous_(std::filesystem::current_path()) {
+        std::filesystem::current_path(folder);
+    }
+    ~ScopedCurrentFolder() { std::filesystem::current_path(previous_); }
+    ScopedCurrentFolder(const ScopedCurrentFolder&) = delete;
+    ScopedCurrentFolder& operator=(const ScopedCurrentFolder&) = delete;
+
+private:
+    std::filesystem::path previous_;
+};
+
+class ScopedLogLevels {
+public:
+    explicit ScopedLogLevels(foundation::log::level_t mask)
+        : previous_(vexa::io::filesystem::core::log::getLogger().enabledLevels()) {
+        vexa::io::filesystem::core::log::getLogger().setEnabledLevels(mask);
+    }
+    ~ScopedLogLevels() { vexa::io::filesystem::core::log::getLogger().setEnabledLevels(previous_); }
+    ScopedLogLevels(const ScopedLogLevels&) = delete;
+    ScopedLogLevels& operator=(const ScopedLogLevels&) = delete;
+
+private:
+    foundation::log::level_t previous_;
+};
+
+} // namespace vexa::testing

@@ -1,0 +1,114 @@
+// Behaviour that depends on several threads. These tests also run under ThreadSanitizer
+// (label "threads").
+
+#include <vexa/io/filesystem/core/file_manipulator.hpp>
+#include <vexa/io/filesystem/core/log.hpp>
+#include <vexa/io/filesystem/core/result_handler.hpp>
+
+#include <foundation/storage/vfs/Exception.hpp>
+#include <host/HostArray.hpp>
+#include <virtualfileio/ExceptionContextHandler.hpp>
+
+#include "HostState.hpp"
+#include "Operations.hpp"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <barrier>
+#include <set>
+#include <thread>
+#include <vector>
+
+namespace {
+
+namespace core = vexa::io::filesystem::core;
+namespace vfs = foundation::storage::vfs;
+using virtualfileio::ExceptionContextHandler;
+
+constexpr int threadCount = 16;
+
+// Runs `body(i)` on `threadCount` threads released together.
+template <class Body> void onThreads(Body body) {
+    std::barrier start(threadCount);
+    std::vector<std::jthread> threads;
+    for (int i = 0; i < threadCount; ++i)
+        threads.emplace_back([&, i] {
+            start.arrive_and_wait();
+            body(i);
+        });
+}
+
+// Must be the first use of the logger in this process: the test binary runs each test in
+// its own process under ctest.
+TEST(Threads, FirstUseOfTheLoggerFromManyThreadsGivesOneLogger) {
+    std::vector<foundation::log::basic_diagnostic_logger*> seen(threadCount);
+    onThreads([&](int i) { seen[i] = &core::log::getLogger(); });
+    EXPECT_EQ(std::set(seen.begin(), seen.end()).size(), 1u);
+    EXPECT_EQ(seen[0]->channel(), "vexa::io::filesystem");
+}
+
+TEST(Threads, StatusCopyOutlivesItsOperationOnAnotherThread) {
+    core::Status copy;
+    {
+        vexa::testing::NoOperation operation;
+        operation.SetVFSErrorStatus(vfs::Exception(vfs::PermissionDenied, u"/p"), u"/p");
+        copy = operation.GetStatus();
+    }
+    std::vector<std::string> ids(threadCount);
+    onThreads([&](int i) {
+        const core::Status mine = copy; // shares the exception
+        ids[i] = core::detail::GetID(mine.exception);
+    });
+    for (const auto& id : ids)
+        EXPECT_EQ(id, "VEXA:virtualfilesystem:permissionDenied");
+}
+
+TEST(Threads, PendingContextsBelongToTheirThread) {
+    std::vector<std::string> ids(threadCount);
+    std::barrier allSet(threadCount);
+    onThreads([&](int i) {
+        const int code = i % 12;
+        ExceptionContextHandler::SetPendingContext(vfs::makeContext("op", u"/p", code));
+        allSet.arrive_and_wait(); // every thread has one pending now
+        vexa::testing::NoOperation operation;
+        operation.SetErrorExceptionContext(u"/p", u"");
+        ids[i] = core::detail::GetID(operation.GetStatus().exception);
+    });
+    for (int i = 0; i < threadCount; ++i)
+        EXPECT_EQ(ids[i], "VEXA:virtualfilesystem:" + std::string(vfs::errorMessageName(i % 12)));
+}
+
+TEST(Threads, TraceDepthIsPerThread) {
+    foundation::log::RecordCapture capture("vexa::io::filesystem");
+    const vexa::testing::ScopedLogLevels levels(core::log::traceLevel);
+    std::atomic<int> wrongDepth = 0;
+    onThreads([&](int) {
+        for (int round = 0; round < 50; ++round) {
+            const core::log::TraceScope outer("outer", "t.cpp", 1);
+            const core::log::TraceScope inner("inner", "t.cpp", 2);
+            if (core::log::traceDepth() != 2)
+                ++wrongDepth;
+        }
+    });
+    EXPECT_EQ(wrongDepth, 0);
+    EXPECT_EQ(capture.records().size(), static_cast<std::size_t>(threadCount * 50 * 4));
+}
+
+TEST(Threads, NotificationsFromManyThreadsAreAllCounted) {
+    auto manager = std::make_shared<Quarrow::PathManagement::PathManager>(
+        std::vector<fl::ustring>{u"/tmp", u"/"});
+    const vexa::testing::ScopedPathManager installed(manager);
+    onThreads([&](int i) {
+        vexa::testing::NoOperation operation;
+        fl::ustring folder = u"/tmp/folder" + fl::i18n::to_ustring(std::to_string(i));
+        operation.MarkDirOutOfDate(folder);
+        if (i == 0)
+            operation.RequestPathRefresh();
+    });
+    EXPECT_EQ(manager->GetNotificationCount(), static_cast<std::size_t>(threadCount));
+    for (const auto& entry : manager->GetEntries())
+        EXPECT_EQ(entry.notifications, static_cast<std::size_t>(threadCount));
+}
+
+} // namespace
