@@ -92,9 +92,7 @@ InvalidIRIException::InvalidIRIException(fl::ustring text)
 InvalidIRIException::~InvalidIRIException() noexcept = default;
 
 const boost::exception_detail::clone_base* InvalidIRIException::clone() const {
-    auto* copy = new InvalidIRIException(*this);
-    boost::exception_detail::copy_boost_exception(copy, this);
-    return copy;
+    return foundation::core::except::cloneWithErrorInfo(*this);
 }
 
 void InvalidIRIException::rethrow() const {

@@ -50,9 +50,7 @@ using InternalError = Exception<IInternalException, std::exception, void>;
 InternalError::Exception(std::string message) : IInternalException(std::move(message)) {}
 InternalError::~Exception() noexcept = default;
 const boost::exception_detail::clone_base* InternalError::clone() const {
-    auto* copy = new InternalError(*this);
-    boost::exception_detail::copy_boost_exception(copy, this);
-    return copy;
+    return foundation::core::except::cloneWithErrorInfo(*this);
 }
 void InternalError::rethrow() const {
     throw *this;

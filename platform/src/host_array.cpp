@@ -88,9 +88,7 @@ HostError::HostError(std::string identifier, fl::ustring message)
 HostError::~HostError() noexcept = default;
 
 const boost::exception_detail::clone_base* HostError::clone() const {
-    auto* copy = new HostError(*this);
-    boost::exception_detail::copy_boost_exception(copy, this);
-    return copy;
+    return foundation::core::except::cloneWithErrorInfo(*this);
 }
 
 void HostError::rethrow() const {

@@ -1,11 +1,10 @@
 // vexafs absolute: each path made absolute, with the chosen treatment of a final link.
 
+#include "arguments.hpp"
 #include "commands.hpp"
-#include "report.hpp"
 
 #include <vexa/io/filesystem/core.hpp>
 
-#include <iostream>
 #include <map>
 #include <memory>
 
@@ -15,9 +14,8 @@ namespace core = vexa::io::filesystem::core;
 namespace {
 
 struct AbsoluteOptions {
-    std::vector<std::string> paths;
+    PathArguments arguments;
     core::ResolveSymbolicLinks links = core::ResolveSymbolicLinks::FollowLinks;
-    bool json = false;
 };
 
 Record makeAbsolute(const fl::ustring& path, core::ResolveSymbolicLinks links) {
@@ -35,7 +33,7 @@ void addAbsoluteCommand(CLI::App& app) {
     CLI::App* command = app.add_subcommand(
         "absolute", "Make each path absolute from the current folder; a path that cannot be "
                     "resolved keeps the best form reached");
-    command->add_option("paths", options->paths, "Paths to make absolute")->required();
+    addPathArguments(*command, options->arguments, "Paths to make absolute");
     const std::map<std::string, core::ResolveSymbolicLinks> links{
         {"keep", core::ResolveSymbolicLinks::KeepLink},
         {"follow", core::ResolveSymbolicLinks::FollowLinks},
@@ -45,12 +43,9 @@ void addAbsoluteCommand(CLI::App& app) {
                      "A path that is itself a link: keep it in its resolved folder, follow it "
                      "(default), or take it literally")
         ->transform(CLI::CheckedTransformer(links, CLI::ignore_case));
-    command->add_flag("--json", options->json, "Print JSON for scripts");
     command->callback([options] {
-        std::vector<Record> records;
-        for (const std::string& path : options->paths)
-            records.push_back(makeAbsolute(fl::i18n::to_ustring(path), options->links));
-        printRecords(std::cout, records, options->json);
+        reportEachPath(options->arguments,
+                       [&](const fl::ustring& path) { return makeAbsolute(path, options->links); });
     });
 }
 

@@ -1,12 +1,10 @@
 // vexafs classify: what the path predicates say about each path.
 
+#include "arguments.hpp"
 #include "commands.hpp"
-#include "report.hpp"
 
 #include <vexa/io/filesystem/core.hpp>
 
-#include <iostream>
-#include <map>
 #include <memory>
 
 namespace vexafs {
@@ -15,10 +13,9 @@ namespace core = vexa::io::filesystem::core;
 namespace {
 
 struct ClassifyOptions {
-    std::vector<std::string> paths;
+    PathArguments arguments;
     core::FileSystemType rules = core::FileSystemType::Unix;
     bool url = false;
-    bool json = false;
 };
 
 Record classify(const fl::ustring& path, const ClassifyOptions& options) {
@@ -39,18 +36,12 @@ void addClassifyCommand(CLI::App& app) {
     CLI::App* command = app.add_subcommand(
         "classify", "Tell, for each path, whether it is absolute, UNC, a long path or an HTTP "
                     "address, its extension and its path type");
-    command->add_option("paths", options->paths, "Paths or URLs to classify")->required();
-    const std::map<std::string, core::FileSystemType> rules{
-        {"unix", core::FileSystemType::Unix}, {"windows", core::FileSystemType::Windows}};
-    command->add_option("--rules", options->rules, "Path rules: unix (default) or windows")
-        ->transform(CLI::CheckedTransformer(rules, CLI::ignore_case));
+    addPathArguments(*command, options->arguments, "Paths or URLs to classify");
+    addRulesOption(*command, options->rules, "Path rules: unix (default) or windows");
     command->add_flag("--url", options->url, "Treat each argument as a URL");
-    command->add_flag("--json", options->json, "Print JSON for scripts");
     command->callback([options] {
-        std::vector<Record> records;
-        for (const std::string& path : options->paths)
-            records.push_back(classify(fl::i18n::to_ustring(path), *options));
-        printRecords(std::cout, records, options->json);
+        reportEachPath(options->arguments,
+                       [&](const fl::ustring& path) { return classify(path, *options); });
     });
 }
 

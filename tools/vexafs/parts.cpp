@@ -1,12 +1,10 @@
 // vexafs parts: the pieces getPathComponents splits each path or URL into.
 
+#include "arguments.hpp"
 #include "commands.hpp"
-#include "report.hpp"
 
 #include <vexa/io/filesystem/core.hpp>
 
-#include <iostream>
-#include <map>
 #include <memory>
 
 namespace vexafs {
@@ -15,10 +13,9 @@ namespace core = vexa::io::filesystem::core;
 namespace {
 
 struct PartsOptions {
-    std::vector<std::string> paths;
+    PathArguments arguments;
     core::FileSystemType rules = core::FileSystemType::Unix;
     int urlKind = 0; // 0: the paths are file paths
-    bool json = false;
 };
 
 Record parts(const fl::ustring& path, const PartsOptions& options) {
@@ -43,24 +40,17 @@ void addPartsCommand(CLI::App& app) {
     CLI::App* command = app.add_subcommand(
         "parts", "Split each path or URL into parent, name, extension, host, port, query and "
                  "fragment");
-    command->add_option("paths", options->paths, "Paths or URLs to split")->required();
-    const std::map<std::string, core::FileSystemType> rules{
-        {"unix", core::FileSystemType::Unix}, {"windows", core::FileSystemType::Windows}};
-    auto* rulesOption = command
-                            ->add_option("--rules", options->rules,
-                                         "Path rules for file paths: unix (default) or windows")
-                            ->transform(CLI::CheckedTransformer(rules, CLI::ignore_case));
+    addPathArguments(*command, options->arguments, "Paths or URLs to split");
+    CLI::Option* rulesOption = addRulesOption(
+        *command, options->rules, "Path rules for file paths: unix (default) or windows");
     command
         ->add_option("--url-kind", options->urlKind,
                      "Treat each argument as a URL of kind 2 or 3 (the path types for URLs)")
         ->check(CLI::IsMember({2, 3}))
         ->excludes(rulesOption);
-    command->add_flag("--json", options->json, "Print JSON for scripts");
     command->callback([options] {
-        std::vector<Record> records;
-        for (const std::string& path : options->paths)
-            records.push_back(parts(fl::i18n::to_ustring(path), *options));
-        printRecords(std::cout, records, options->json);
+        reportEachPath(options->arguments,
+                       [&](const fl::ustring& path) { return parts(path, *options); });
     });
 }
 

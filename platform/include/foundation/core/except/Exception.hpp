@@ -24,11 +24,8 @@ public:
     Exception(const Exception&) = default;
     ~Exception() noexcept override = default;
 
-    // A heap copy with its own copy of the error information.
     const boost::exception_detail::clone_base* clone() const override {
-        auto* copy = new Exception(*this);
-        boost::exception_detail::copy_boost_exception(copy, this);
-        return copy;
+        return cloneWithErrorInfo(*this);
     }
     [[noreturn]] void rethrow() const override { throw *this; }
     const char* what() const noexcept override { return IException::what(); }

@@ -27,6 +27,14 @@ private:
     std::string whatText_;
 };
 
+// A heap copy of `error` as its most-derived type, with its own copy of the Boost error
+// information: what clone() of every host exception returns.
+template <class E> const boost::exception_detail::clone_base* cloneWithErrorInfo(const E& error) {
+    auto* copy = new E(error);
+    boost::exception_detail::copy_boost_exception(copy, &error);
+    return copy;
+}
+
 // An error the user can act on: it has a message identifier and a message text.
 class IUserException : public IException {
 public:

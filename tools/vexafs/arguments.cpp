@@ -1,0 +1,33 @@
+#include "arguments.hpp"
+
+#include <fl/i18n.hpp>
+
+#include <iostream>
+#include <map>
+
+namespace vexafs {
+
+void addPathArguments(CLI::App& command, PathArguments& arguments, const std::string& pathsHelp) {
+    command.add_option("paths", arguments.paths, pathsHelp)->required();
+    command.add_flag("--json", arguments.json, "Print JSON for scripts");
+}
+
+CLI::Option* addRulesOption(CLI::App& command, vexa::io::filesystem::core::FileSystemType& rules,
+                            const std::string& help) {
+    using vexa::io::filesystem::core::FileSystemType;
+    const std::map<std::string, FileSystemType> names{{"unix", FileSystemType::Unix},
+                                                      {"windows", FileSystemType::Windows}};
+    return command.add_option("--rules", rules, help)
+        ->transform(CLI::CheckedTransformer(names, CLI::ignore_case));
+}
+
+void reportEachPath(const PathArguments& arguments,
+                    const std::function<Record(const fl::ustring&)>& describe) {
+    std::vector<Record> records;
+    records.reserve(arguments.paths.size());
+    for (const std::string& path : arguments.paths)
+        records.push_back(describe(fl::i18n::to_ustring(path)));
+    printRecords(std::cout, records, arguments.json);
+}
+
+} // namespace vexafs

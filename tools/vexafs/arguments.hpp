@@ -1,0 +1,34 @@
+#pragma once
+
+// What the per-path commands of vexafs share: their path arguments, --json, --rules, and
+// reporting one record per path.
+
+#include "report.hpp"
+
+#include <vexa/io/filesystem/core/path_predicates.hpp>
+
+#include <CLI/CLI.hpp>
+
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace vexafs {
+
+struct PathArguments {
+    std::vector<std::string> paths; // as the bytes the user typed
+    bool json = false;
+};
+
+// Adds the required paths and --json to `command`.
+void addPathArguments(CLI::App& command, PathArguments& arguments, const std::string& pathsHelp);
+
+// Adds --rules unix|windows (any case), which sets `rules`.
+CLI::Option* addRulesOption(CLI::App& command, vexa::io::filesystem::core::FileSystemType& rules,
+                            const std::string& help);
+
+// Describes each path, converted to UTF-16 without loss, and prints the records.
+void reportEachPath(const PathArguments& arguments,
+                    const std::function<Record(const fl::ustring&)>& describe);
+
+} // namespace vexafs
