@@ -13,7 +13,10 @@ fl::ustring GetStringFromIRI(const foundation::storage::vfs::AbsoluteIRI& iri) {
         return iri.toString();
     const fl::ustring host = parsed.getHost(Encoding::URI);
     const fl::ustring path = parsed.getPath(Encoding::URI);
-    if ((!host.empty() && host != u"localhost") || (!path.empty() && path.front() != u'/'))
+    // A query or fragment is not part of any file name: giving the path alone would name
+    // another file ("file:///tmp/what?.txt" is not "/tmp/what").
+    if ((!host.empty() && host != u"localhost") || (!path.empty() && path.front() != u'/') ||
+        parsed.hasQuery() || parsed.hasFragment())
         throw InvalidIRIException(iri.toString());
     // Decoded, these would change the path: a name cannot hold "/", and a U+0000 would cut
     // the path short at the system call.

@@ -353,7 +353,8 @@ TEST(GetStringFromIRI, OtherIRIsAndPathsThatCannotBeNative) {
     EXPECT_EQ(GetStringFromIRI(AbsoluteIRI(u"HTTP://H/a%20b")), u"http://h/a%20b");
     EXPECT_EQ(GetStringFromIRI(AbsoluteIRI(u"file://localhost/x")), u"/x");
     EXPECT_EQ(GetStringFromIRI(AbsoluteIRI(u"file:/x")), u"/x");
-    for (const char16_t* text : {u"file://server/x", u"file:///a%2Fb", u"file:///a%00", u"file:x"})
+    for (const char16_t* text : {u"file://server/x", u"file:///a%2Fb", u"file:///a%00", u"file:x",
+                                 u"file:///a?b", u"file:///a#b", u"file:///a?"})
         EXPECT_THROW(GetStringFromIRI(AbsoluteIRI(text)), InvalidIRIException) << utf8(text);
 }
 
