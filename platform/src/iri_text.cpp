@@ -20,10 +20,6 @@ bool isEscapeAt(std::string_view text, std::size_t i) {
            isHexDigit(text[i + 2]);
 }
 
-char toUpperHex(char c) {
-    return c >= 'a' && c <= 'f' ? static_cast<char>(c - ('a' - 'A')) : c;
-}
-
 void appendEscape(std::string& out, unsigned char byte) {
     out += '%';
     out += hexDigits[byte >> 4];
@@ -115,7 +111,7 @@ void appendUri(std::string& out, fl::ustring_view text) {
     for (std::size_t i = 0; i < text.size();) {
         // Plain ASCII, nearly all of a URL, is copied a run at a time.
         const std::size_t runStart = i;
-        while (i < text.size() && text[i] < 0x80 && text[i] != u'%')
+        while (i < text.size() && text[i] < 0x80)
             ++i;
         if (i != runStart) {
             const std::size_t at = out.size();
@@ -124,25 +120,13 @@ void appendUri(std::string& out, fl::ustring_view text) {
                 out[at + k - runStart] = static_cast<char>(text[k]);
             continue;
         }
-        const char16_t c = text[i];
-        if (c >= 0x80) {
-            // Only a run of non-ASCII text needs the UTF-8 conversion.
-            std::size_t end = i + 1;
-            while (end < text.size() && text[end] >= 0x80)
-                ++end;
-            for (char byte : fl::i18n::to_string(text.substr(i, end - i)))
-                appendEscape(out, static_cast<unsigned char>(byte));
-            i = end;
-        } else if (c == u'%' && i + 2 < text.size() && isHexDigit(text[i + 1]) &&
-                   isHexDigit(text[i + 2])) {
-            out += '%';
-            out += toUpperHex(static_cast<char>(text[i + 1]));
-            out += toUpperHex(static_cast<char>(text[i + 2]));
-            i += 3;
-        } else {
-            out += static_cast<char>(c);
-            ++i;
-        }
+        // Only a run of non-ASCII text needs the UTF-8 conversion.
+        std::size_t end = i + 1;
+        while (end < text.size() && text[end] >= 0x80)
+            ++end;
+        for (char byte : fl::i18n::to_string(text.substr(i, end - i)))
+            appendEscape(out, static_cast<unsigned char>(byte));
+        i = end;
     }
 }
 
@@ -154,15 +138,7 @@ fl::ustring fromUri(std::string_view uri, iri::Encoding encoding) {
     }
     if (encoding == iri::Encoding::Decoded) {
         std::string bytes;
-        bytes.reserve(uri.size());
-        for (std::size_t i = 0; i < uri.size(); ++i) {
-            if (isEscapeAt(uri, i)) {
-                bytes += static_cast<char>(hexValue(uri[i + 1]) * 16 + hexValue(uri[i + 2]));
-                i += 2;
-            } else {
-                bytes += uri[i];
-            }
-        }
+        appendDecoded(bytes, uri);
         return fl::i18n::to_ustring(bytes);
     }
     out.reserve(uri.size());
@@ -192,6 +168,18 @@ void appendEscapedPath(std::string& out, std::string_view bytes, bool keepSlash)
             out += c;
         else
             appendEscape(out, b);
+    }
+}
+
+void appendDecoded(std::string& out, std::string_view uri) {
+    out.reserve(out.size() + uri.size());
+    for (std::size_t i = 0; i < uri.size(); ++i) {
+        if (isEscapeAt(uri, i)) {
+            out += static_cast<char>(hexValue(uri[i + 1]) * 16 + hexValue(uri[i + 2]));
+            i += 2;
+        } else {
+            out += uri[i];
+        }
     }
 }
 

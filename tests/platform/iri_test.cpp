@@ -358,6 +358,19 @@ TEST(GetStringFromIRI, OtherIRIsAndPathsThatCannotBeNative) {
         EXPECT_THROW(GetStringFromIRI(AbsoluteIRI(text)), InvalidIRIException) << utf8(text);
 }
 
+TEST(IRI, UriTextGetsTheSameNormalFormAsIriText) {
+    for (const char* text :
+         {"http://h/a%2fb", "HTTP://H/%c3%a9?%3d#%e6%97%a5", "file:///a%2f%00"}) {
+        SCOPED_TRACE(text);
+        const auto fromUri = IRI::parseUri(text);
+        ASSERT_TRUE(fromUri);
+        EXPECT_EQ(fromUri->uriText(), IRI::parse(fl::i18n::to_ustring(text))->uriText());
+    }
+    for (const char* text : {"file:///a%2fb", "file:///a%00"})
+        EXPECT_THROW(GetStringFromIRI(AbsoluteIRI(*IRI::parseUri(text))), InvalidIRIException)
+            << text;
+}
+
 TEST(ToAbsoluteIRI, RefusesWhatIsNoAbsolutePath) {
     using foundation::storage::vfs::toAbsoluteIRI;
     const fl::ustring withNul(u"/a\0b", 4);
