@@ -26,17 +26,6 @@ void appendEscape(std::string& out, unsigned char byte) {
     out += hexDigits[byte & 0xF];
 }
 
-// Characters an IRI may hold unescaped outside the query (RFC 3987 "ucschar"): no C1
-// controls, surrogates, private use, non-characters or bidirectional formatting marks, so
-// that what is shown is what is meant.
-bool isUcsChar(char32_t c) {
-    if (c < 0xA0 || (c >= 0xD800 && c <= 0xF8FF) || (c >= 0xFDD0 && c <= 0xFDEF))
-        return false;
-    if ((c & 0xFFFE) == 0xFFFE || c >= 0xF0000 || (c >= 0xE0000 && c <= 0xE0FFF))
-        return false;
-    return !(c == 0x200E || c == 0x200F || (c >= 0x202A && c <= 0x202E));
-}
-
 // Decodes one well-formed UTF-8 sequence of more than one byte; returns its length, or 0.
 std::size_t decodeUtf8(const unsigned char* in, std::size_t n, char32_t& cp) {
     auto cont = [&](std::size_t i) { return i < n && (in[i] & 0xC0) == 0x80; };
@@ -71,15 +60,16 @@ void appendCodePoint(fl::ustring& out, char32_t cp) {
     }
 }
 
-// A run of escaped bytes in IRI text: UTF-8 characters an IRI may show become characters,
-// everything else stays escaped.
+// A run of escaped bytes in IRI text: every UTF-8 character becomes a character, whether or
+// not it shows, so that a name reads as the system spells it; bytes that are not UTF-8 (a
+// file name in another encoding) stay escaped.
 void appendIriBytes(fl::ustring& out, const std::string& bytes) {
     const auto* in = reinterpret_cast<const unsigned char*>(bytes.data());
     std::size_t i = 0;
     while (i < bytes.size()) {
         char32_t cp = 0;
         const std::size_t len = in[i] >= 0x80 ? decodeUtf8(in + i, bytes.size() - i, cp) : 0;
-        if (len != 0 && isUcsChar(cp)) {
+        if (len != 0) {
             appendCodePoint(out, cp);
             i += len;
             continue;

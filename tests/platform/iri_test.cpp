@@ -191,8 +191,10 @@ TEST(IRI, EncodingsOfOneComponent) {
     EXPECT_EQ(iri->getQuery(Encoding::URI), u"a=%C3%A9&b=%2F%20&c=%E6%97%A5&d=%FF");
     EXPECT_EQ(iri->getQuery(Encoding::Decoded), u"a=\u00E9&b=/ &c=\u65E5&d=\xDCFF");
     EXPECT_EQ(iri->toString(Encoding::URI), u"http://h/p?a=%C3%A9&b=%2F%20&c=%E6%97%A5&d=%FF");
-    // A C1 control or a bidirectional mark stays escaped in IRI text: it would not show.
-    EXPECT_EQ(IRI::parse(u"http://h/%C2%85%E2%80%8F")->getPath(Encoding::IRI), u"/%C2%85%E2%80%8F");
+    // Every non-ASCII scalar value comes back as a character, even one that does not show.
+    EXPECT_EQ(IRI::parse(u"http://h/%C2%85%E2%80%8F%EE%80%80%EF%B7%90%F4%8F%BF%BF")
+                  ->getPath(Encoding::IRI),
+              u"/\u0085\u200F\uE000\uFDD0\U0010FFFF");
 }
 
 TEST(IRIArgs, RebuildsTheSameIRIAndDropsQueryAndFragment) {
@@ -313,6 +315,7 @@ TEST(GetStringFromIRI, NativePathsRoundTrip) {
         u"/x\xDCFFy\xDC80",
         u"/tab\there\x7F",
         u"/emoji\U0001F600",
+        u"/\u0085\u200F\uE000\uFDD0\U0010FFFF",
         u"/a b;c=d@e:f",
     };
     for (const auto& p : paths) {
