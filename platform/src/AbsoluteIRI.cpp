@@ -20,16 +20,17 @@ std::string_view view(boost::urls::string_view text) {
 }
 
 // Where the last segment of an encoded path lies. A trailing "/" is not a segment of its
-// own; a root or a path without "/" has none.
+// own; a root, a path that is a root once that "/" is set aside ("//"), or a path without
+// "/" has none.
 struct LastSegment {
     std::size_t parentEnd; // the parent keeps its trailing "/"
     std::size_t nameEnd;
 };
 
 std::optional<LastSegment> lastSegment(std::string_view path) {
-    if (path.size() <= 1)
+    const std::size_t end = !path.empty() && path.back() == '/' ? path.size() - 1 : path.size();
+    if (end <= 1)
         return std::nullopt;
-    const std::size_t end = path.back() == '/' ? path.size() - 1 : path.size();
     const std::size_t slash = path.rfind('/', end - 1);
     if (slash == std::string_view::npos)
         return std::nullopt;

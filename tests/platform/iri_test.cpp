@@ -52,6 +52,7 @@ TEST(AbsoluteIRI, TextSchemeHostNameAndParent) {
         {u"http://h/a/b?q=1#f", u"http://h/a/b?q=1#f", u"http", u"h", u"b", u"http://h/a/"},
         {u"http://h/", u"http://h/", u"http", u"h", u"", std::nullopt},
         {u"http://h", u"http://h", u"http", u"h", u"", std::nullopt},
+        {u"http://h//", u"http://h//", u"http", u"h", u"", std::nullopt},
         {u"file:///", u"file:///", u"file", u"", u"", std::nullopt},
         {u"mailto:a@b.org", u"mailto:a@b.org", u"mailto", u"", u"", std::nullopt},
         // Native paths become file IRIs; non-ASCII stays as characters.
