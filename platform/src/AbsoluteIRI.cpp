@@ -1,6 +1,7 @@
 #include <foundation/storage/vfs/AbsoluteIRI.hpp>
 
 #include "iri_text.hpp"
+#include "text_rules.hpp"
 
 #include <fl/i18n.hpp>
 #include <foundation/core/except/Exception.hpp>
@@ -12,12 +13,9 @@ namespace foundation::storage::vfs {
 namespace {
 
 namespace ndetail = network::detail;
+using ndetail::view;
 using network::IRI;
 using network::iri::Encoding;
-
-std::string_view view(boost::urls::string_view text) {
-    return {text.data(), text.size()};
-}
 
 // Where the last segment of an encoded path lies. A trailing "/" is not a segment of its
 // own; a root, a path that is a root once that "/" is set aside ("//"), or a path without
@@ -71,14 +69,10 @@ boost::urls::url withPath(const boost::urls::url& url, std::string_view path,
     return edited;
 }
 
-bool holdsNul(fl::ustring_view text) {
-    return text.find(u'\0') != fl::ustring_view::npos;
-}
-
 // A native path reaches the system as bytes: a U+0000 would cut it short there, and a
 // relative path names no location by itself.
 void requireAbsoluteNativePath(const fl::ustring& path) {
-    if (path.empty() || path.front() != u'/' || holdsNul(path))
+    if (path.empty() || path.front() != u'/' || fl::text::holdsNul(path))
         throw InvalidIRIException(path);
 }
 
@@ -200,7 +194,7 @@ CanonicalAbsoluteIRI::CanonicalAbsoluteIRI(const CanonicalAbsoluteIRI& base,
     : AbsoluteIRI(base) {
     if (leaf.empty())
         return;
-    if (holdsNul(leaf))
+    if (fl::text::holdsNul(leaf))
         throw InvalidIRIException(leaf);
     std::string path(view(iri_.url_.encoded_path()));
     if (path.empty() || path.back() != '/')

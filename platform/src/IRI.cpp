@@ -12,10 +12,7 @@ namespace {
 
 using InternalError = core::except::Exception<core::except::IInternalException>;
 using detail::fromUri;
-
-std::string_view view(boost::urls::string_view text) {
-    return {text.data(), text.size()};
-}
+using detail::view;
 
 bool isPortInRange(std::string_view digits) {
     std::uint32_t value = 0;

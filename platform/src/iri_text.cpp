@@ -1,11 +1,11 @@
 #include "iri_text.hpp"
 
+#include "text_rules.hpp"
+
 #include <fl/i18n.hpp>
 
 namespace foundation::network::detail {
 namespace {
-
-constexpr char hexDigits[] = "0123456789ABCDEF";
 
 int hexValue(char c) {
     if (c >= '0' && c <= '9')
@@ -16,48 +16,7 @@ int hexValue(char c) {
 }
 
 bool isEscapeAt(std::string_view text, std::size_t i) {
-    return text[i] == '%' && i + 2 < text.size() && isHexDigit(text[i + 1]) &&
-           isHexDigit(text[i + 2]);
-}
-
-void appendEscape(std::string& out, unsigned char byte) {
-    out += '%';
-    out += hexDigits[byte >> 4];
-    out += hexDigits[byte & 0xF];
-}
-
-// Decodes one well-formed UTF-8 sequence of more than one byte; returns its length, or 0.
-std::size_t decodeUtf8(const unsigned char* in, std::size_t n, char32_t& cp) {
-    auto cont = [&](std::size_t i) { return i < n && (in[i] & 0xC0) == 0x80; };
-    const unsigned char b0 = in[0];
-    if (b0 >= 0xC2 && b0 <= 0xDF && cont(1)) {
-        cp = (char32_t(b0 & 0x1F) << 6) | (in[1] & 0x3F);
-        return 2;
-    }
-    if (b0 >= 0xE0 && b0 <= 0xEF && cont(1) && cont(2)) {
-        if ((b0 == 0xE0 && in[1] < 0xA0) || (b0 == 0xED && in[1] >= 0xA0))
-            return 0;
-        cp = (char32_t(b0 & 0x0F) << 12) | (char32_t(in[1] & 0x3F) << 6) | (in[2] & 0x3F);
-        return 3;
-    }
-    if (b0 >= 0xF0 && b0 <= 0xF4 && cont(1) && cont(2) && cont(3)) {
-        if ((b0 == 0xF0 && in[1] < 0x90) || (b0 == 0xF4 && in[1] >= 0x90))
-            return 0;
-        cp = (char32_t(b0 & 0x07) << 18) | (char32_t(in[1] & 0x3F) << 12) |
-             (char32_t(in[2] & 0x3F) << 6) | (in[3] & 0x3F);
-        return 4;
-    }
-    return 0;
-}
-
-void appendCodePoint(fl::ustring& out, char32_t cp) {
-    if (cp >= 0x10000) {
-        cp -= 0x10000;
-        out += static_cast<char16_t>(0xD800 + (cp >> 10));
-        out += static_cast<char16_t>(0xDC00 + (cp & 0x3FF));
-    } else {
-        out += static_cast<char16_t>(cp);
-    }
+    return startsEscape(text.data() + i, text.data() + text.size());
 }
 
 // A run of escaped bytes in IRI text: every UTF-8 character becomes a character, whether or
@@ -68,19 +27,18 @@ void appendIriBytes(fl::ustring& out, const std::string& bytes) {
     std::size_t i = 0;
     while (i < bytes.size()) {
         char32_t cp = 0;
-        const std::size_t len = in[i] >= 0x80 ? decodeUtf8(in + i, bytes.size() - i, cp) : 0;
+        const std::size_t len =
+            in[i] >= 0x80 ? fl::text::decodeUtf8(in + i, bytes.size() - i, cp) : 0;
         if (len != 0) {
-            appendCodePoint(out, cp);
+            char16_t units[2];
+            out.append(units, fl::text::encodeUtf16(cp, units));
             i += len;
             continue;
         }
-        if (isUnreserved(in[i])) {
+        if (isUnreserved(in[i]))
             out += static_cast<char16_t>(in[i]);
-        } else {
-            out += u'%';
-            out += static_cast<char16_t>(hexDigits[in[i] >> 4]);
-            out += static_cast<char16_t>(hexDigits[in[i] & 0xF]);
-        }
+        else
+            appendEscape(out, in[i]);
         ++i;
     }
 }

@@ -6,6 +6,8 @@
 #include <fl/ustring.hpp>
 #include <foundation/network/IRI.hpp>
 
+#include <boost/url/string_view.hpp>
+
 #include <string>
 #include <string_view>
 
@@ -33,13 +35,33 @@ template <class Char> Char toUpperAscii(Char c) {
     return c >= 'a' && c <= 'z' ? static_cast<Char>(c - ('a' - 'A')) : c;
 }
 
+// Whether [p, last) starts with an escape: "%" and two hex digits.
+template <class Char> bool startsEscape(const Char* p, const Char* last) {
+    return last - p > 2 && p[0] == '%' && isHexDigit(p[1]) && isHexDigit(p[2]);
+}
+
+inline constexpr char hexDigits[] = "0123456789ABCDEF";
+
+// Appends "%" and the two hex digits of `byte`, to URI (char) or IRI (char16_t) text.
+template <class String> void appendEscape(String& out, unsigned char byte) {
+    using Char = typename String::value_type;
+    out += Char('%');
+    out += Char(hexDigits[byte >> 4]);
+    out += Char(hexDigits[byte & 0xF]);
+}
+
+// Boost.URL's view of a component as the standard one.
+inline std::string_view view(boost::urls::string_view text) {
+    return {text.data(), text.size()};
+}
+
 // Case folding of [first, last): ASCII letters outside escapes lower-cased when
 // `lowerLetters`, the hex digits of escapes upper-cased when `upperEscapes`. An escape's
 // digits are never lower-cased: "%C3" and "%c3" are the same byte, "%c3" and "%C3" in a
 // host name are not two hosts.
 template <class Char> void foldCase(Char* first, Char* last, bool lowerLetters, bool upperEscapes) {
     for (Char* p = first; p < last; ++p) {
-        if (*p == '%' && last - p > 2 && isHexDigit(p[1]) && isHexDigit(p[2])) {
+        if (startsEscape(p, last)) {
             if (upperEscapes) {
                 p[1] = toUpperAscii(p[1]);
                 p[2] = toUpperAscii(p[2]);
