@@ -28,28 +28,12 @@ TEST(UrlHelpers, GetURLWithoutQueryAndFragmentComponents) {
     }
 }
 
-TEST(UrlHelpers, RelativePath) {
-    struct Case {
-        const char16_t* base;
-        const char16_t* target;
-        const char16_t* relative;
-    };
-    const Case cases[] = {
-        {u"/a/b", u"/a/b/c.txt", u"c.txt"},
-        {u"file:///a/b/", u"/a/x", u"../x"},
-        {u"/a", u"/a", u"."},
-        {u"/data", u"/data/r\u00E9sultats 2026/x.csv", u"r\u00E9sultats 2026/x.csv"},
-        {u"http://h/a/", u"http://h/a/b/c", u"b/c"},
-        {u"http://h/a/b", u"http://h/c%20d", u"../../c%20d"},
-        {u"http://h/a", u"https://h/a/b", u"https://h/a/b"},
-        {u"/a", u"http://h/a", u"http://h/a"},
-    };
-    for (const auto& c : cases)
-        EXPECT_EQ(core::relative_path(c.base, c.target), c.relative)
-            << fl::i18n::to_string(c.base) << " -> " << fl::i18n::to_string(c.target);
+// relative_path forwards to AbsoluteIRI::makePathRelativeTo, whose cases the IRI layer's
+// tests hold; here only what the forwarding adds: the base comes first, and text that is
+// no absolute IRI throws.
+TEST(UrlHelpers, RelativePathTakesTheBaseFirst) {
+    EXPECT_EQ(core::relative_path(u"/a/b", u"/a/b/c.txt"), u"c.txt");
     EXPECT_THROW(core::relative_path(u"relative", u"/a"),
-                 foundation::storage::vfs::InvalidIRIException);
-    EXPECT_THROW(core::relative_path(u"/a", u"C:\\a"),
                  foundation::storage::vfs::InvalidIRIException);
 }
 

@@ -1,6 +1,7 @@
 #include <foundation/storage/vfs/AbsoluteIRI.hpp>
 
 #include "iri_text.hpp"
+#include "text_rules.hpp"
 
 #include <fl/i18n.hpp>
 #include <foundation/core/except/Exception.hpp>
@@ -12,24 +13,22 @@ namespace foundation::storage::vfs {
 namespace {
 
 namespace ndetail = network::detail;
+using ndetail::view;
 using network::IRI;
 using network::iri::Encoding;
 
-std::string_view view(boost::urls::string_view text) {
-    return {text.data(), text.size()};
-}
-
 // Where the last segment of an encoded path lies. A trailing "/" is not a segment of its
-// own; a root or a path without "/" has none.
+// own; a root, a path that is a root once that "/" is set aside ("//"), or a path without
+// "/" has none.
 struct LastSegment {
     std::size_t parentEnd; // the parent keeps its trailing "/"
     std::size_t nameEnd;
 };
 
 std::optional<LastSegment> lastSegment(std::string_view path) {
-    if (path.size() <= 1)
+    const std::size_t end = !path.empty() && path.back() == '/' ? path.size() - 1 : path.size();
+    if (end <= 1)
         return std::nullopt;
-    const std::size_t end = path.back() == '/' ? path.size() - 1 : path.size();
     const std::size_t slash = path.rfind('/', end - 1);
     if (slash == std::string_view::npos)
         return std::nullopt;
@@ -70,14 +69,10 @@ boost::urls::url withPath(const boost::urls::url& url, std::string_view path,
     return edited;
 }
 
-bool holdsNul(fl::ustring_view text) {
-    return text.find(u'\0') != fl::ustring_view::npos;
-}
-
 // A native path reaches the system as bytes: a U+0000 would cut it short there, and a
 // relative path names no location by itself.
 void requireAbsoluteNativePath(const fl::ustring& path) {
-    if (path.empty() || path.front() != u'/' || holdsNul(path))
+    if (path.empty() || path.front() != u'/' || fl::text::holdsNul(path))
         throw InvalidIRIException(path);
 }
 
@@ -199,7 +194,7 @@ CanonicalAbsoluteIRI::CanonicalAbsoluteIRI(const CanonicalAbsoluteIRI& base,
     : AbsoluteIRI(base) {
     if (leaf.empty())
         return;
-    if (holdsNul(leaf))
+    if (fl::text::holdsNul(leaf))
         throw InvalidIRIException(leaf);
     std::string path(view(iri_.url_.encoded_path()));
     if (path.empty() || path.back() != '/')

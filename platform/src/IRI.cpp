@@ -12,10 +12,7 @@ namespace {
 
 using InternalError = core::except::Exception<core::except::IInternalException>;
 using detail::fromUri;
-
-std::string_view view(boost::urls::string_view text) {
-    return {text.data(), text.size()};
-}
+using detail::view;
 
 bool isPortInRange(std::string_view digits) {
     std::uint32_t value = 0;
@@ -25,18 +22,6 @@ bool isPortInRange(std::string_view digits) {
             return false;
     }
     return true;
-}
-
-// Lower-cases the ASCII letters of [first, last) that are not the hex digits of an escape:
-// those stay upper case, as the normal form wants them.
-void lowerCaseOutsideEscapes(char* first, char* last) {
-    for (char* p = first; p < last; ++p) {
-        if (*p == '%') {
-            p += 2;
-            continue;
-        }
-        *p = detail::toLowerAscii(*p);
-    }
 }
 
 // Brings URI text, parsed as `parsed` (a view into `uri`), into normal form; `uri` is edited
@@ -62,13 +47,23 @@ std::optional<boost::urls::url> finish(std::string& uri,
             parsed = boost::urls::parse_uri(uri);
         }
     }
-    char* base = uri.data();
-    lowerCaseOutsideEscapes(base, base + parsed->scheme().size());
+    // Scheme and host lower case, the hex digits of every escape upper case, in one pass:
+    // URI text from the network may spell an escape "%2f", and a check for "%2F" must not
+    // miss it.
+    char* const begin = uri.data();
+    char* const end = begin + uri.size();
+    char* const schemeEnd = begin + parsed->scheme().size();
+    char* hostBegin = end;
+    char* hostEnd = end;
     if (parsed->has_authority()) {
         const auto host = parsed->encoded_host();
-        char* first = base + (host.data() - uri.data());
-        lowerCaseOutsideEscapes(first, first + host.size());
+        hostBegin = begin + (host.data() - uri.data());
+        hostEnd = hostBegin + host.size();
     }
+    detail::foldCase(begin, schemeEnd, true, true);
+    detail::foldCase(schemeEnd, hostBegin, false, true);
+    detail::foldCase(hostBegin, hostEnd, true, true);
+    detail::foldCase(hostEnd, end, false, true);
     boost::urls::url url(*parsed);
     if (url.has_port() && url.port().empty())
         url.remove_port(); // "http://h:/" names the same place as "http://h/"

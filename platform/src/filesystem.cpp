@@ -2,6 +2,8 @@
 
 #include <fl/i18n.hpp>
 
+#include "text_rules.hpp"
+
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -38,10 +40,8 @@ using MallocText = std::unique_ptr<char, FreeDeleter>;
 
 constexpr char16_t separator = u'/';
 
-// The system would read a path only up to its first U+0000, so such a path is refused
-// whole rather than cut short.
 void refuseNul(const ustring& path) {
-    if (path.find(u'\0') != ustring::npos)
+    if (text::holdsNul(path))
         throw SystemError(EINVAL, path);
 }
 

@@ -1,5 +1,7 @@
 #include <fl/i18n.hpp>
 
+#include "text_rules.hpp"
+
 #include <cstdint>
 #include <cstring>
 
@@ -11,10 +13,6 @@ namespace fl::i18n {
 namespace {
 
 constexpr char16_t escapeBase = 0xDC00;
-
-bool isContinuation(unsigned char b) {
-    return (b & 0xC0) == 0x80;
-}
 
 // Widens the longest all-ASCII prefix of [in, in + n) and returns its length. Paths are
 // nearly always ASCII, so this loop carries most of the work.
@@ -54,37 +52,6 @@ std::size_t narrowAscii(const char16_t* in, std::size_t n, char* out) {
     return i;
 }
 
-// Decodes one well-formed multi-byte sequence starting at in[0] (a byte >= 0x80).
-// Returns its length, or 0 when the bytes do not form one (overlong forms, encoded
-// surrogates, values above U+10FFFF and truncated sequences are all refused).
-std::size_t decodeSequence(const unsigned char* in, std::size_t n, char32_t& cp) {
-    const unsigned char b0 = in[0];
-    if (b0 >= 0xC2 && b0 <= 0xDF) {
-        if (n < 2 || !isContinuation(in[1]))
-            return 0;
-        cp = (char32_t(b0 & 0x1F) << 6) | (in[1] & 0x3F);
-        return 2;
-    }
-    if (b0 >= 0xE0 && b0 <= 0xEF) {
-        if (n < 3 || !isContinuation(in[1]) || !isContinuation(in[2]))
-            return 0;
-        if ((b0 == 0xE0 && in[1] < 0xA0) || (b0 == 0xED && in[1] >= 0xA0))
-            return 0; // overlong, or a surrogate
-        cp = (char32_t(b0 & 0x0F) << 12) | (char32_t(in[1] & 0x3F) << 6) | (in[2] & 0x3F);
-        return 3;
-    }
-    if (b0 >= 0xF0 && b0 <= 0xF4) {
-        if (n < 4 || !isContinuation(in[1]) || !isContinuation(in[2]) || !isContinuation(in[3]))
-            return 0;
-        if ((b0 == 0xF0 && in[1] < 0x90) || (b0 == 0xF4 && in[1] >= 0x90))
-            return 0; // overlong, or above U+10FFFF
-        cp = (char32_t(b0 & 0x07) << 18) | (char32_t(in[1] & 0x3F) << 12) |
-             (char32_t(in[2] & 0x3F) << 6) | (in[3] & 0x3F);
-        return 4;
-    }
-    return 0;
-}
-
 } // namespace
 
 ustring to_ustring(std::string_view utf8) {
@@ -102,17 +69,12 @@ ustring to_ustring(std::string_view utf8) {
         if (i == n)
             break;
         char32_t cp = 0;
-        const std::size_t len = decodeSequence(in + i, n - i, cp);
+        const std::size_t len = text::decodeUtf8(in + i, n - i, cp);
         if (len == 0) {
             out[o++] = static_cast<char16_t>(escapeBase + in[i]);
             ++i;
-        } else if (cp >= 0x10000) {
-            cp -= 0x10000;
-            out[o++] = static_cast<char16_t>(0xD800 + (cp >> 10));
-            out[o++] = static_cast<char16_t>(0xDC00 + (cp & 0x3FF));
-            i += len;
         } else {
-            out[o++] = static_cast<char16_t>(cp);
+            o += text::encodeUtf16(cp, out + o);
             i += len;
         }
     }

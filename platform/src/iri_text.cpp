@@ -1,11 +1,11 @@
 #include "iri_text.hpp"
 
+#include "text_rules.hpp"
+
 #include <fl/i18n.hpp>
 
 namespace foundation::network::detail {
 namespace {
-
-constexpr char hexDigits[] = "0123456789ABCDEF";
 
 int hexValue(char c) {
     if (c >= '0' && c <= '9')
@@ -16,85 +16,29 @@ int hexValue(char c) {
 }
 
 bool isEscapeAt(std::string_view text, std::size_t i) {
-    return text[i] == '%' && i + 2 < text.size() && isHexDigit(text[i + 1]) &&
-           isHexDigit(text[i + 2]);
+    return startsEscape(text.data() + i, text.data() + text.size());
 }
 
-char toUpperHex(char c) {
-    return c >= 'a' && c <= 'f' ? static_cast<char>(c - ('a' - 'A')) : c;
-}
-
-void appendEscape(std::string& out, unsigned char byte) {
-    out += '%';
-    out += hexDigits[byte >> 4];
-    out += hexDigits[byte & 0xF];
-}
-
-// Characters an IRI may hold unescaped outside the query (RFC 3987 "ucschar"): no C1
-// controls, surrogates, private use, non-characters or bidirectional formatting marks, so
-// that what is shown is what is meant.
-bool isUcsChar(char32_t c) {
-    if (c < 0xA0 || (c >= 0xD800 && c <= 0xF8FF) || (c >= 0xFDD0 && c <= 0xFDEF))
-        return false;
-    if ((c & 0xFFFE) == 0xFFFE || c >= 0xF0000 || (c >= 0xE0000 && c <= 0xE0FFF))
-        return false;
-    return !(c == 0x200E || c == 0x200F || (c >= 0x202A && c <= 0x202E));
-}
-
-// Decodes one well-formed UTF-8 sequence of more than one byte; returns its length, or 0.
-std::size_t decodeUtf8(const unsigned char* in, std::size_t n, char32_t& cp) {
-    auto cont = [&](std::size_t i) { return i < n && (in[i] & 0xC0) == 0x80; };
-    const unsigned char b0 = in[0];
-    if (b0 >= 0xC2 && b0 <= 0xDF && cont(1)) {
-        cp = (char32_t(b0 & 0x1F) << 6) | (in[1] & 0x3F);
-        return 2;
-    }
-    if (b0 >= 0xE0 && b0 <= 0xEF && cont(1) && cont(2)) {
-        if ((b0 == 0xE0 && in[1] < 0xA0) || (b0 == 0xED && in[1] >= 0xA0))
-            return 0;
-        cp = (char32_t(b0 & 0x0F) << 12) | (char32_t(in[1] & 0x3F) << 6) | (in[2] & 0x3F);
-        return 3;
-    }
-    if (b0 >= 0xF0 && b0 <= 0xF4 && cont(1) && cont(2) && cont(3)) {
-        if ((b0 == 0xF0 && in[1] < 0x90) || (b0 == 0xF4 && in[1] >= 0x90))
-            return 0;
-        cp = (char32_t(b0 & 0x07) << 18) | (char32_t(in[1] & 0x3F) << 12) |
-             (char32_t(in[2] & 0x3F) << 6) | (in[3] & 0x3F);
-        return 4;
-    }
-    return 0;
-}
-
-void appendCodePoint(fl::ustring& out, char32_t cp) {
-    if (cp >= 0x10000) {
-        cp -= 0x10000;
-        out += static_cast<char16_t>(0xD800 + (cp >> 10));
-        out += static_cast<char16_t>(0xDC00 + (cp & 0x3FF));
-    } else {
-        out += static_cast<char16_t>(cp);
-    }
-}
-
-// A run of escaped bytes in IRI text: UTF-8 characters an IRI may show become characters,
-// everything else stays escaped.
+// A run of escaped bytes in IRI text: every UTF-8 character becomes a character, whether or
+// not it shows, so that a name reads as the system spells it; bytes that are not UTF-8 (a
+// file name in another encoding) stay escaped.
 void appendIriBytes(fl::ustring& out, const std::string& bytes) {
     const auto* in = reinterpret_cast<const unsigned char*>(bytes.data());
     std::size_t i = 0;
     while (i < bytes.size()) {
         char32_t cp = 0;
-        const std::size_t len = in[i] >= 0x80 ? decodeUtf8(in + i, bytes.size() - i, cp) : 0;
-        if (len != 0 && isUcsChar(cp)) {
-            appendCodePoint(out, cp);
+        const std::size_t len =
+            in[i] >= 0x80 ? fl::text::decodeUtf8(in + i, bytes.size() - i, cp) : 0;
+        if (len != 0) {
+            char16_t units[2];
+            out.append(units, fl::text::encodeUtf16(cp, units));
             i += len;
             continue;
         }
-        if (isUnreserved(in[i])) {
+        if (isUnreserved(in[i]))
             out += static_cast<char16_t>(in[i]);
-        } else {
-            out += u'%';
-            out += static_cast<char16_t>(hexDigits[in[i] >> 4]);
-            out += static_cast<char16_t>(hexDigits[in[i] & 0xF]);
-        }
+        else
+            appendEscape(out, in[i]);
         ++i;
     }
 }
@@ -115,7 +59,7 @@ void appendUri(std::string& out, fl::ustring_view text) {
     for (std::size_t i = 0; i < text.size();) {
         // Plain ASCII, nearly all of a URL, is copied a run at a time.
         const std::size_t runStart = i;
-        while (i < text.size() && text[i] < 0x80 && text[i] != u'%')
+        while (i < text.size() && text[i] < 0x80)
             ++i;
         if (i != runStart) {
             const std::size_t at = out.size();
@@ -124,25 +68,13 @@ void appendUri(std::string& out, fl::ustring_view text) {
                 out[at + k - runStart] = static_cast<char>(text[k]);
             continue;
         }
-        const char16_t c = text[i];
-        if (c >= 0x80) {
-            // Only a run of non-ASCII text needs the UTF-8 conversion.
-            std::size_t end = i + 1;
-            while (end < text.size() && text[end] >= 0x80)
-                ++end;
-            for (char byte : fl::i18n::to_string(text.substr(i, end - i)))
-                appendEscape(out, static_cast<unsigned char>(byte));
-            i = end;
-        } else if (c == u'%' && i + 2 < text.size() && isHexDigit(text[i + 1]) &&
-                   isHexDigit(text[i + 2])) {
-            out += '%';
-            out += toUpperHex(static_cast<char>(text[i + 1]));
-            out += toUpperHex(static_cast<char>(text[i + 2]));
-            i += 3;
-        } else {
-            out += static_cast<char>(c);
-            ++i;
-        }
+        // Only a run of non-ASCII text needs the UTF-8 conversion.
+        std::size_t end = i + 1;
+        while (end < text.size() && text[end] >= 0x80)
+            ++end;
+        for (char byte : fl::i18n::to_string(text.substr(i, end - i)))
+            appendEscape(out, static_cast<unsigned char>(byte));
+        i = end;
     }
 }
 
@@ -154,15 +86,7 @@ fl::ustring fromUri(std::string_view uri, iri::Encoding encoding) {
     }
     if (encoding == iri::Encoding::Decoded) {
         std::string bytes;
-        bytes.reserve(uri.size());
-        for (std::size_t i = 0; i < uri.size(); ++i) {
-            if (isEscapeAt(uri, i)) {
-                bytes += static_cast<char>(hexValue(uri[i + 1]) * 16 + hexValue(uri[i + 2]));
-                i += 2;
-            } else {
-                bytes += uri[i];
-            }
-        }
+        appendDecoded(bytes, uri);
         return fl::i18n::to_ustring(bytes);
     }
     out.reserve(uri.size());
@@ -192,6 +116,18 @@ void appendEscapedPath(std::string& out, std::string_view bytes, bool keepSlash)
             out += c;
         else
             appendEscape(out, b);
+    }
+}
+
+void appendDecoded(std::string& out, std::string_view uri) {
+    out.reserve(out.size() + uri.size());
+    for (std::size_t i = 0; i < uri.size(); ++i) {
+        if (isEscapeAt(uri, i)) {
+            out += static_cast<char>(hexValue(uri[i + 1]) * 16 + hexValue(uri[i + 2]));
+            i += 2;
+        } else {
+            out += uri[i];
+        }
     }
 }
 

@@ -6,6 +6,8 @@
 #include <fl/ustring.hpp>
 #include <foundation/network/IRI.hpp>
 
+#include <boost/url/string_view.hpp>
+
 #include <string>
 #include <string_view>
 
@@ -29,14 +31,55 @@ inline bool isSchemeChar(char32_t c) {
 template <class Char> Char toLowerAscii(Char c) {
     return c >= 'A' && c <= 'Z' ? static_cast<Char>(c + ('a' - 'A')) : c;
 }
+template <class Char> Char toUpperAscii(Char c) {
+    return c >= 'a' && c <= 'z' ? static_cast<Char>(c - ('a' - 'A')) : c;
+}
+
+// Whether [p, last) starts with an escape: "%" and two hex digits.
+template <class Char> bool startsEscape(const Char* p, const Char* last) {
+    return last - p > 2 && p[0] == '%' && isHexDigit(p[1]) && isHexDigit(p[2]);
+}
+
+inline constexpr char hexDigits[] = "0123456789ABCDEF";
+
+// Appends "%" and the two hex digits of `byte`, to URI (char) or IRI (char16_t) text.
+template <class String> void appendEscape(String& out, unsigned char byte) {
+    using Char = typename String::value_type;
+    out += Char('%');
+    out += Char(hexDigits[byte >> 4]);
+    out += Char(hexDigits[byte & 0xF]);
+}
+
+// Boost.URL's view of a component as the standard one.
+inline std::string_view view(boost::urls::string_view text) {
+    return {text.data(), text.size()};
+}
+
+// Case folding of [first, last): ASCII letters outside escapes lower-cased when
+// `lowerLetters`, the hex digits of escapes upper-cased when `upperEscapes`. An escape's
+// digits are never lower-cased: "%C3" and "%c3" are the same byte, "%c3" and "%C3" in a
+// host name are not two hosts.
+template <class Char> void foldCase(Char* first, Char* last, bool lowerLetters, bool upperEscapes) {
+    for (Char* p = first; p < last; ++p) {
+        if (startsEscape(p, last)) {
+            if (upperEscapes) {
+                p[1] = toUpperAscii(p[1]);
+                p[2] = toUpperAscii(p[2]);
+            }
+            p += 2;
+        } else if (lowerLetters) {
+            *p = toLowerAscii(*p);
+        }
+    }
+}
 
 // Whether `text` is a scheme name: a letter, then letters, digits, "+", "-" or ".". A single
 // letter is a drive ("C:"), never a scheme.
 bool isSchemeName(fl::ustring_view text);
 
 // IRI text to URI text: every non-ASCII code unit becomes the escapes of its UTF-8 bytes (an
-// escaped byte U+DC80..U+DCFF the escape of that byte), and the hex digits of escapes are
-// upper-cased. ASCII is copied; whether it is allowed where it stands is the parser's call.
+// escaped byte U+DC80..U+DCFF the escape of that byte). ASCII is copied; whether it is
+// allowed where it stands is the parser's call, its case the normal form's.
 void appendUri(std::string& out, fl::ustring_view text);
 
 // URI text (ASCII) in the form `encoding` asks for.
@@ -45,6 +88,9 @@ fl::ustring fromUri(std::string_view uri, iri::Encoding encoding);
 // Native bytes as URI text of one path: bytes that may stand in a path segment are kept,
 // "/" is kept when `keepSlash`, every other byte escaped.
 void appendEscapedPath(std::string& out, std::string_view bytes, bool keepSlash);
+
+// `uri` with every escape decoded, appended to `out` as bytes.
+void appendDecoded(std::string& out, std::string_view uri);
 
 // Escapes of unreserved characters decoded; false when there was none, `uri` unchanged.
 bool decodeUnreservedEscapes(std::string& uri);

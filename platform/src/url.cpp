@@ -35,30 +35,21 @@ void escapeForbidden(fl::ustring& text) {
         ++i;
     if (i == text.size())
         return;
-    static constexpr char16_t hex[] = u"0123456789ABCDEF";
     fl::ustring out(text, 0, i);
     for (; i < text.size(); ++i) {
         if (!mustEscape(text[i])) {
             out += text[i];
             continue;
         }
-        for (unsigned char byte : fl::i18n::to_string(fl::ustring_view(&text[i], 1))) {
-            out += u'%';
-            out += hex[byte >> 4];
-            out += hex[byte & 0xF];
-        }
+        for (unsigned char byte : fl::i18n::to_string(fl::ustring_view(&text[i], 1)))
+            ndetail::appendEscape(out, byte);
     }
     text = std::move(out);
 }
 
+// Escapes keep their hex digits as the user wrote them: only what cannot parse is changed.
 void lowerCase(fl::ustring& text, std::size_t first, std::size_t last) {
-    for (std::size_t i = first; i < last; ++i) {
-        if (text[i] == u'%') {
-            i += 2; // keep the hex digits of an escape as they are
-            continue;
-        }
-        text[i] = ndetail::toLowerAscii(text[i]);
-    }
+    ndetail::foldCase(text.data() + first, text.data() + last, true, false);
 }
 
 // Lower-cases scheme and host; returns where the path starts.

@@ -11,10 +11,11 @@
 #include <boost/exception_ptr.hpp>
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <functional>
 #include <optional>
+#include <tuple>
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -26,90 +27,76 @@ using foundation::network::iri::Encoding;
 using foundation::storage::vfs::AbsoluteIRI;
 using foundation::storage::vfs::CanonicalAbsoluteIRI;
 using foundation::storage::vfs::InvalidIRIException;
+using foundation::storage::vfs::toAbsoluteIRI;
 using Quarrow::PathManagement::GetStringFromIRI;
 using InternalError =
     foundation::core::except::Exception<foundation::core::except::IInternalException>;
+using Text = std::optional<fl::ustring>; // nullopt: not there at all
+using namespace std::string_view_literals;
 
 std::string utf8(const fl::ustring& text) {
     return fl::i18n::to_string(text);
 }
 
-// What a user sees of an IRI: its text, scheme, host, name and parent (nullopt: none).
-TEST(AbsoluteIRI, TextSchemeHostNameAndParent) {
+Text present(bool has, fl::ustring text) {
+    return has ? Text(std::move(text)) : std::nullopt;
+}
+
+// What a user sees of an IRI: its normal form, name and parent.
+TEST(AbsoluteIRI, TextNameAndParent) {
     struct Case {
         const char16_t* input;
         const char16_t* text;
-        const char16_t* scheme;
-        const char16_t* host;
         const char16_t* name;
-        std::optional<const char16_t*> parent;
+        Text parent;
     };
     const Case cases[] = {
-        {u"http://h/a/b.txt", u"http://h/a/b.txt", u"http", u"h", u"b.txt", u"http://h/a/"},
-        {u"HTTP://Example.COM/A/b", u"http://example.com/A/b", u"http", u"example.com", u"b",
-         u"http://example.com/A/"},
-        {u"http://h/a/", u"http://h/a/", u"http", u"h", u"a", u"http://h/"},
-        {u"http://h/a/b?q=1#f", u"http://h/a/b?q=1#f", u"http", u"h", u"b", u"http://h/a/"},
-        {u"http://h/", u"http://h/", u"http", u"h", u"", std::nullopt},
-        {u"http://h", u"http://h", u"http", u"h", u"", std::nullopt},
-        {u"file:///", u"file:///", u"file", u"", u"", std::nullopt},
-        {u"mailto:a@b.org", u"mailto:a@b.org", u"mailto", u"", u"", std::nullopt},
+        {u"HTTP://Example.COM/A/b", u"http://example.com/A/b", u"b", u"http://example.com/A/"},
+        {u"http://h/a/", u"http://h/a/", u"a", u"http://h/"},
+        {u"http://h/a/b?q=1#f", u"http://h/a/b?q=1#f", u"b", u"http://h/a/"},
+        {u"http://h/", u"http://h/", u"", std::nullopt},
+        {u"http://h", u"http://h", u"", std::nullopt},
+        {u"http://h//", u"http://h//", u"", std::nullopt},
+        {u"mailto:a@b.org", u"mailto:a@b.org", u"", std::nullopt},
         // Native paths become file IRIs; non-ASCII stays as characters.
-        {u"/donn\u00E9es/\u65E5\u672C.txt", u"file:///donn\u00E9es/\u65E5\u672C.txt", u"file", u"",
+        {u"/", u"file:///", u"", std::nullopt},
+        {u"/donn\u00E9es/\u65E5\u672C.txt", u"file:///donn\u00E9es/\u65E5\u672C.txt",
          u"\u65E5\u672C.txt", u"file:///donn\u00E9es/"},
-        {u"/a b/100%", u"file:///a%20b/100%25", u"file", u"", u"100%", u"file:///a%20b/"},
-        {u"/", u"file:///", u"file", u"", u"", std::nullopt},
+        {u"/a b/100%", u"file:///a%20b/100%25", u"100%", u"file:///a%20b/"},
         // Escapes: UTF-8 and unreserved ones decoded, reserved ones kept (upper case).
-        {u"http://h/%C3%A9t%c3%a9/x%20y%2fz", u"http://h/\u00E9t\u00E9/x%20y%2Fz", u"http", u"h",
-         u"x y/z", u"http://h/\u00E9t\u00E9/"},
-        {u"http://h/%41%7e%2D", u"http://h/A~-", u"http", u"h", u"A~-", u"http://h/"},
-        {u"http://h/caf%E9", u"http://h/caf%E9", u"http", u"h", u"caf\xDCE9", u"http://h/"},
-        {u"http://B\u00FCcher.DE/stra\u00DFe", u"http://b\u00FCcher.de/stra\u00DFe", u"http",
-         u"b\u00FCcher.de", u"stra\u00DFe", u"http://b\u00FCcher.de/"},
-        // Authority forms.
-        {u"http://User:Pw@H:8080/p", u"http://User:Pw@h:8080/p", u"http", u"h", u"p",
-         u"http://User:Pw@h:8080/"},
-        {u"http://[FE80::1]:81/x", u"http://[fe80::1]:81/x", u"http", u"[fe80::1]", u"x",
-         u"http://[fe80::1]:81/"},
-        {u"http://h:/a", u"http://h/a", u"http", u"h", u"a", u"http://h/"},
-        // An empty query or fragment is kept: it differs from none.
-        {u"http://h/a?#", u"http://h/a?#", u"http", u"h", u"a", u"http://h/"},
+        {u"http://h/%C3%A9t%c3%a9/x%20y%2fz", u"http://h/\u00E9t\u00E9/x%20y%2Fz", u"x y/z",
+         u"http://h/\u00E9t\u00E9/"},
+        {u"http://h/%41%7e%2D", u"http://h/A~-", u"A~-", u"http://h/"},
+        {u"http://h/caf%E9", u"http://h/caf%E9", u"caf\xDCE9", u"http://h/"},
+        {u"http://B\u00FCcher.DE/stra\u00DFe", u"http://b\u00FCcher.de/stra\u00DFe", u"stra\u00DFe",
+         u"http://b\u00FCcher.de/"},
+        // Only the host is lower-cased; an empty port is dropped.
+        {u"http://User:Pw@H:8080/p", u"http://User:Pw@h:8080/p", u"p", u"http://User:Pw@h:8080/"},
+        {u"http://[FE80::1]:81/x", u"http://[fe80::1]:81/x", u"x", u"http://[fe80::1]:81/"},
+        {u"http://h:/a", u"http://h/a", u"a", u"http://h/"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(utf8(c.input));
         const AbsoluteIRI iri(c.input);
         EXPECT_EQ(iri.toString(), c.text);
-        EXPECT_EQ(iri.getScheme(), c.scheme);
-        EXPECT_EQ(iri.toIRI().getHost(Encoding::IRI), c.host);
         EXPECT_EQ(iri.getName(), c.name);
         ASSERT_EQ(iri.hasParent(), c.parent.has_value());
         if (c.parent)
             EXPECT_EQ(iri.getParent().toString(), *c.parent);
         else
             EXPECT_THROW(iri.getParent(), InternalError);
-        // The text form parses back to the same IRI.
-        EXPECT_EQ(AbsoluteIRI(iri.toString()), iri);
+        EXPECT_EQ(AbsoluteIRI(iri.toString()), iri); // the text parses back to the same IRI
     }
+    EXPECT_EQ(AbsoluteIRI(u"HTTP://h").getScheme(), u"http");
 }
 
 TEST(AbsoluteIRI, TextThatNamesNoAbsoluteIRIIsRefused) {
-    const fl::ustring cases[] = {
-        u"",
-        u"C:",
-        u"C:\\x",
-        u"c:/x", // a drive, never a one-letter scheme
-        u"relative/path",
-        u"http://h/a b",
-        u"http://h/a|b",
-        u"http://h:99999/",
-        u"http://h:8o/",
-        u"http://[::1/",
-        u"1http://x",
-        u"://x",
-        fl::ustring(u"/a\0b", 4), // never cut short at the U+0000
-        fl::ustring(u"http://h/\0", 10),
-    };
-    for (const auto& text : cases) {
+    // A drive is never a one-letter scheme; a U+0000 never cuts the text short.
+    for (const std::u16string_view view :
+         {u""sv, u"C:"sv, u"C:\\x"sv, u"c:/x"sv, u"relative/path"sv, u"http://h/a b"sv,
+          u"http://h/a|b"sv, u"http://h:99999/"sv, u"http://h:8o/"sv, u"http://[::1/"sv,
+          u"1http://x"sv, u"://x"sv, u"/a\0b"sv, u"http://h/\0"sv}) {
+        const fl::ustring text(view);
         try {
             AbsoluteIRI iri(text);
             ADD_FAILURE() << "accepted: " << utf8(text);
@@ -117,18 +104,15 @@ TEST(AbsoluteIRI, TextThatNamesNoAbsoluteIRIIsRefused) {
             EXPECT_EQ(error.getText(), text);
         }
     }
-    EXPECT_FALSE(IRI::parse(u"C:/x"));
     EXPECT_TRUE(IRI::parse(u"cc:/x"));
+    for (const fl::ustring& path : {fl::ustring(u"a/b"), fl::ustring()})
+        EXPECT_THROW(toAbsoluteIRI(u"file", path), InvalidIRIException);
+    EXPECT_THROW(toAbsoluteIRI(u"c", u"/x"), InvalidIRIException);
+    EXPECT_EQ(toAbsoluteIRI(u"FILE", u"/x").toString(), u"file:///x");
 }
 
 TEST(AbsoluteIRI, InvalidIRIExceptionTravelsAsACopy) {
-    boost::exception_ptr stored;
-    try {
-        AbsoluteIRI iri(u"no scheme");
-    } catch (const InvalidIRIException& error) {
-        stored = boost::copy_exception(error);
-    }
-    ASSERT_TRUE(stored);
+    const auto stored = boost::copy_exception(InvalidIRIException(u"no scheme"));
     try {
         boost::rethrow_exception(stored);
     } catch (const InvalidIRIException& error) {
@@ -137,50 +121,39 @@ TEST(AbsoluteIRI, InvalidIRIExceptionTravelsAsACopy) {
     }
 }
 
-TEST(IRI, ComponentsPortsAndHosts) {
+TEST(IRI, Components) {
     struct Case {
         const char16_t* input;
-        const char16_t* userInfo; // nullptr: none
-        const char16_t* host;     // nullptr: none
-        std::int64_t port;        // -1: none
+        Text userInfo;
+        Text host;
+        std::int64_t port; // -1: none
         const char16_t* path;
-        const char16_t* query;    // nullptr: none
-        const char16_t* fragment; // nullptr: none
+        Text query;
+        Text fragment;
     };
+    const auto none = std::nullopt;
     const Case cases[] = {
-        {u"http://h/a?b#c", nullptr, u"h", -1, u"/a", u"b", u"c"},
-        {u"https://u:p@h:81/", u"u:p", u"h", 81, u"/", nullptr, nullptr},
-        {u"http://[::1]:8080/x", nullptr, u"[::1]", 8080, u"/x", nullptr, nullptr},
-        {u"http://h:0/", nullptr, u"h", 0, u"/", nullptr, nullptr},
-        {u"http://h:65535", nullptr, u"h", 65535, u"", nullptr, nullptr},
-        {u"http://h/a?#", nullptr, u"h", -1, u"/a", u"", u""},
-        {u"http://h/p#", nullptr, u"h", -1, u"/p", nullptr, u""},
-        {u"file:///x", nullptr, nullptr, -1, u"/x", nullptr, nullptr},
-        {u"urn:isbn:0451450523", nullptr, nullptr, -1, u"isbn:0451450523", nullptr, nullptr},
-        {u"http://h/?q=\u65E5#\u00E9", nullptr, u"h", -1, u"/", u"q=\u65E5", u"\u00E9"},
+        {u"https://u:p@h:81/", u"u:p", u"h", 81, u"/", none, none},
+        {u"http://[::1]:8080/x", none, u"[::1]", 8080, u"/x", none, none},
+        {u"http://h:0/", none, u"h", 0, u"/", none, none},
+        {u"http://h:65535", none, u"h", 65535, u"", none, none},
+        // An empty query or fragment differs from none.
+        {u"http://h/a?#", none, u"h", -1, u"/a", u"", u""},
+        {u"http://h/p#", none, u"h", -1, u"/p", none, u""},
+        {u"file:///x", none, none, -1, u"/x", none, none},
+        {u"urn:isbn:0451450523", none, none, -1, u"isbn:0451450523", none, none},
+        {u"http://h/?q=\u65E5#\u00E9", none, u"h", -1, u"/", u"q=\u65E5", u"\u00E9"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(utf8(c.input));
         const auto iri = IRI::parse(c.input);
         ASSERT_TRUE(iri);
-        EXPECT_EQ(iri->hasUserInfo(), c.userInfo != nullptr);
-        if (c.userInfo) {
-            EXPECT_EQ(iri->getUserInfo(Encoding::IRI), c.userInfo);
-        }
-        EXPECT_EQ(iri->hasHost(), c.host != nullptr);
-        if (c.host) {
-            EXPECT_EQ(iri->getHost(Encoding::IRI), c.host);
-        }
+        EXPECT_EQ(present(iri->hasUserInfo(), iri->getUserInfo(Encoding::IRI)), c.userInfo);
+        EXPECT_EQ(present(iri->hasHost(), iri->getHost(Encoding::IRI)), c.host);
         EXPECT_EQ(iri->hasPort() ? iri->getPortNumber() : -1, c.port);
         EXPECT_EQ(iri->getPath(Encoding::IRI), c.path);
-        EXPECT_EQ(iri->hasQuery(), c.query != nullptr);
-        if (c.query) {
-            EXPECT_EQ(iri->getQuery(Encoding::IRI), c.query);
-        }
-        EXPECT_EQ(iri->hasFragment(), c.fragment != nullptr);
-        if (c.fragment) {
-            EXPECT_EQ(iri->getFragment(Encoding::IRI), c.fragment);
-        }
+        EXPECT_EQ(present(iri->hasQuery(), iri->getQuery(Encoding::IRI)), c.query);
+        EXPECT_EQ(present(iri->hasFragment(), iri->getFragment(Encoding::IRI)), c.fragment);
     }
 }
 
@@ -191,8 +164,18 @@ TEST(IRI, EncodingsOfOneComponent) {
     EXPECT_EQ(iri->getQuery(Encoding::URI), u"a=%C3%A9&b=%2F%20&c=%E6%97%A5&d=%FF");
     EXPECT_EQ(iri->getQuery(Encoding::Decoded), u"a=\u00E9&b=/ &c=\u65E5&d=\xDCFF");
     EXPECT_EQ(iri->toString(Encoding::URI), u"http://h/p?a=%C3%A9&b=%2F%20&c=%E6%97%A5&d=%FF");
-    // A C1 control or a bidirectional mark stays escaped in IRI text: it would not show.
-    EXPECT_EQ(IRI::parse(u"http://h/%C2%85%E2%80%8F")->getPath(Encoding::IRI), u"/%C2%85%E2%80%8F");
+    // Every non-ASCII scalar value comes back as a character, even one that does not show.
+    EXPECT_EQ(IRI::parse(u"http://h/%C2%85%E2%80%8F%EE%80%80%EF%B7%90%F4%8F%BF%BF")
+                  ->getPath(Encoding::IRI),
+              u"/\u0085\u200F\uE000\uFDD0\U0010FFFF");
+    // URI text from the network gets the same normal form as IRI text.
+    for (const char* text : {"http://h/a%2fb", "HTTP://H/%c3%a9?%3d#%e6%97%a5"}) {
+        const auto fromUri = IRI::parseUri(text);
+        ASSERT_TRUE(fromUri) << text;
+        EXPECT_EQ(fromUri->uriText(), IRI::parse(fl::i18n::to_ustring(text))->uriText());
+    }
+    EXPECT_THROW(GetStringFromIRI(AbsoluteIRI(*IRI::parseUri("file:///a%2fb"))),
+                 InvalidIRIException);
 }
 
 TEST(IRIArgs, RebuildsTheSameIRIAndDropsQueryAndFragment) {
@@ -208,8 +191,7 @@ TEST(IRIArgs, RebuildsTheSameIRIAndDropsQueryAndFragment) {
         args.fragment.clear();
         args.hasFragment = false;
         const IRI bare(args);
-        EXPECT_FALSE(bare.hasQuery());
-        EXPECT_FALSE(bare.hasFragment());
+        EXPECT_FALSE(bare.hasQuery() || bare.hasFragment());
         EXPECT_EQ(bare.getPath(Encoding::URI), iri->getPath(Encoding::URI));
     }
 }
@@ -219,7 +201,6 @@ TEST(IRIArgs, InconsistentBagIsAnInternalError) {
     const std::function<void(IRIArgs&)> spoil[] = {
         [](IRIArgs& a) { a.hasQuery = false; },
         [](IRIArgs& a) { a.hasFragment = false; },
-        [](IRIArgs& a) { a.scheme.clear(); },
         [](IRIArgs& a) { a.scheme = u"c"; },
         [](IRIArgs& a) { a.scheme = u"h p"; },
         [](IRIArgs& a) { a.hasAuthority = false; },
@@ -244,8 +225,8 @@ TEST(IRIArgs, InconsistentBagIsAnInternalError) {
     EXPECT_NO_THROW(IRI{good});
 }
 
-TEST(AbsoluteIRI, ResolvedIRIRemovesDotSegments) {
-    const std::pair<const char16_t*, const char16_t*> cases[] = {
+TEST(AbsoluteIRI, ResolvedAndCanonicalIRIs) {
+    const std::pair<const char16_t*, const char16_t*> resolved[] = {
         {u"http://h/a/./b/../c", u"http://h/a/c"},
         {u"http://h/a/%2E%2E/b", u"http://h/b"},
         {u"http://h/a/b/..", u"http://h/a/"},
@@ -253,39 +234,12 @@ TEST(AbsoluteIRI, ResolvedIRIRemovesDotSegments) {
         {u"http://h/a.b/c..d/.e", u"http://h/a.b/c..d/.e"},
         {u"http://h/a/../b?x=/../y#/..", u"http://h/b?x=/../y#/.."},
     };
-    for (const auto& [input, resolved] : cases)
-        EXPECT_EQ(AbsoluteIRI(input).getResolvedIRI().toString(), resolved) << utf8(input);
-}
-
-TEST(AbsoluteIRI, MakePathRelativeTo) {
-    struct Case {
-        const char16_t* base;
-        const char16_t* target;
-        const char16_t* relative;
-    };
-    const Case cases[] = {
-        {u"file:///a/b", u"file:///a/b/c/d.txt", u"c/d.txt"},
-        {u"/a/b/", u"/a/x", u"../x"},
-        {u"/a/b", u"/a/b", u"."},
-        {u"/a/b/c", u"/a", u"../.."},
-        {u"/", u"/a/b", u"a/b"},
-        {u"/a", u"/a/x y/\u65E5%", u"x y/\u65E5%"}, // file names come decoded
-        {u"/a/./b/..", u"/a/c", u"c"},
-        {u"http://h/a/", u"http://h/a/b%20c?q", u"b%20c?q"},
-        {u"http://h/a/", u"https://h/a/b", u"https://h/a/b"},
-        {u"http://h/a/", u"http://g/a/b", u"http://g/a/b"},
-        {u"http://h/a/", u"http://h:81/a/b", u"http://h:81/a/b"},
-        {u"http://u@h/a/", u"http://h/a/b", u"http://h/a/b"},
-    };
-    for (const auto& c : cases)
-        EXPECT_EQ(AbsoluteIRI(c.target).makePathRelativeTo(AbsoluteIRI(c.base)), c.relative)
-            << utf8(c.base) << " -> " << utf8(c.target);
-}
-
-TEST(CanonicalAbsoluteIRI, NormalisedAndWithLeaf) {
+    for (const auto& [input, expected] : resolved)
+        EXPECT_EQ(AbsoluteIRI(input).getResolvedIRI().toString(), expected) << utf8(input);
     EXPECT_EQ(CanonicalAbsoluteIRI(u"HTTP://H").toString(), u"http://h/");
-    EXPECT_EQ(CanonicalAbsoluteIRI(u"http://h/a/./../b/%7e").toString(), u"http://h/b/~");
-    EXPECT_EQ(CanonicalAbsoluteIRI(u"/a/../b/").toString(), u"file:///b/");
+    EXPECT_EQ(foundation::storage::vfs::toCanonicalAbsoluteIRI(u"file", u"/a/../b/").toString(),
+              u"file:///b/");
+    // A leaf is one segment.
     const CanonicalAbsoluteIRI base(u"http://h/a?q#f");
     const std::pair<const char16_t*, const char16_t*> leaves[] = {
         {u"", u"http://h/a?q#f"},
@@ -300,24 +254,35 @@ TEST(CanonicalAbsoluteIRI, NormalisedAndWithLeaf) {
     EXPECT_THROW(CanonicalAbsoluteIRI(base, fl::ustring(u"a\0b", 3)), InvalidIRIException);
 }
 
+TEST(AbsoluteIRI, MakePathRelativeTo) {
+    const std::tuple<const char16_t*, const char16_t*, const char16_t*> cases[] = {
+        // base, target, relative path
+        {u"file:///a/b", u"file:///a/b/c/d.txt", u"c/d.txt"},
+        {u"/a/b/", u"/a/x", u"../x"},
+        {u"/a/b", u"/a/b", u"."},
+        {u"/a/b/c", u"/a", u"../.."},
+        {u"/", u"/a/b", u"a/b"},
+        {u"/a", u"/a/x y/\u65E5%", u"x y/\u65E5%"}, // file names come decoded
+        {u"/a/./b/..", u"/a/c", u"c"},
+        {u"http://h/a/", u"http://h/a/b%20c?q", u"b%20c?q"},
+        // No relative way between different schemes or authorities.
+        {u"http://h/a/", u"https://h/a/b", u"https://h/a/b"},
+        {u"http://h/a/", u"http://h:81/a/b", u"http://h:81/a/b"},
+        {u"http://u@h/a/", u"http://h/a/b", u"http://h/a/b"},
+    };
+    for (const auto& [base, target, relative] : cases)
+        EXPECT_EQ(AbsoluteIRI(target).makePathRelativeTo(AbsoluteIRI(base)), relative)
+            << utf8(base) << " -> " << utf8(target);
+}
+
 // Every absolute native path comes back unchanged, through the IRI and through its text.
 TEST(GetStringFromIRI, NativePathsRoundTrip) {
-    const fl::ustring paths[] = {
-        u"/",
-        u"//x",
-        u"/a/./b/../c/",
-        u"/a//b",
-        u"/100%/%41%2F",
-        u"/a?b#c[d]",
-        u"/donn\u00E9es/\u65E5\u672C.txt",
-        u"/x\xDCFFy\xDC80",
-        u"/tab\there\x7F",
-        u"/emoji\U0001F600",
-        u"/a b;c=d@e:f",
-    };
-    for (const auto& p : paths) {
+    for (const fl::ustring p :
+         {u"/", u"//x", u"/a/./b/../c/", u"/a//b", u"/100%/%41%2F", u"/a?b#c[d]", u"/a b;c=d@e:f",
+          u"/donn\u00E9es/\u65E5\u672C.txt", u"/x\xDCFFy\xDC80", u"/tab\there\x7F",
+          u"/emoji\U0001F600", u"/\u0085\u200F\uE000\uFDD0\U0010FFFF"}) {
         SCOPED_TRACE(utf8(p));
-        const AbsoluteIRI iri = foundation::storage::vfs::toAbsoluteIRI(u"file", p);
+        const AbsoluteIRI iri = toAbsoluteIRI(u"file", p);
         EXPECT_EQ(GetStringFromIRI(iri), p);
         EXPECT_EQ(GetStringFromIRI(AbsoluteIRI(iri.toString())), p);
         EXPECT_EQ(GetStringFromIRI(AbsoluteIRI(p)), p);
@@ -331,17 +296,11 @@ TEST(GetStringFromIRI, FileNameHoldingInvalidUtf8) {
     ASSERT_GE(fd, 0);
     ::close(fd);
     // The name as the system lists it, not as the test spelled it.
-    std::string listed;
-    DIR* folder = ::opendir(dir.path().c_str());
-    ASSERT_NE(folder, nullptr);
-    while (const dirent* entry = ::readdir(folder))
-        if (entry->d_name[0] != '.')
-            listed = dir.path().string() + "/" + entry->d_name;
-    ::closedir(folder);
-    const fl::ustring p = fl::i18n::to_ustring(listed);
+    const fl::ustring p =
+        fl::i18n::to_ustring(std::filesystem::directory_iterator(dir.path())->path().string());
     ASSERT_NE(p.find(u'\xDCE9'), fl::ustring::npos);
 
-    const AbsoluteIRI iri = foundation::storage::vfs::toAbsoluteIRI(u"file", p);
+    const AbsoluteIRI iri = toAbsoluteIRI(u"file", p);
     const fl::ustring back = GetStringFromIRI(iri);
     EXPECT_EQ(back, p);
     EXPECT_EQ(fl::filesystem::status(back).type(), fl::filesystem::file_status::regular_file);
@@ -353,25 +312,9 @@ TEST(GetStringFromIRI, OtherIRIsAndPathsThatCannotBeNative) {
     EXPECT_EQ(GetStringFromIRI(AbsoluteIRI(u"HTTP://H/a%20b")), u"http://h/a%20b");
     EXPECT_EQ(GetStringFromIRI(AbsoluteIRI(u"file://localhost/x")), u"/x");
     EXPECT_EQ(GetStringFromIRI(AbsoluteIRI(u"file:/x")), u"/x");
-    for (const char16_t* text : {u"file://server/x", u"file:///a%2Fb", u"file:///a%00", u"file:x"})
+    for (const char16_t* text : {u"file://server/x", u"file:///a%2Fb", u"file:///a%00", u"file:x",
+                                 u"file:///a?b", u"file:///a#b", u"file:///a?"})
         EXPECT_THROW(GetStringFromIRI(AbsoluteIRI(text)), InvalidIRIException) << utf8(text);
-}
-
-TEST(ToAbsoluteIRI, RefusesWhatIsNoAbsolutePath) {
-    using foundation::storage::vfs::toAbsoluteIRI;
-    const fl::ustring withNul(u"/a\0b", 4);
-    try {
-        toAbsoluteIRI(u"file", withNul);
-        ADD_FAILURE() << "a path holding U+0000 was accepted";
-    } catch (const InvalidIRIException& error) {
-        EXPECT_EQ(error.getText(), withNul); // the whole text, not cut at the U+0000
-    }
-    EXPECT_THROW(toAbsoluteIRI(u"file", u"a/b"), InvalidIRIException);
-    EXPECT_THROW(toAbsoluteIRI(u"file", u""), InvalidIRIException);
-    EXPECT_THROW(toAbsoluteIRI(u"c", u"/x"), InvalidIRIException);
-    EXPECT_EQ(toAbsoluteIRI(u"FILE", u"/x").toString(), u"file:///x");
-    EXPECT_EQ(foundation::storage::vfs::toCanonicalAbsoluteIRI(u"file", u"/a/../b").toString(),
-              u"file:///b");
 }
 
 TEST(NormalizeURL, Rewrites) {
@@ -383,12 +326,10 @@ TEST(NormalizeURL, Rewrites) {
         {u"http://User@HOST:80/P?Q#F", u"http://User@host:80/P?Q#F"},
         {u"http://[FE80::A]:8/X", u"http://[fe80::a]:8/X"},
         {u"http://h/a/../../b?x=/../y#/..", u"http://h/b?x=/../y#/.."},
-        {u"https://host/a/../b", u"https://host/b"},
         {u"http://H%C3%A9/", u"http://h%C3%A9/"},
-        {u"", u""},
+        {u"http://H%G1X/", u"http://h%g1x/"}, // no escape, so all of it is host
         {u"   ", u""},
         {u"not a url", u"not%20a%20url"},
-        {u"C:\\a", u"C:%5Ca"},
         {u"http://h/100%", u"http://h/100%"},
     };
     for (const auto& [input, expected] : cases) {

@@ -9,7 +9,7 @@ namespace Quarrow::PathManagement {
 // "localhost") gives its native path, every escape decoded, so that
 // GetStringFromIRI(toAbsoluteIRI(u"file", p)) is p for every absolute path p. Any other IRI
 // gives its IRI text. A `file` IRI that names no native path (another host, a relative path,
-// an escaped "/" or U+0000 inside a name) throws InvalidIRIException.
+// a query or fragment, an escaped "/" or U+0000 inside a name) throws InvalidIRIException.
 fl::ustring GetStringFromIRI(const foundation::storage::vfs::AbsoluteIRI& iri);
 
 } // namespace Quarrow::PathManagement
