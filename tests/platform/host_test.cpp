@@ -6,9 +6,10 @@
 
 #include <foundation/core/except/Exception.hpp>
 
+#include "CurrentFolder.hpp"
+
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <stdexcept>
 
 namespace {
@@ -18,8 +19,7 @@ using foundation::core::except::Exception;
 using foundation::core::except::IInternalException;
 
 TEST(CurrentFolder, Absolutize) {
-    const auto previous = std::filesystem::current_path();
-    std::filesystem::current_path("/tmp");
+    const vexa::testing::CurrentFolder inside("/tmp");
     const auto& folder = cwf::GetCurrentWorkingFolder();
     struct Case {
         fl::ustring text;
@@ -37,7 +37,6 @@ TEST(CurrentFolder, Absolutize) {
         EXPECT_EQ(folder.absolutize(c.text).toString(), c.iri) << fl::i18n::to_string(c.text);
     EXPECT_THROW(folder.absolutize(u""), cwf::FailedToAbsolutizeException);
     EXPECT_EQ(folder.getPath(), u"/tmp");
-    std::filesystem::current_path(previous);
 }
 
 TEST(HostArrays, ValuesAndReferences) {

@@ -9,7 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
-#include <fstream>
+#include <tuple>
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -33,33 +33,31 @@ TEST(StorageErrors, ErrnoMapsToItsCode) {
 // exception's context and the pending context agree.
 TEST(StorageErrors, RealFailuresLeaveTheirContextPending) {
     vexa::testing::TempDir dir;
-    ::mkdir((dir / "full").c_str(), 0755);
-    std::ofstream(dir / "full/file") << "x";
-    struct Case {
-        std::string path;
-        int (*call)(const char*);
-        int code;
-        const char* name;
+    dir.makeFolders({"full"});
+    dir.makeFile("full/file");
+    using Call = int (*)(const char*);
+    const Call rmdir = [](const char* p) { return ::rmdir(p); };
+    const Call mkdir = [](const char* p) { return ::mkdir(p, 0755); };
+    const std::tuple<std::string, Call, int, const char*> cases[] = {
+        {dir / "full", rmdir, 0, "folderNotEmpty"},
+        {dir / "full", mkdir, 3, "resourceAlreadyExists"},
+        {dir / "full/file/x", mkdir, 4, "resourceNotFound"},
+        {dir / "none/x", mkdir, 1, "resourceNotFound"},
     };
-    const Case cases[] = {
-        {dir / "full", [](const char* p) { return ::rmdir(p); }, 0, "folderNotEmpty"},
-        {dir / "full", [](const char* p) { return ::mkdir(p, 0755); }, 3, "resourceAlreadyExists"},
-        {dir / "full/file/x", [](const char* p) { return ::mkdir(p, 0755); }, 4,
-         "resourceNotFound"},
-        {dir / "none/x", [](const char* p) { return ::mkdir(p, 0755); }, 1, "resourceNotFound"},
-    };
-    for (const auto& c : cases) {
-        ASSERT_NE(c.call(c.path.c_str()), 0) << c.path;
-        const fl::ustring path = fl::i18n::to_ustring(c.path);
+    for (const auto& [name, call, code, message] : cases) {
+        ASSERT_NE(call(name.c_str()), 0) << name;
+        const fl::ustring path = fl::i18n::to_ustring(name);
         try {
             vfs::throwFromErrno(errno, "op", path);
         } catch (const vfs::Exception& error) {
-            EXPECT_EQ(error.getErrorCode(), c.code) << c.path;
+            EXPECT_EQ(error.getErrorCode(), code) << name;
             EXPECT_EQ(error.getPath(), path);
+            ASSERT_EQ(error.getContexts().size(), 1u);
+            EXPECT_EQ(error.getContexts()[0].operation(), "op");
         }
         const auto pending = ExceptionContextHandler::PendingContext();
-        ASSERT_TRUE(pending) << c.path;
-        EXPECT_EQ(pending->message().name(), c.name);
+        ASSERT_TRUE(pending) << name;
+        EXPECT_EQ(pending->message().name(), message);
         EXPECT_EQ(pending->location(), path);
         ExceptionContextHandler::ClearPendingContext();
     }
