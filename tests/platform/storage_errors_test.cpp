@@ -2,7 +2,6 @@
 #include <virtualfileio/ExceptionContextHandler.hpp>
 
 #include <fl/i18n.hpp>
-#include <foundation/core/except/IException.hpp>
 
 #include "TempDir.hpp"
 
@@ -61,28 +60,6 @@ TEST(StorageErrors, RealFailuresLeaveTheirContextPending) {
         EXPECT_EQ(pending->location(), path);
         ExceptionContextHandler::ClearPendingContext();
     }
-}
-
-TEST(StorageErrors, PendingContextBecomesItsExceptionOnce) {
-    ExceptionContextHandler::ClearPendingContext();
-    EXPECT_FALSE(
-        ExceptionContextHandler::ExceptionContextToExceptionObject(u"/a", u"", "VEXA:FILE"));
-
-    ExceptionContextHandler::SetPendingContext(
-        vfs::makeContext("list", u"/provider/a", vfs::IOError));
-    const auto error =
-        ExceptionContextHandler::ExceptionContextToExceptionObject(u"a", u"", "VEXA:FILE");
-    ASSERT_TRUE(error);
-    try {
-        boost::rethrow_exception(error);
-    } catch (const foundation::core::except::IUserException& user) {
-        EXPECT_EQ(user.GetID(), "VEXA:virtualfilesystem:ioError");
-        EXPECT_EQ(user.GetUnicodeMessageTxt(),
-                  u"An input/output error occurred while accessing 'a'.");
-    }
-    EXPECT_FALSE(ExceptionContextHandler::PendingContext());
-    EXPECT_FALSE(
-        ExceptionContextHandler::ExceptionContextToExceptionObject(u"a", u"", "VEXA:FILE"));
 }
 
 } // namespace
