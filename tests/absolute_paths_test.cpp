@@ -2,18 +2,13 @@
 
 #include "CurrentFolder.hpp"
 #include "TempDir.hpp"
+#include "Text.hpp"
 
 #include <fl/i18n.hpp>
 
 #include <gtest/gtest.h>
 
-#include <climits>
-#include <cstdlib>
-#include <fstream>
 #include <tuple>
-
-#include <sys/stat.h>
-#include <unistd.h>
 
 namespace {
 
@@ -22,10 +17,8 @@ using core::ResolveSymbolicLinks;
 using vexa::testing::CurrentFolder;
 using vexa::testing::TempDir;
 using namespace std::string_literals;
-
-fl::ustring u(const std::string& utf8) {
-    return fl::i18n::to_ustring(utf8);
-}
+using vexa::testing::u;
+using vexa::testing::utf8;
 
 fl::ustring toAbsolute(fl::ustring path, ResolveSymbolicLinks resolve) {
     core::relativeToAbsolute(path, resolve, false);
@@ -36,9 +29,8 @@ fl::ustring toAbsolute(fl::ustring path, ResolveSymbolicLinks resolve) {
 // folder as the current folder.
 TEST(RelativeToAbsolute, RelativePathsForEachLinkTreatment) {
     TempDir dir;
-    for (const char* folder : {"real", "real/data"})
-        ASSERT_EQ(::mkdir((dir / folder).c_str(), 0755), 0);
-    std::ofstream(dir / "real/data/\xF0\x9F\x93\x84") << "x";
+    dir.makeFolders({"real", "real/data"});
+    dir.makeFile("real/data/\xF0\x9F\x93\x84");
     const std::pair<const char*, const char*> links[] = {
         {"real/data/\xF0\x9F\x93\x84", "lnk"},
         {"real", "via"},
@@ -49,9 +41,8 @@ TEST(RelativeToAbsolute, RelativePathsForEachLinkTreatment) {
         {"loop", "loop"},
     };
     for (const auto& [target, name] : links)
-        ASSERT_EQ(::symlink(target, (dir / name).c_str()), 0);
-    char buffer[PATH_MAX];
-    const std::string root = ::realpath(dir.path().c_str(), buffer);
+        dir.makeLink(target, name);
+    const std::string root = dir.real();
     const std::string file = root + "/real/data/\xF0\x9F\x93\x84";
     CurrentFolder inside(dir.path());
 
@@ -85,11 +76,9 @@ TEST(RelativeToAbsolute, RelativePathsForEachLinkTreatment) {
 // relativeToAbsolute alone leaves in a path that does not exist.
 TEST(SetupPathForURLConstruction, UrlsAndLocalPaths) {
     TempDir dir;
-    ASSERT_EQ(::mkdir((dir / "real").c_str(), 0755), 0);
-    ASSERT_EQ(::mkdir((dir / "real/sub").c_str(), 0755), 0);
-    ASSERT_EQ(::symlink("real/sub", (dir / "deep").c_str()), 0);
-    char buffer[PATH_MAX];
-    const std::string root = ::realpath(dir.path().c_str(), buffer);
+    dir.makeFolders({"real", "real/sub"});
+    dir.makeLink("real/sub", "deep");
+    const std::string root = dir.real();
     CurrentFolder inside(dir.path());
     const std::tuple<fl::ustring, bool, fl::ustring> cases[] = {
         {u"HTTPS://Host/a/../b?q=./x", true, u"https://host/b?q=./x"},
@@ -104,8 +93,8 @@ TEST(SetupPathForURLConstruction, UrlsAndLocalPaths) {
         fl::ustring path = typed;
         EXPECT_EQ(core::setupPathForURLConstruction(path, ResolveSymbolicLinks::KeepLink, false),
                   isURL)
-            << fl::i18n::to_string(typed);
-        EXPECT_EQ(path, expected) << fl::i18n::to_string(typed);
+            << utf8(typed);
+        EXPECT_EQ(path, expected) << utf8(typed);
     }
 }
 

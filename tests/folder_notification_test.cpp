@@ -1,9 +1,11 @@
 #include <vexa/io/filesystem/core/file_manipulator.hpp>
 #include <vexa/io/filesystem/core/result_handler.hpp>
 
+#include "CurrentFolder.hpp"
 #include "HostState.hpp"
 #include "Operations.hpp"
 #include "TempDir.hpp"
+#include "Text.hpp"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -20,9 +22,7 @@ using ::testing::HasSubstr;
 using ::testing::StartsWith;
 using vexa::testing::NoOperation;
 
-fl::ustring u(const std::string& utf8) {
-    return fl::i18n::to_ustring(utf8);
-}
+using vexa::testing::u;
 
 // A real search path: root/lib and root/lib/+pkg, root/tools, and root itself, with a
 // sibling root/library that must never be taken for being below root/lib.
@@ -50,73 +50,49 @@ protected:
     std::optional<vexa::testing::ScopedPathManager> installed;
 };
 
+// A pattern notifies its folder and the argument is rewritten to it; a relative folder is
+// taken from the current folder; a folder over the length limit is an error; one that
+// cannot be made absolute is dropped without a word.
 TEST_F(FolderNotification, EntriesAtOrAboveTheFolderAreNotified) {
+    const vexa::testing::CurrentFolder inside(dir / "tools");
+    RecordCapture capture("vexa::io::filesystem");
+    const vexa::testing::ScopedLogLevels levels(log::caughtErrorLevel);
+    const std::string prefix = dir / "lib/";
+    const std::string longest = prefix + std::string(4352 - prefix.size(), 'x');
     struct Case {
         std::string folder;
-        std::vector<std::size_t> expected; // lib, tools, library, root
+        std::vector<std::size_t> notified; // lib, tools, library, root
+        std::size_t notifications;
+        std::string id;
+        std::string after = ""; // the argument afterwards, when it changed
     };
     const Case cases[] = {
-        {dir / "lib/+pkg/sub", {1, 0, 0, 1}}, {dir / "lib", {1, 0, 0, 1}},
-        {dir / "lib/", {1, 0, 0, 1}},         {dir / "library", {0, 0, 1, 1}},
-        {dir / "elsewhere", {0, 0, 0, 1}},    {"/", {0, 0, 0, 0}},
+        {dir / "lib/+pkg/sub", {1, 0, 0, 1}, 1, ""},
+        {dir / "lib", {1, 0, 0, 1}, 1, ""},
+        {dir / "lib/", {1, 0, 0, 1}, 1, ""},
+        {dir / "library", {0, 0, 1, 1}, 1, ""},
+        {dir / "elsewhere", {0, 0, 0, 1}, 1, ""},
+        {"/", {0, 0, 0, 0}, 1, ""},
+        {dir / "lib//+pkg/*.m", {1, 0, 0, 1}, 1, "", dir / "lib/+pkg"},
+        {"../lib/+pkg", {1, 0, 0, 1}, 1, ""}, // ".." leaves tools
+        {longest, {1, 0, 0, 1}, 1, ""},
+        {longest + "x", {0, 0, 0, 0}, 0, "VEXA:FILE:PATHMAX"},
+        {"", {0, 0, 0, 0}, 0, ""},
     };
     for (const auto& c : cases) {
-        auto freshManager = std::make_shared<PathManager>(manager->GetSearchPath());
-        const vexa::testing::ScopedPathManager scoped(freshManager);
-        manager = freshManager;
+        SCOPED_TRACE(c.folder.substr(0, 100));
+        manager = std::make_shared<PathManager>(manager->GetSearchPath());
+        const vexa::testing::ScopedPathManager scoped(manager);
         NoOperation operation;
         fl::ustring folder = u(c.folder);
         operation.MarkDirOutOfDate(folder);
-        EXPECT_EQ(notified(), c.expected) << c.folder;
-        EXPECT_EQ(manager->GetNotificationCount(), 1u) << c.folder;
-        EXPECT_EQ(operation.GetStatus().code, 1) << c.folder;
+        EXPECT_EQ(notified(), c.notified);
+        EXPECT_EQ(manager->GetNotificationCount(), c.notifications);
+        EXPECT_EQ(operation.GetStatus().code, c.id.empty() ? 1 : 2);
+        EXPECT_EQ(core::detail::GetID(operation.GetStatus().exception), c.id);
+        EXPECT_EQ(folder, u(c.after.empty() ? c.folder : c.after));
     }
-}
-
-TEST_F(FolderNotification, PatternNotifiesItsFolderAndRewritesTheArgument) {
-    NoOperation operation;
-    fl::ustring pattern = u(dir / "lib//+pkg/*.m");
-    operation.MarkDirOutOfDate(pattern);
-    EXPECT_EQ(pattern, u(dir / "lib/+pkg"));
-    EXPECT_EQ(notified(), (std::vector<std::size_t>{1, 0, 0, 1}));
-}
-
-TEST_F(FolderNotification, RelativeFolderIsTakenFromTheCurrentFolder) {
-    const vexa::testing::ScopedCurrentFolder current(dir.path() / "tools");
-    NoOperation operation;
-    fl::ustring folder = u"../lib/+pkg";
-    operation.MarkDirOutOfDate(folder);
-    // ".." leaves tools: the folder is below lib, not below tools.
-    EXPECT_EQ(notified(), (std::vector<std::size_t>{1, 0, 0, 1}));
-    EXPECT_EQ(folder, u"../lib/+pkg");
-}
-
-TEST_F(FolderNotification, TooLongFolderIsAnErrorAndNotifiesNothing) {
-    const std::string prefix = dir / "lib/";
-    NoOperation operation;
-    fl::ustring tooLong = u(prefix) + fl::ustring(4353 - prefix.size(), u'x');
-    ASSERT_EQ(tooLong.size(), 4353u);
-    operation.MarkDirOutOfDate(tooLong);
-    EXPECT_EQ(manager->GetNotificationCount(), 0u);
-    EXPECT_EQ(operation.GetStatus().code, 2);
-    EXPECT_EQ(core::detail::GetID(operation.GetStatus().exception), "VEXA:FILE:PATHMAX");
-
-    NoOperation atLimit;
-    fl::ustring longest = u(prefix) + fl::ustring(4352 - prefix.size(), u'x');
-    atLimit.MarkDirOutOfDate(longest);
-    EXPECT_EQ(manager->GetNotificationCount(), 1u);
-    EXPECT_EQ(atLimit.GetStatus().code, 1);
-}
-
-TEST_F(FolderNotification, FolderThatCannotBeAbsolutizedIsDroppedSilently) {
-    RecordCapture capture("vexa::io::filesystem");
-    const vexa::testing::ScopedLogLevels levels(log::caughtErrorLevel);
-    NoOperation operation;
-    fl::ustring empty;
-    operation.MarkDirOutOfDate(empty);
-    EXPECT_EQ(manager->GetNotificationCount(), 0u);
     EXPECT_TRUE(capture.records().empty());
-    EXPECT_EQ(operation.GetStatus().code, 1);
 }
 
 TEST_F(FolderNotification, HostWithoutPathManagerIsLoggedNotReported) {

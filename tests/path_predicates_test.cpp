@@ -1,29 +1,27 @@
 #include <vexa/io/filesystem/core/path_predicates.hpp>
 
 #include "TempDir.hpp"
+#include "Text.hpp"
 
 #include <fl/i18n.hpp>
 #include <foundation/storage/vfs/AbsoluteIRI.hpp>
 
 #include <gtest/gtest.h>
 
-#include <fstream>
-
-#include <unistd.h>
+#include <tuple>
 
 namespace {
 
 namespace core = vexa::io::filesystem::core;
 using core::FileSystemType;
+using namespace std::string_literals;
+using vexa::testing::u;
+using vexa::testing::utf8;
 
 // Absoluteness of file paths, Unix and Windows rules side by side.
 TEST(PathPredicates, GetIsAbsoluteUnixAndWindows) {
-    struct Case {
-        const char16_t* path;
-        bool unix;
-        bool windows;
-    };
-    const Case cases[] = {
+    const std::tuple<fl::ustring, bool, bool> cases[] = {
+        // path, Unix rules, Windows rules
         {u"", false, false},
         {u"/", true, false},
         {u"/usr", true, false},
@@ -41,77 +39,56 @@ TEST(PathPredicates, GetIsAbsoluteUnixAndWindows) {
         {u"\\\\?\\C:\\x", false, true}, // long path
         {u"\\x", false, false},
     };
-    for (const auto& c : cases) {
-        const fl::ustring path = c.path;
-        EXPECT_EQ(core::getIsAbsolute(path, false, FileSystemType::Unix), c.unix)
-            << fl::i18n::to_string(path);
-        EXPECT_EQ(core::getIsAbsolute(path, false, FileSystemType::Windows), c.windows)
-            << fl::i18n::to_string(path);
+    for (const auto& [path, unix, windows] : cases) {
+        EXPECT_EQ(core::getIsAbsolute(path, false, FileSystemType::Unix), unix) << utf8(path);
+        EXPECT_EQ(core::getIsAbsolute(path, false, FileSystemType::Windows), windows) << utf8(path);
         // Both URL kinds judge file paths by Unix rules.
-        EXPECT_EQ(core::getIsAbsolute(path, false, FileSystemType::UrlAsWindows), c.unix);
-        EXPECT_EQ(core::getIsAbsolute(path, false, FileSystemType::UrlAsUnix), c.unix);
+        EXPECT_EQ(core::getIsAbsolute(path, false, FileSystemType::UrlAsWindows), unix);
+        EXPECT_EQ(core::getIsAbsolute(path, false, FileSystemType::UrlAsUnix), unix);
         // A URL is absolute without being looked at.
         EXPECT_TRUE(core::getIsAbsolute(path, true, FileSystemType::Unix));
     }
 }
 
-TEST(PathPredicates, UncAndLongPathPrefixes) {
-    struct Case {
-        const char16_t* path;
-        bool unc;
-        bool longPath;
+// Prefix tests look at the first units only; the extension runs from the last "." to the end
+// of the whole text, separators included.
+TEST(PathPredicates, PrefixesAndExtension) {
+    const std::tuple<fl::ustring, bool, bool, bool, fl::ustring> cases[] = {
+        // path, isUNCPath, isLongPath, hasHttpPrefix, getExtension
+        {u"", false, false, false, u""},
+        {u"\\\\a", false, false, false, u""},          // 3 units
+        {u"\\\\ab", false, false, false, u""},         // 4 units
+        {u"\\\\abc", true, false, false, u""},         // 5 units
+        {u"\\\\?\\", false, true, false, u""},         // exactly the long-path prefix
+        {u"\\\\?\\C:\\x.y", true, true, false, u".y"}, // a long path also starts with "\\"
+        {u"//server/share", false, false, false, u""},
+        {u"\\\\.\\pipe\\x", true, false, false, u".\\pipe\\x"}, // "\\" is no boundary
+        {u"\\?\\C:", false, false, false, u""},
+        {u"http:/", false, false, false, u""},
+        {u"http://", false, false, true, u""},
+        {u"HTTP://a", false, false, true, u""},
+        {u"Https://x.org/a.b.c", false, false, true, u".c"},
+        {u"https://", false, false, true, u""},
+        {u"https:/", false, false, false, u""},
+        {u"httpsx//", false, false, false, u""},
+        {u"ftp://x", false, false, false, u""},
+        {u"http:\\\\x", false, false, false, u""},
+        {u" http://x", false, false, false, u""},
+        {u"h\u0130tp://x", false, false, false, u""},
+        {u"file:///x", false, false, false, u""},
+        {u".", false, false, false, u"."},
+        {u"file.", false, false, false, u"."},
+        {u".profile", false, false, false, u".profile"},
+        {u"dir.x/file", false, false, false, u".x/file"}, // "/" is no boundary either
+        {u"/d/\u65E5\u672C.\u30C6\u30AD", false, false, false, u".\u30C6\u30AD"},
+        {u"archive.tar.gz", false, false, false, u".gz"},
     };
-    const Case cases[] = {
-        {u"", false, false},
-        {u"\\\\a", false, false},      // 3 units
-        {u"\\\\ab", false, false},     // 4 units
-        {u"\\\\abc", true, false},     // 5 units
-        {u"\\\\?\\", false, true},     // exactly the prefix
-        {u"\\\\?\\C:\\x", true, true}, // a long path also starts with "\\"
-        {u"//server/share", false, false},
-        {u"\\\\.\\pipe\\x", true, false},
-        {u"\\?\\C:", false, false},
-    };
-    for (const auto& c : cases) {
-        EXPECT_EQ(core::isUNCPath(c.path), c.unc) << fl::i18n::to_string(c.path);
-        EXPECT_EQ(core::isLongPath(c.path), c.longPath) << fl::i18n::to_string(c.path);
+    for (const auto& [path, unc, longPath, http, extension] : cases) {
+        EXPECT_EQ(core::isUNCPath(path), unc) << utf8(path);
+        EXPECT_EQ(core::isLongPath(path), longPath) << utf8(path);
+        EXPECT_EQ(core::hasHttpPrefix(path), http) << utf8(path);
+        EXPECT_EQ(core::getExtension(path), extension) << utf8(path);
     }
-}
-
-TEST(PathPredicates, HasHttpPrefix) {
-    struct Case {
-        const char16_t* path;
-        bool expected;
-    };
-    const Case cases[] = {
-        {u"", false},           {u"http:/", false},    {u"http://", true},
-        {u"HTTP://a", true},    {u"Https://x", true},  {u"https://", true},
-        {u"https:/", false},    {u"httpsx//", false},  {u"ftp://x", false},
-        {u"http:\\\\x", false}, {u" http://x", false}, {u"h\u0130tp://x", false},
-        {u"file:///x", false},
-    };
-    for (const auto& c : cases)
-        EXPECT_EQ(core::hasHttpPrefix(c.path), c.expected) << fl::i18n::to_string(c.path);
-}
-
-TEST(PathPredicates, GetExtensionLooksAtTheWholeText) {
-    struct Case {
-        const char16_t* path;
-        const char16_t* extension;
-    };
-    const Case cases[] = {
-        {u"", u""},
-        {u"abc", u""},
-        {u".", u"."},
-        {u"a.b.c", u".c"},
-        {u"file.", u"."},
-        {u".profile", u".profile"},
-        {u"dir.x/file", u".x/file"}, // separators are not a boundary
-        {u"/d/\u65E5\u672C.\u30C6\u30AD", u".\u30C6\u30AD"},
-        {u"archive.tar.gz", u".gz"},
-    };
-    for (const auto& c : cases)
-        EXPECT_EQ(core::getExtension(c.path), c.extension) << fl::i18n::to_string(c.path);
 }
 
 TEST(PathPredicates, GetPathTypeOfFilePathsFollowsTheType) {
@@ -124,69 +101,53 @@ TEST(PathPredicates, GetPathTypeOfFilePathsFollowsTheType) {
     }
 }
 
-// URLs are classified by scheme whatever the type, after up to three parse attempts.
+// URLs are classified by scheme whatever the type, after up to three parse attempts. When none
+// parses, the IRI layer's own exception reaches the caller: the second attempt's when the
+// cleaned-up text ends with "/", otherwise the third attempt's, on the text with "/" appended.
 TEST(PathPredicates, GetPathTypeOfUrlsIsTheScheme) {
-    const std::pair<const char16_t*, const char16_t*> cases[] = {
-        {u"http://host/a?b#c", u"http"}, {u"HTTPS://Host/", u"https"}, {u"file:///x", u"file"},
+    const std::pair<fl::ustring, fl::ustring> cases[] = {
+        {u"http://host/a?b#c", u"http"},
+        {u"HTTPS://Host/", u"https"},
+        {u"file:///x", u"file"},
         {u"/abs/path", u"file"}, // an absolute native path is a file IRI
-        {u"ftp://h/x", u"ftp"},          {u"http://h/a b", u"http"}, // parses once normalised
-        {u" http://h/x/../y ", u"http"},                             // trimmed, dots removed
+        {u"ftp://h/x", u"ftp"},
+        {u"http://h/a b", u"http"},      // parses once normalised
+        {u" http://h/x/../y ", u"http"}, // trimmed, dots removed
+        {u"http://h:99999/", u"invalid http://h:99999/"},
+        {u" http://h:99999", u"invalid http://h:99999/"},
+        {u"not a url", u"invalid not%20a%20url/"},
+        {u"C:\\x", u"invalid C:%5Cx/"},
     };
-    for (const auto& [url, scheme] : cases)
+    for (const auto& [url, expected] : cases)
         for (const auto type : {FileSystemType::Unix, FileSystemType::Windows,
-                                FileSystemType::UrlAsWindows, FileSystemType::UrlAsUnix})
-            EXPECT_EQ(core::getPathType(url, true, type), scheme) << fl::i18n::to_string(url);
-}
-
-// The IRI layer's own exception reaches the caller: the second attempt's when the cleaned-up
-// text ends with "/", otherwise the third attempt's, on the text with "/" appended.
-TEST(PathPredicates, GetPathTypeOfUnparseableUrlThrows) {
-    const std::pair<const char16_t*, const char16_t*> cases[] = {
-        {u"http://h:99999/", u"http://h:99999/"},
-        {u" http://h:99999", u"http://h:99999/"},
-        {u"not a url", u"not%20a%20url/"},
-        {u"C:\\x", u"C:%5Cx/"},
-    };
-    for (const auto& [url, lastText] : cases) {
-        try {
-            core::getPathType(url, true, FileSystemType::UrlAsUnix);
-            ADD_FAILURE() << "no error for " << fl::i18n::to_string(url);
-        } catch (const foundation::storage::vfs::InvalidIRIException& error) {
-            EXPECT_EQ(error.getText(), lastText);
+                                FileSystemType::UrlAsWindows, FileSystemType::UrlAsUnix}) {
+            fl::ustring result;
+            try {
+                result = core::getPathType(url, true, type);
+            } catch (const foundation::storage::vfs::InvalidIRIException& error) {
+                result = u"invalid " + error.getText();
+            }
+            EXPECT_EQ(result, expected) << utf8(url);
         }
-    }
 }
 
 TEST(PathPredicates, MakeLowerCaseChangesAsciiLettersOnly) {
     fl::ustring text = u"ABC xyz@[`{ \u00C9\u0130\u0391\u65E5 Z09";
     core::makeLowerCase(text);
     EXPECT_EQ(text, u"abc xyz@[`{ \u00C9\u0130\u0391\u65E5 z09");
-    fl::ustring empty;
-    core::makeLowerCase(empty);
-    EXPECT_TRUE(empty.empty());
-}
-
-TEST(PathPredicates, FixedAnswers) {
-    EXPECT_FALSE(core::checkIfPathEndsWithWindowsShortcut(u"C:\\a.lnk"));
-    EXPECT_FALSE(core::checkIfPathEndsWithWindowsShortcut(u""));
-    EXPECT_EQ(core::platformSpecificErrorCode(), 40);
 }
 
 TEST(PathPredicates, IsSymlinkAsksTheFileSystem) {
     vexa::testing::TempDir dir;
-    std::ofstream(dir / "file") << "x";
-    ASSERT_EQ(::symlink("file", (dir / "link").c_str()), 0);
-    ASSERT_EQ(::symlink("missing", (dir / "dangling").c_str()), 0);
-    ASSERT_EQ(::symlink("loop2", (dir / "loop1").c_str()), 0);
-    ASSERT_EQ(::symlink("loop1", (dir / "loop2").c_str()), 0);
-    ASSERT_EQ(::symlink(dir.path().c_str(), (dir / "to-dir").c_str()), 0);
+    dir.makeFile("file");
+    dir.makeLink("file", "link");
+    dir.makeLink("missing", "dangling");
+    dir.makeLink("loop2", "loop1");
+    dir.makeLink("loop1", "loop2");
+    dir.makeLink(dir.path(), "to-dir");
 
-    struct Case {
-        std::string path;
-        core::LinkStatus expected;
-    };
     using core::LinkStatus;
-    const Case cases[] = {
+    const std::pair<std::string, LinkStatus> cases[] = {
         {dir / "file", LinkStatus::NotLink},
         {dir / "link", LinkStatus::IsLink},
         {dir / "dangling", LinkStatus::IsLink},
@@ -197,12 +158,10 @@ TEST(PathPredicates, IsSymlinkAsksTheFileSystem) {
         {dir / "missing", LinkStatus::NotLink},
         {dir / "file/below", LinkStatus::NotLink},
         {"", LinkStatus::NotLink},
+        {dir / "link" + "\0x"s, LinkStatus::NotLink}, // cut at U+0000 it would be a link
     };
-    for (const auto& c : cases)
-        EXPECT_EQ(core::isSymlink(fl::i18n::to_ustring(c.path)), c.expected) << c.path;
-    // Cut at the NUL this would be a link; whole, it is no path at all.
-    EXPECT_EQ(core::isSymlink(fl::i18n::to_ustring(dir / "link") + fl::ustring(u"\0x", 2)),
-              LinkStatus::NotLink);
+    for (const auto& [path, expected] : cases)
+        EXPECT_EQ(core::isSymlink(u(path)), expected) << path;
 }
 
 } // namespace

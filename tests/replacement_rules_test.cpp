@@ -1,7 +1,8 @@
 #include <vexa/io/filesystem/core/replacement_rules.hpp>
 
+#include "Raised.hpp"
+
 #include <fl/i18n.hpp>
-#include <foundation/core/except/IException.hpp>
 
 #include <gtest/gtest.h>
 
@@ -11,23 +12,7 @@
 namespace {
 
 namespace core = vexa::io::filesystem::core;
-using foundation::core::except::IMsgIDException;
-
-// The identifier and arguments of what a call threw; nullopt when it returned.
-struct Raised {
-    std::string id;
-    std::vector<resource_core::MsgArgument> arguments;
-    bool operator==(const Raised&) const = default;
-};
-
-template <class Call> std::optional<Raised> raisedBy(Call call) {
-    try {
-        call();
-    } catch (const IMsgIDException& error) {
-        return Raised{error.GetID(), error.GetBaseMsgIDObj().arguments()};
-    }
-    return std::nullopt;
-}
+using vexa::testing::raisedBy;
 
 const std::string nameNotSupported = "VEXA:io:filesystem:common:NameNotSupported";
 const std::string incorrectValue = "VEXA:io:filesystem:common:IncorrectValueForReplacementRule";
@@ -35,36 +20,29 @@ const std::string incorrectValue = "VEXA:io:filesystem:common:IncorrectValueForR
 // Any part of a candidate is accepted, "preserve" before "overwrite"; a bad name is
 // reported (lower-cased) before the value is looked at.
 TEST(ReplacementRule, CompletionAndRefusal) {
-    const std::tuple<fl::ustring, fl::ustring, fl::ustring, std::string> cases[] = {
-        // name, value, completed value or the one argument of the refusal, refusal
-        {u"ReplacementRule", u"OVER", u"overwrite", ""},
-        {u"rule", u"serve", u"preserve", ""},
-        {u"ment", u"e", u"preserve", ""}, // in both values: the first wins
-        {u"", u"", u"preserve", ""},
-        {u"rule", u"preserves", u"", incorrectValue}, // the refused value is not shown
-        {u"Replace_Rule", u"KEEP", u"replace_rule", nameNotSupported},
-        {u"R\u00C9GLE", u"x", u"r\u00C9gle", nameNotSupported}, // ASCII letters only
+    using vexa::testing::Raised;
+    const std::tuple<fl::ustring, fl::ustring, fl::ustring, std::optional<Raised>> cases[] = {
+        // name, value, completed value, refusal
+        {u"ReplacementRule", u"OVER", u"overwrite", {}},
+        {u"rule", u"serve", u"preserve", {}},
+        {u"ment", u"e", u"preserve", {}}, // in both values: the first wins
+        {u"", u"", u"preserve", {}},
+        {u"rule", u"preserves", u"", Raised{incorrectValue, {}}}, // the refused value is not shown
+        {u"Replace_Rule", u"KEEP", u"", Raised{nameNotSupported, {u"replace_rule"}}},
+        {u"R\u00C9GLE", u"x", u"", Raised{nameNotSupported, {u"r\u00C9gle"}}}, // ASCII letters only
     };
-    for (const auto& [name, value, expected, refusal] : cases) {
+    for (const auto& [name, value, completed, refusal] : cases) {
         const std::string shown = fl::i18n::to_string(name + u" " + value);
         fl::ustring checkedName = name, checkedValue = value;
-        const auto raised = raisedBy([&] {
-            EXPECT_EQ(core::validateAndCompleteReplacementRuleNameAndValue(name, value),
-                      std::pair(fl::ustring(u"replacementrule"), expected));
-        });
-        EXPECT_EQ(raisedBy([&] { core::validateReplacementRuleName(checkedName, checkedValue); }),
-                  raised)
+        EXPECT_EQ(raisedBy([&] {
+                      EXPECT_EQ(core::validateAndCompleteReplacementRuleNameAndValue(name, value),
+                                std::pair(fl::ustring(u"replacementrule"), completed));
+                  }),
+                  refusal)
             << shown;
-        if (refusal.empty()) {
-            EXPECT_FALSE(raised) << shown;
-            continue;
-        }
-        ASSERT_TRUE(raised) << shown;
-        EXPECT_EQ(raised->id, refusal) << shown;
-        const auto arguments = refusal == nameNotSupported
-                                   ? std::vector<resource_core::MsgArgument>{expected}
-                                   : std::vector<resource_core::MsgArgument>{};
-        EXPECT_EQ(raised->arguments, arguments) << shown;
+        EXPECT_EQ(raisedBy([&] { core::validateReplacementRuleName(checkedName, checkedValue); }),
+                  refusal)
+            << shown;
     }
     // The caller's text stays lower-cased, whatever the verdict.
     fl::ustring value = u"PRES";

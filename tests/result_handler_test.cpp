@@ -5,20 +5,13 @@
 #include <gtest/gtest.h>
 
 #include <array>
-#include <optional>
 #include <stdexcept>
 
 namespace {
 
 namespace core = vexa::io::filesystem::core;
 
-core::Status success() {
-    return {};
-}
-
-core::Status failure() {
-    const foundation::core::except::Exception<VEXA::virtualfilesystem::ioError> error(
-        VEXA::virtualfilesystem::ioError(u"/data/x.csv"));
+template <class Error> core::Status failure(const Error& error) {
     return {core::Status::error, 0, boost::copy_exception(error)};
 }
 
@@ -37,90 +30,71 @@ struct Outputs {
     }
 };
 
-struct Expected {
-    std::size_t filled;
-    std::optional<bool> flag;
-    std::u16string text;
-    std::string id;
-};
-
-TEST(ResultHandler, OutputsByNargoutOnSuccessAndFailure) {
-    const std::u16string failureText =
-        u"An input/output error occurred while accessing '/data/x.csv'.";
-    const std::string failureId = "VEXA:virtualfilesystem:ioError";
+// Outputs are filled up to three, as nargout asks: the flag, the message text and the
+// identifier. A failure with no outputs to carry it is raised as a host error, and so is a
+// record that was never set to success. Only user errors have a text and an identifier to
+// show; anything else leaves them empty but is still a failure, raised with its own text.
+TEST(ResultHandler, OutputsByNargout) {
+    using foundation::core::except::Exception;
+    using Internal = Exception<foundation::core::except::IInternalException>;
+    const core::Status success;
+    const core::Status neverSet{0, 0, {}};
+    const auto ioError = failure(Exception<VEXA::virtualfilesystem::ioError>(
+        VEXA::virtualfilesystem::ioError(u"/data/x.csv")));
+    const auto plain = failure(std::runtime_error("plain"));
+    const auto internal = failure(Internal("internal"));
+    const std::u16string ioText = u"An input/output error occurred while accessing '/data/x.csv'.";
+    const std::string ioId = "VEXA:virtualfilesystem:ioError";
     struct Case {
-        bool succeeded;
+        const core::Status& status;
         int nargout;
-        Expected expected;
+        std::size_t filled;
+        bool flag;
+        std::u16string text; // of the outputs, or of the error raised
+        std::string id;
+        bool raised = false;
     };
     const Case cases[] = {
-        {true, 0, {0, {}, u"", ""}},
-        {true, 1, {1, true, u"", ""}},
-        {true, 3, {3, true, u"", ""}},
-        {true, 5, {3, true, u"", ""}},
-        {false, 1, {1, false, u"", ""}},
-        {false, 2, {2, false, failureText, ""}},
-        {false, 3, {3, false, failureText, failureId}},
-        {false, 5, {3, false, failureText, failureId}},
-        {false, -1, {0, {}, u"", ""}},
+        {success, 0, 0, true, u"", ""},
+        {success, 1, 1, true, u"", ""},
+        {success, 3, 3, true, u"", ""},
+        {success, 5, 3, true, u"", ""},
+        {ioError, 1, 1, false, u"", ""},
+        {ioError, 2, 2, false, ioText, ""},
+        {ioError, 3, 3, false, ioText, ioId},
+        {ioError, 5, 3, false, ioText, ioId},
+        {ioError, -1, 0, false, u"", ""},
+        {ioError, 0, 0, false, ioText, ioId, true},
+        {neverSet, 0, 0, false, u"The operation failed for an unknown reason.",
+         "VEXA:FileManip:UnknownError", true},
+        {plain, 3, 3, false, u"", ""},
+        {internal, 3, 3, false, u"", ""},
+        {plain, 0, 0, false, u"plain", "", true},
+        {internal, 0, 0, false, u"internal", "", true},
     };
     for (const auto& c : cases) {
-        SCOPED_TRACE(testing::Message()
-                     << (c.succeeded ? "success" : "failure") << ", nargout " << c.nargout);
+        SCOPED_TRACE(testing::Message() << "code " << c.status.code << ", nargout " << c.nargout);
         Outputs outputs;
-        core::ResultHandler::HandleStatus(c.succeeded ? success() : failure(), c.nargout,
-                                          outputs.slots.data());
-        ASSERT_EQ(outputs.filled(), c.expected.filled);
-        if (c.expected.flag) {
+        try {
+            core::ResultHandler::HandleStatus(c.status, c.nargout, outputs.slots.data());
+            EXPECT_FALSE(c.raised);
+        } catch (const host::HostError& error) {
+            EXPECT_TRUE(c.raised);
+            EXPECT_EQ(error.GetID(), c.id);
+            EXPECT_EQ(error.GetUnicodeMessageTxt(), c.text);
+            EXPECT_EQ(error.what(), fl::i18n::to_string(c.text));
+        }
+        ASSERT_EQ(outputs.filled(), c.filled);
+        if (c.filled >= 1) {
             ASSERT_EQ(outputs.slots[0]->kind(), HostArray::Kind::Logical);
-            EXPECT_EQ(outputs.slots[0]->logicalValue(), *c.expected.flag);
+            EXPECT_EQ(outputs.slots[0]->logicalValue(), c.flag);
         }
-        if (c.expected.filled >= 2) {
-            EXPECT_EQ(outputs.slots[1]->text(), c.expected.text);
+        if (c.filled >= 2) {
+            EXPECT_EQ(outputs.slots[1]->text(), c.text);
         }
-        if (c.expected.filled >= 3) {
-            EXPECT_EQ(outputs.slots[2]->text(),
-                      std::u16string(c.expected.id.begin(), c.expected.id.end()));
+        if (c.filled >= 3) {
+            EXPECT_EQ(outputs.slots[2]->text(), std::u16string(c.id.begin(), c.id.end()));
         }
-    }
-}
-
-TEST(ResultHandler, NoOutputsRaisesAnyCodeButSuccessAsHostError) {
-    Outputs outputs;
-    try {
-        core::ResultHandler::HandleStatus(failure(), 0, outputs.slots.data());
-        FAIL() << "a failure with no outputs must be raised";
-    } catch (const host::HostError& error) {
-        EXPECT_EQ(error.GetID(), "VEXA:virtualfilesystem:ioError");
-        EXPECT_EQ(error.GetUnicodeMessageTxt(),
-                  u"An input/output error occurred while accessing '/data/x.csv'.");
-    }
-    // A record that was never set to success fails too, even with nothing recorded.
-    try {
-        core::ResultHandler::HandleStatus(core::Status{0, 0, {}}, 0, outputs.slots.data());
-        FAIL() << "code 0 with no outputs must be raised";
-    } catch (const host::HostError& error) {
-        EXPECT_EQ(error.GetID(), "VEXA:FileManip:UnknownError");
-    }
-    EXPECT_EQ(outputs.filled(), 0u);
-}
-
-// Only user errors have a text and an identifier to show; anything else leaves them empty
-// but is still a failure.
-TEST(ResultHandler, ErrorsWithoutIdentifierGiveEmptyTexts) {
-    using Internal =
-        foundation::core::except::Exception<foundation::core::except::IInternalException>;
-    const boost::exception_ptr errors[] = {boost::copy_exception(std::runtime_error("plain")),
-                                           boost::copy_exception(Internal("internal"))};
-    for (const auto& error : errors) {
-        EXPECT_EQ(core::detail::GetID(error), "");
-        EXPECT_EQ(core::detail::GetUnicodeMessageTxt(error), u"");
-        Outputs outputs;
-        core::ResultHandler::HandleStatus({core::Status::error, 0, error}, 3, outputs.slots.data());
-        ASSERT_EQ(outputs.filled(), 3u);
-        EXPECT_FALSE(outputs.slots[0]->logicalValue());
-        EXPECT_EQ(outputs.slots[1]->text(), u"");
-        EXPECT_EQ(outputs.slots[2]->text(), u"");
     }
 }
 

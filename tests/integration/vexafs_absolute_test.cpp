@@ -1,34 +1,21 @@
 // vexafs absolute as a user and a script see it.
 
 #include "CurrentFolder.hpp"
-#include "RunProgram.hpp"
 #include "TempDir.hpp"
-
-#include <gtest/gtest.h>
-
-#include <climits>
-#include <cstdlib>
-
-#include <sys/stat.h>
-#include <unistd.h>
+#include "Vexafs.hpp"
 
 namespace {
 
 using vexa::testing::CurrentFolder;
-using vexa::testing::runProgram;
 using vexa::testing::TempDir;
-
-vexa::testing::ProgramResult vexafs(const std::vector<std::string>& args) {
-    return runProgram(VEXAFS_PATH, args);
-}
+using vexa::testing::vexafs;
 
 // Each --links value from the current folder, as text and as JSON with a non-UTF-8 name.
 TEST(VexafsAbsolute, LinkTreatments) {
     TempDir dir;
-    ASSERT_EQ(::mkdir((dir / "real").c_str(), 0755), 0);
-    ASSERT_EQ(::symlink("real", (dir / "caf\xE9").c_str()), 0);
-    char buffer[PATH_MAX];
-    const std::string root = ::realpath(dir.path().c_str(), buffer);
+    dir.makeFolders({"real"});
+    dir.makeLink("real", "caf\xE9");
+    const std::string root = dir.real();
     CurrentFolder inside(dir.path());
     const std::pair<std::vector<std::string>, std::string> cases[] = {
         {{}, root + "/real"},

@@ -4,16 +4,14 @@
 #include <fl/i18n.hpp>
 
 #include "TempDir.hpp"
+#include "Text.hpp"
+#include "Unprivileged.hpp"
 
 #include <gtest/gtest.h>
 
-#include <cerrno>
-#include <fstream>
 #include <tuple>
 
 #include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 namespace {
 
@@ -21,23 +19,17 @@ namespace fs = fl::filesystem;
 namespace shared = filesystemSharedFcns;
 using vexa::testing::TempDir;
 using namespace std::string_literals;
-
-fl::ustring u(const std::string& utf8) {
-    return fl::i18n::to_ustring(utf8);
-}
-
-void makeFile(const std::string& path) {
-    std::ofstream(path) << "x";
-}
+using vexa::testing::u;
+using vexa::testing::utf8;
 
 TEST(SharedFcns, ExistsAndIsDirFollowLinks) {
     TempDir dir;
-    makeFile(dir / "caf\xE9");
-    ASSERT_EQ(::mkdir((dir / "folder").c_str(), 0755), 0);
-    ASSERT_EQ(::symlink("caf\xE9", (dir / "to-file").c_str()), 0);
-    ASSERT_EQ(::symlink("folder", (dir / "to-folder").c_str()), 0);
-    ASSERT_EQ(::symlink("to-folder", (dir / "to-to-folder").c_str()), 0);
-    ASSERT_EQ(::symlink("missing", (dir / "dangling").c_str()), 0);
+    dir.makeFile("caf\xE9");
+    dir.makeFolders({"folder"});
+    dir.makeLink("caf\xE9", "to-file");
+    dir.makeLink("folder", "to-folder");
+    dir.makeLink("to-folder", "to-to-folder");
+    dir.makeLink("missing", "dangling");
     const std::tuple<std::string, bool, bool> cases[] = {
         // name, exists, isDir
         {"caf\xE9", true, false},        {"folder/", true, true},
@@ -52,7 +44,7 @@ TEST(SharedFcns, ExistsAndIsDirFollowLinks) {
     EXPECT_FALSE(shared::exists(u""));
 
     // "Cannot tell" is not "not there" for exists; isDir only answers its own question.
-    ASSERT_EQ(::symlink("loop", (dir / "loop").c_str()), 0);
+    dir.makeLink("loop", "loop");
     const fl::ustring withNul = u(dir / "caf\xE9") + u"\0x"s;
     for (const fl::ustring& path : {u(dir / "loop"), withNul}) {
         EXPECT_THROW(shared::exists(path), fs::SystemError);
@@ -60,33 +52,22 @@ TEST(SharedFcns, ExistsAndIsDirFollowLinks) {
     }
 }
 
-// Run as root, a refused search permission needs an unprivileged process.
 TEST(SharedFcns, UnsearchableFolderThrowsAccessDenied) {
     TempDir dir;
     ASSERT_EQ(::mkdir((dir / "locked").c_str(), 0700), 0);
-    ASSERT_EQ(::mkdir((dir / "locked/sub").c_str(), 0755), 0);
+    dir.makeFolders({"locked/sub"});
     ASSERT_EQ(::chmod(dir.path().c_str(), 0755), 0);
-    const pid_t child = ::fork();
-    ASSERT_NE(child, -1);
-    if (child == 0) {
-        if (::getuid() == 0 && (::setgid(65534) != 0 || ::setuid(65534) != 0))
-            ::_exit(3);
+    const int outcome = vexa::testing::runAsUnprivileged([&] {
         if (shared::isDir(u(dir / "locked/sub")))
-            ::_exit(4);
+            return 2;
         try {
             shared::exists(u(dir / "locked/sub"));
         } catch (const fs::AccessDenied&) {
-            ::_exit(0);
-        } catch (...) {
-            ::_exit(2);
+            return 0;
         }
-        ::_exit(1);
-    }
-    int status = 0;
-    ASSERT_EQ(::waitpid(child, &status, 0), child);
-    ASSERT_TRUE(WIFEXITED(status));
-    EXPECT_EQ(WEXITSTATUS(status), 0)
-        << "1: no error, 2: another error, 3: could not drop root, 4: isDir said yes";
+        return 1;
+    });
+    EXPECT_EQ(outcome, 0) << "1: no error or another one, 2: isDir said yes";
 }
 
 TEST(SharedFcns, LexicalDotFolding) {
@@ -107,11 +88,11 @@ TEST(SharedFcns, LexicalDotFolding) {
     for (const auto& [path, singleDots, both] : cases) {
         fl::ustring text = path, direct = path;
         shared::handleSingleDots(text);
-        EXPECT_EQ(text, singleDots) << fl::i18n::to_string(path);
+        EXPECT_EQ(text, singleDots) << utf8(path);
         shared::handleDotDots(text);
         shared::handleDotDots(direct);
-        EXPECT_EQ(text, both) << fl::i18n::to_string(path);
-        EXPECT_EQ(direct, both) << "handleDotDots alone: " << fl::i18n::to_string(path);
+        EXPECT_EQ(text, both) << utf8(path);
+        EXPECT_EQ(direct, both) << "handleDotDots alone: " << utf8(path);
     }
 }
 

@@ -2,13 +2,13 @@
 #include <Quarrow/current_working_folder/CurrentWorkingFolder.hpp>
 #include <host/EngineDispatcher.hpp>
 #include <host/HostArray.hpp>
-#include <host/HostError.hpp>
 
 #include <foundation/core/except/Exception.hpp>
 
+#include "CurrentFolder.hpp"
+
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <stdexcept>
 
 namespace {
@@ -18,8 +18,7 @@ using foundation::core::except::Exception;
 using foundation::core::except::IInternalException;
 
 TEST(CurrentFolder, Absolutize) {
-    const auto previous = std::filesystem::current_path();
-    std::filesystem::current_path("/tmp");
+    const vexa::testing::CurrentFolder inside("/tmp");
     const auto& folder = cwf::GetCurrentWorkingFolder();
     struct Case {
         fl::ustring text;
@@ -37,7 +36,6 @@ TEST(CurrentFolder, Absolutize) {
         EXPECT_EQ(folder.absolutize(c.text).toString(), c.iri) << fl::i18n::to_string(c.text);
     EXPECT_THROW(folder.absolutize(u""), cwf::FailedToAbsolutizeException);
     EXPECT_EQ(folder.getPath(), u"/tmp");
-    std::filesystem::current_path(previous);
 }
 
 TEST(HostArrays, ValuesAndReferences) {
@@ -59,33 +57,6 @@ TEST(HostArrays, ValuesAndReferences) {
     EXPECT_EQ(raw->references(), 2);
     matrix::destroyArray(raw);
     EXPECT_EQ(narrow->references(), 1);
-}
-
-TEST(HostErrors, ReThrowKeepsIdentifierAndText) {
-    struct Tag : resource_core::BaseMsgID {
-        Tag() : BaseMsgID("VEXA:FILE", "PATHMAX") {}
-    };
-    struct Case {
-        boost::exception_ptr error;
-        std::string id;
-        fl::ustring text;
-    };
-    const Case cases[] = {
-        {boost::copy_exception(Exception<Tag>(Tag())), "VEXA:FILE:PATHMAX",
-         u"The path is longer than the maximum allowed length."},
-        {boost::copy_exception(std::runtime_error("plain")), "", u"plain"},
-        {boost::copy_exception(Exception<IInternalException>("internal")), "", u"internal"},
-        {{}, "VEXA:FileManip:UnknownError", u"The operation failed for an unknown reason."},
-    };
-    for (const auto& c : cases) {
-        try {
-            reThrowException(c.error);
-        } catch (const host::HostError& error) {
-            EXPECT_EQ(error.GetID(), c.id);
-            EXPECT_EQ(error.GetUnicodeMessageTxt(), c.text);
-            EXPECT_EQ(error.what(), fl::i18n::to_string(c.text));
-        }
-    }
 }
 
 } // namespace

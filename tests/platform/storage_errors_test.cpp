@@ -2,14 +2,13 @@
 #include <virtualfileio/ExceptionContextHandler.hpp>
 
 #include <fl/i18n.hpp>
-#include <foundation/core/except/IException.hpp>
 
 #include "TempDir.hpp"
 
 #include <gtest/gtest.h>
 
 #include <cerrno>
-#include <fstream>
+#include <tuple>
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -33,58 +32,34 @@ TEST(StorageErrors, ErrnoMapsToItsCode) {
 // exception's context and the pending context agree.
 TEST(StorageErrors, RealFailuresLeaveTheirContextPending) {
     vexa::testing::TempDir dir;
-    ::mkdir((dir / "full").c_str(), 0755);
-    std::ofstream(dir / "full/file") << "x";
-    struct Case {
-        std::string path;
-        int (*call)(const char*);
-        int code;
-        const char* name;
+    dir.makeFolders({"full"});
+    dir.makeFile("full/file");
+    using Call = int (*)(const char*);
+    const Call rmdir = [](const char* p) { return ::rmdir(p); };
+    const Call mkdir = [](const char* p) { return ::mkdir(p, 0755); };
+    const std::tuple<std::string, Call, int, const char*> cases[] = {
+        {dir / "full", rmdir, 0, "folderNotEmpty"},
+        {dir / "full", mkdir, 3, "resourceAlreadyExists"},
+        {dir / "full/file/x", mkdir, 4, "resourceNotFound"},
+        {dir / "none/x", mkdir, 1, "resourceNotFound"},
     };
-    const Case cases[] = {
-        {dir / "full", [](const char* p) { return ::rmdir(p); }, 0, "folderNotEmpty"},
-        {dir / "full", [](const char* p) { return ::mkdir(p, 0755); }, 3, "resourceAlreadyExists"},
-        {dir / "full/file/x", [](const char* p) { return ::mkdir(p, 0755); }, 4,
-         "resourceNotFound"},
-        {dir / "none/x", [](const char* p) { return ::mkdir(p, 0755); }, 1, "resourceNotFound"},
-    };
-    for (const auto& c : cases) {
-        ASSERT_NE(c.call(c.path.c_str()), 0) << c.path;
-        const fl::ustring path = fl::i18n::to_ustring(c.path);
+    for (const auto& [name, call, code, message] : cases) {
+        ASSERT_NE(call(name.c_str()), 0) << name;
+        const fl::ustring path = fl::i18n::to_ustring(name);
         try {
             vfs::throwFromErrno(errno, "op", path);
         } catch (const vfs::Exception& error) {
-            EXPECT_EQ(error.getErrorCode(), c.code) << c.path;
+            EXPECT_EQ(error.getErrorCode(), code) << name;
             EXPECT_EQ(error.getPath(), path);
+            ASSERT_EQ(error.getContexts().size(), 1u);
+            EXPECT_EQ(error.getContexts()[0].operation(), "op");
         }
         const auto pending = ExceptionContextHandler::PendingContext();
-        ASSERT_TRUE(pending) << c.path;
-        EXPECT_EQ(pending->message().name(), c.name);
+        ASSERT_TRUE(pending) << name;
+        EXPECT_EQ(pending->message().name(), message);
         EXPECT_EQ(pending->location(), path);
         ExceptionContextHandler::ClearPendingContext();
     }
-}
-
-TEST(StorageErrors, PendingContextBecomesItsExceptionOnce) {
-    ExceptionContextHandler::ClearPendingContext();
-    EXPECT_FALSE(
-        ExceptionContextHandler::ExceptionContextToExceptionObject(u"/a", u"", "VEXA:FILE"));
-
-    ExceptionContextHandler::SetPendingContext(
-        vfs::makeContext("list", u"/provider/a", vfs::IOError));
-    const auto error =
-        ExceptionContextHandler::ExceptionContextToExceptionObject(u"a", u"", "VEXA:FILE");
-    ASSERT_TRUE(error);
-    try {
-        boost::rethrow_exception(error);
-    } catch (const foundation::core::except::IUserException& user) {
-        EXPECT_EQ(user.GetID(), "VEXA:virtualfilesystem:ioError");
-        EXPECT_EQ(user.GetUnicodeMessageTxt(),
-                  u"An input/output error occurred while accessing 'a'.");
-    }
-    EXPECT_FALSE(ExceptionContextHandler::PendingContext());
-    EXPECT_FALSE(
-        ExceptionContextHandler::ExceptionContextToExceptionObject(u"a", u"", "VEXA:FILE"));
 }
 
 } // namespace

@@ -1,7 +1,7 @@
 #pragma once
 
 // Scoped changes of the stand-alone host's state, undone when the test ends: the current
-// path manager, the current folder, the core logger's levels.
+// path manager and the core logger's levels (CurrentFolder.hpp changes the current folder).
 
 #include <vexa/io/filesystem/core/log.hpp>
 
@@ -9,7 +9,6 @@
 
 #include <fl/i18n.hpp>
 
-#include <filesystem>
 #include <memory>
 
 namespace vexa::testing {
@@ -24,20 +23,6 @@ public:
 
 private:
     std::shared_ptr<Quarrow::PathManagement::PathManager> previous_;
-};
-
-class ScopedCurrentFolder {
-public:
-    explicit ScopedCurrentFolder(const std::filesystem::path& folder)
-        : previous_(std::filesystem::current_path()) {
-        std::filesystem::current_path(folder);
-    }
-    ~ScopedCurrentFolder() { std::filesystem::current_path(previous_); }
-    ScopedCurrentFolder(const ScopedCurrentFolder&) = delete;
-    ScopedCurrentFolder& operator=(const ScopedCurrentFolder&) = delete;
-
-private:
-    std::filesystem::path previous_;
 };
 
 class ScopedLogLevels {

@@ -5,6 +5,8 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
+#include <initializer_list>
 #include <stdexcept>
 #include <string>
 
@@ -28,6 +30,22 @@ public:
     const std::filesystem::path& path() const { return path_; }
     // A path inside the folder, as UTF-8 text.
     std::string operator/(const std::string& name) const { return (path_ / name).string(); }
+    // The folder with every link on the way resolved: the temporary folder may itself sit
+    // behind one (/tmp on some systems).
+    std::string real() const { return std::filesystem::canonical(path_).string(); }
+
+    // Real items inside the folder; a failure ends the test with its reason.
+    void makeFile(const std::string& name) const {
+        if (!(std::ofstream(path_ / name) << "x"))
+            throw std::runtime_error("cannot write " + name);
+    }
+    void makeFolders(std::initializer_list<std::string> names) const {
+        for (const auto& name : names)
+            std::filesystem::create_directory(path_ / name);
+    }
+    void makeLink(const std::string& target, const std::string& name) const {
+        std::filesystem::create_symlink(target, path_ / name);
+    }
 
 private:
     std::filesystem::path path_;
