@@ -8,11 +8,11 @@
 #include <foundation/storage/vfs/AbsoluteIRI.hpp>
 #include <resource_core/MessageCatalog.hpp>
 
+#include "Threads.hpp"
+
 #include <gtest/gtest.h>
 
-#include <barrier>
 #include <optional>
-#include <thread>
 #include <vector>
 
 namespace {
@@ -45,34 +45,27 @@ constexpr int rounds = 50;
 // test in its own process under ctest.
 TEST(IriThreads, ConversionsAndFirstCatalogUseAgreeOnEveryThread) {
     std::vector<const resource_core::MessageCatalog*> catalogs(threadCount);
-    std::barrier start(threadCount);
-    {
-        std::vector<std::jthread> threads;
-        for (int t = 0; t < threadCount; ++t)
-            threads.emplace_back([&, t] {
-                start.arrive_and_wait();
-                catalogs[t] = &resource_core::MessageCatalog::instance();
-                EXPECT_TRUE(catalogs[t]->find("VEXA:virtualfilesystem:resourceNotFound"));
-                for (int round = 0; round < rounds; ++round) {
-                    for (const Case& c : cases) {
-                        const AbsoluteIRI iri(c.input);
-                        EXPECT_EQ(iri.toString(), c.text);
-                        if (c.input[0] == u'/') {
-                            EXPECT_EQ(foundation::storage::vfs::toAbsoluteIRI(u"file", c.input),
-                                      iri);
-                            EXPECT_EQ(fl::i18n::to_ustring(fl::i18n::to_string(c.input)), c.input);
-                        }
-                        if (c.shown)
-                            EXPECT_EQ(GetStringFromIRI(iri), *c.shown);
-                        else
-                            EXPECT_THROW(GetStringFromIRI(iri), InvalidIRIException);
-                        fl::ustring normalized = c.input;
-                        foundation::storage::utility::normalizeURL(normalized);
-                        EXPECT_EQ(normalized, c.normalized);
-                    }
+    vexa::testing::onThreads(threadCount, [&](int t) {
+        catalogs[t] = &resource_core::MessageCatalog::instance();
+        EXPECT_TRUE(catalogs[t]->find("VEXA:virtualfilesystem:resourceNotFound"));
+        for (int round = 0; round < rounds; ++round) {
+            for (const Case& c : cases) {
+                const AbsoluteIRI iri(c.input);
+                EXPECT_EQ(iri.toString(), c.text);
+                if (c.input[0] == u'/') {
+                    EXPECT_EQ(foundation::storage::vfs::toAbsoluteIRI(u"file", c.input), iri);
+                    EXPECT_EQ(fl::i18n::to_ustring(fl::i18n::to_string(c.input)), c.input);
                 }
-            });
-    }
+                if (c.shown)
+                    EXPECT_EQ(GetStringFromIRI(iri), *c.shown);
+                else
+                    EXPECT_THROW(GetStringFromIRI(iri), InvalidIRIException);
+                fl::ustring normalized = c.input;
+                foundation::storage::utility::normalizeURL(normalized);
+                EXPECT_EQ(normalized, c.normalized);
+            }
+        }
+    });
     for (const auto* catalog : catalogs)
         EXPECT_EQ(catalog, catalogs[0]);
 }

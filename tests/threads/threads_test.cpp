@@ -11,6 +11,7 @@
 
 #include "HostState.hpp"
 #include "Operations.hpp"
+#include "Threads.hpp"
 
 #include <gtest/gtest.h>
 
@@ -28,15 +29,8 @@ using virtualfileio::ExceptionContextHandler;
 
 constexpr int threadCount = 16;
 
-// Runs `body(i)` on `threadCount` threads released together.
 template <class Body> void onThreads(Body body) {
-    std::barrier start(threadCount);
-    std::vector<std::jthread> threads;
-    for (int i = 0; i < threadCount; ++i)
-        threads.emplace_back([&, i] {
-            start.arrive_and_wait();
-            body(i);
-        });
+    vexa::testing::onThreads(threadCount, body);
 }
 
 // Must be the first use of the logger in this process: the test binary runs each test in
