@@ -91,40 +91,36 @@ void parseUrlBare() {
 
 // Both sides timed back to back in one run, so the ratio does not depend on the machine's
 // load between two separate benchmarks. Goals: file <= 0.1, URL <= 4.
-void BM_RatioFileVsStdFilesystem(benchmark::State& state) {
+template <class Ours, class Reference>
+void reportRatio(benchmark::State& state, Ours ours, Reference reference,
+                 const char* referenceName) {
     for (auto _ : state) {
-        const double ours = nsPerCall(splitFileOurs);
-        const double standard = nsPerCall(splitFileStd);
-        state.counters["ours_ns"] = ours;
-        state.counters["std_ns"] = standard;
-        state.counters["ratio"] = ours / standard;
+        const double oursNs = nsPerCall(ours);
+        const double referenceNs = nsPerCall(reference);
+        state.counters["ours_ns"] = oursNs;
+        state.counters[referenceName] = referenceNs;
+        state.counters["ratio"] = oursNs / referenceNs;
     }
+}
+
+void BM_RatioFileVsStdFilesystem(benchmark::State& state) {
+    reportRatio(state, splitFileOurs, splitFileStd, "std_ns");
 }
 BENCHMARK(BM_RatioFileVsStdFilesystem)->Iterations(1)->Unit(benchmark::kMillisecond);
 
 void BM_RatioUrlVsParseUri(benchmark::State& state) {
-    for (auto _ : state) {
-        const double ours = nsPerCall(splitUrlOurs);
-        const double bare = nsPerCall(parseUrlBare);
-        state.counters["ours_ns"] = ours;
-        state.counters["parse_uri_ns"] = bare;
-        state.counters["ratio"] = ours / bare;
-    }
+    reportRatio(state, splitUrlOurs, parseUrlBare, "parse_uri_ns");
 }
 BENCHMARK(BM_RatioUrlVsParseUri)->Iterations(1)->Unit(benchmark::kMillisecond);
 
 void BM_RatioFolderUrlVsParseUri(benchmark::State& state) {
-    for (auto _ : state) {
-        const double ours = nsPerCall([] {
+    reportRatio(
+        state,
+        [] {
             benchmark::DoNotOptimize(
                 core::getPathComponents(folderUrl, true, core::FileSystemType::UrlAsUnix));
-        });
-        const double bare =
-            nsPerCall([] { benchmark::DoNotOptimize(boost::urls::parse_uri(folderUrlBytes)); });
-        state.counters["ours_ns"] = ours;
-        state.counters["parse_uri_ns"] = bare;
-        state.counters["ratio"] = ours / bare;
-    }
+        },
+        [] { benchmark::DoNotOptimize(boost::urls::parse_uri(folderUrlBytes)); }, "parse_uri_ns");
 }
 BENCHMARK(BM_RatioFolderUrlVsParseUri)->Iterations(1)->Unit(benchmark::kMillisecond);
 

@@ -47,21 +47,13 @@ PathComponents splitFilePath(const fl::ustring& path, FileSystemType type) {
 // and "%" itself, escaped, so "a%3Fb" stays one segment named "a?b". Everything else is left
 // to the parent's normalisation.
 void appendAsSegment(fl::ustring& url, const fl::ustring& name) {
+    constexpr char16_t hex[] = u"0123456789ABCDEF";
     for (char16_t c : name) {
-        switch (c) {
-        case u'%':
-            url += u"%25";
-            break;
-        case u'/':
-            url += u"%2F";
-            break;
-        case u'?':
-            url += u"%3F";
-            break;
-        case u'#':
-            url += u"%23";
-            break;
-        default:
+        if (c == u'%' || c == u'/' || c == u'?' || c == u'#') {
+            url += u'%';
+            url += hex[c >> 4];
+            url += hex[c & 0xF];
+        } else {
             url += c;
         }
     }
