@@ -70,6 +70,26 @@ std::optional<boost::urls::url> finish(std::string& uri,
     return url;
 }
 
+// The URI text sizes of the components as an IRIArgs wrote them.
+struct ComponentSizes {
+    std::size_t userInfo = 0;
+    std::size_t host = 0;
+    std::size_t path = 0;
+    std::size_t query = 0;
+    std::size_t fragment = 0;
+};
+
+// Whether `url` has each component where the text built from `args` put it.
+bool splitsAsBuilt(const boost::urls::url_view_base& url, const IRIArgs& args,
+                   const ComponentSizes& sizes) {
+    return url.has_authority() == args.hasAuthority && url.has_userinfo() == args.hasUserInfo &&
+           url.encoded_userinfo().size() == sizes.userInfo &&
+           (!args.hasAuthority || url.encoded_host().size() == sizes.host) &&
+           url.encoded_path().size() == sizes.path && url.has_query() == args.hasQuery &&
+           url.encoded_query().size() == sizes.query && url.has_fragment() == args.hasFragment &&
+           url.encoded_fragment().size() == sizes.fragment;
+}
+
 void requireConsistent(bool condition, const char* what) {
     if (!condition)
         throw InternalError(std::string("Inconsistent IRI components: ") + what);
@@ -83,7 +103,7 @@ IRIArgs::IRIArgs(const IRI& iri)
       host(iri.hasAuthority() ? iri.getHost(iri::Encoding::IRI) : fl::ustring()),
       path(iri.getPath(iri::Encoding::IRI)), query(iri.getQuery(iri::Encoding::IRI)),
       hasQuery(iri.hasQuery()), fragment(iri.getFragment(iri::Encoding::IRI)),
-      hasFragment(iri.hasFragment()) {
+      hasFragment(iri.hasFragment()), origin_(iri.url_) {
     if (iri.hasPort())
         port = fl::i18n::to_ustring(view(iri.url_.port()));
 }
@@ -108,20 +128,20 @@ IRI::IRI(const IRIArgs& args) {
     // Each component is converted on its own so that the parse can be checked against it:
     // a delimiter inside a component ("#" in a query) would otherwise move the boundaries.
     std::string text;
+    ComponentSizes sizes;
     detail::appendUri(text, args.scheme);
     text += ':';
-    std::size_t userInfoSize = 0, hostSize = 0;
     if (args.hasAuthority) {
         text += "//";
         if (args.hasUserInfo) {
             const std::size_t before = text.size();
             detail::appendUri(text, args.userInfo);
-            userInfoSize = text.size() - before;
+            sizes.userInfo = text.size() - before;
             text += '@';
         }
         const std::size_t before = text.size();
         detail::appendUri(text, args.host);
-        hostSize = text.size() - before;
+        sizes.host = text.size() - before;
         if (!args.port.empty()) {
             text += ':';
             detail::appendUri(text, args.port);
@@ -129,32 +149,38 @@ IRI::IRI(const IRIArgs& args) {
     }
     std::size_t before = text.size();
     detail::appendUri(text, args.path);
-    const std::size_t pathSize = text.size() - before;
-    std::size_t querySize = 0, fragmentSize = 0;
+    sizes.path = text.size() - before;
     if (args.hasQuery) {
         text += '?';
         before = text.size();
         detail::appendUri(text, args.query);
-        querySize = text.size() - before;
+        sizes.query = text.size() - before;
     }
     if (args.hasFragment) {
         text += '#';
         before = text.size();
         detail::appendUri(text, args.fragment);
-        fragmentSize = text.size() - before;
+        sizes.fragment = text.size() - before;
+    }
+
+    // Text that spells the origin, or the origin without its query or fragment, with every
+    // component where the origin has it, parses back into exactly that URL, which is in
+    // normal form already: the parse and the normal form would only give it back.
+    if (args.origin_) {
+        boost::urls::url same = *args.origin_;
+        if (!args.hasQuery)
+            same.remove_query();
+        if (!args.hasFragment)
+            same.remove_fragment();
+        if (view(same.buffer()) == text && splitsAsBuilt(same, args, sizes)) {
+            url_ = std::move(same);
+            return;
+        }
     }
 
     auto parsed = boost::urls::parse_uri(text);
     requireConsistent(parsed.has_value(), "the components do not form an IRI");
-    requireConsistent(parsed->has_authority() == args.hasAuthority &&
-                          parsed->has_userinfo() == args.hasUserInfo &&
-                          parsed->encoded_userinfo().size() == userInfoSize &&
-                          (!args.hasAuthority || parsed->encoded_host().size() == hostSize) &&
-                          parsed->encoded_path().size() == pathSize &&
-                          parsed->has_query() == args.hasQuery &&
-                          parsed->encoded_query().size() == querySize &&
-                          parsed->has_fragment() == args.hasFragment &&
-                          parsed->encoded_fragment().size() == fragmentSize,
+    requireConsistent(splitsAsBuilt(*parsed, args, sizes),
                       "a component holds a delimiter of another");
     auto url = finish(text, parsed);
     requireConsistent(url.has_value(), "a one-letter scheme or a port beyond 65535");

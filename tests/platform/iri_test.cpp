@@ -196,6 +196,27 @@ TEST(IRIArgs, RebuildsTheSameIRIAndDropsQueryAndFragment) {
     }
 }
 
+// A bag read from an IRI and then changed must give the changed IRI, not its origin.
+TEST(IRIArgs, ChangedComponentsAreRebuilt) {
+    const auto origin = IRI::parse(u"http://u@h:81/a/b?q#f");
+    ASSERT_TRUE(origin);
+    const std::pair<std::function<void(IRIArgs&)>, const char16_t*> changes[] = {
+        {[](IRIArgs& a) { a.path = u"/a/c"; }, u"http://u@h:81/a/c?q#f"},
+        {[](IRIArgs& a) { a.host = u"H2"; }, u"http://u@h2:81/a/b?q#f"},
+        {[](IRIArgs& a) { a.port.clear(); }, u"http://u@h/a/b?q#f"},
+        {[](IRIArgs& a) { a.query = u"r"; }, u"http://u@h:81/a/b?r#f"},
+        {[](IRIArgs& a) { a.fragment.clear(); }, u"http://u@h:81/a/b?q#"},
+        {[](IRIArgs& a) { a.userInfo = u"v"; }, u"http://v@h:81/a/b?q#f"},
+        {[](IRIArgs& a) { a.path = u"/a/%7E"; }, u"http://u@h:81/a/~?q#f"},
+    };
+    for (const auto& [change, expected] : changes) {
+        SCOPED_TRACE(utf8(expected));
+        IRIArgs args(*origin);
+        change(args);
+        EXPECT_EQ(IRI(args).uriText(), IRI::parse(expected)->uriText());
+    }
+}
+
 TEST(IRIArgs, InconsistentBagIsAnInternalError) {
     const IRIArgs good(*IRI::parse(u"http://h/a?q#f"));
     const std::function<void(IRIArgs&)> spoil[] = {

@@ -51,6 +51,12 @@ struct IRIArgs {
     bool hasQuery = false;
     fl::ustring fragment;
     bool hasFragment = false;
+
+private:
+    // The IRI the bag was read from. Rebuilding it unchanged, or with only its query or
+    // fragment dropped, then takes its already normal form instead of a second parse.
+    std::optional<boost::urls::url> origin_;
+    friend class IRI;
 };
 
 // A parsed IRI in normal form: scheme and host in lower case, escapes in upper case, escapes
