@@ -79,11 +79,10 @@ void appendUri(std::string& out, fl::ustring_view text) {
 }
 
 fl::ustring fromUri(std::string_view uri, iri::Encoding encoding) {
+    // Built in place: assigning the widened range would go through a temporary string.
+    if (uri.find('%') == std::string_view::npos || encoding == iri::Encoding::URI)
+        return fl::ustring(uri.begin(), uri.end());
     fl::ustring out;
-    if (uri.find('%') == std::string_view::npos || encoding == iri::Encoding::URI) {
-        out.assign(uri.begin(), uri.end());
-        return out;
-    }
     if (encoding == iri::Encoding::Decoded) {
         std::string bytes;
         appendDecoded(bytes, uri);
