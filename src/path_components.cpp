@@ -70,6 +70,17 @@ fl::ustring normalisedParent(const fl::ustring& parent) {
     }
 }
 
+// Whether `part` is the start of the IRI text `whole` up to the end of a path segment. The
+// IRI layer writes "/", "?" and "#" only where they delimit (inside a component they stay
+// escaped), and a run of escapes never spans one, so such a start is the layer's own text of
+// the IRI cut there: parsing it would give it back unchanged.
+bool isLeadingPartOf(const fl::ustring& whole, const fl::ustring& part) {
+    if (!whole.starts_with(part))
+        return false;
+    return whole.size() == part.size() ||
+           fl::ustring_view(u"/?#").find(whole[part.size()]) != fl::ustring_view::npos;
+}
+
 PathComponents splitURL(const fl::ustring& path, FileSystemType type) {
     const AbsoluteIRI absolute = detail::parseURLText(path);
     const auto& iri = absolute.toIRI();
@@ -106,8 +117,11 @@ PathComponents splitURL(const fl::ustring& path, FileSystemType type) {
         }
     }
     // Text the IRI layer wrote itself is in its normal form already, and parsing it again
-    // would give it back unchanged: only joined text, or none at all, needs the round.
-    if (joined || parts.parent.empty())
+    // would give it back unchanged: only joined text, or none at all, needs the round. Joined
+    // text that reads the same as the start of the URL's own text needs none either.
+    const bool written =
+        joined ? isLeadingPartOf(absolute.toString(), parts.parent) : !parts.parent.empty();
+    if (!written)
         parts.parent = normalisedParent(parts.parent);
     return parts;
 }
