@@ -143,4 +143,18 @@ TEST_F(FolderNotification, RefreshRescansEveryEntry) {
     EXPECT_EQ(manager->GetEntries()[0].scans, 2u);
 }
 
+// Entries are kept as absolute local folders, joined to the current folder as written
+// (from the root too); a location that names no local folder is refused and changes nothing.
+TEST_F(FolderNotification, SearchPathEntriesAreAbsoluteLocalFolders) {
+    {
+        const vexa::testing::CurrentFolder atRoot("/");
+        manager->SetSearchPath({u"tmp", u"/x/../y", u"file:///z"});
+        EXPECT_EQ(manager->GetSearchPath(), (std::vector<fl::ustring>{u"/tmp", u"/x/../y", u"/z"}));
+    }
+    const auto before = manager->GetSearchPath();
+    EXPECT_THROW(manager->SetSearchPath({u"lib", u"file://server/share"}),
+                 Quarrow::current_working_folder::FailedToAbsolutizeException);
+    EXPECT_EQ(manager->GetSearchPath(), before);
+}
+
 } // namespace

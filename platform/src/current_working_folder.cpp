@@ -4,8 +4,6 @@
 #include <fl/i18n.hpp>
 
 #include <cerrno>
-#include <cstdlib>
-#include <memory>
 
 #include <unistd.h>
 
@@ -22,11 +20,11 @@ bool isAsciiLetter(char16_t c) {
 class ProcessWorkingFolder : public ICurrentWorkingFolder {
 public:
     fl::ustring getPath() const override {
-        // getcwd with a null buffer allocates what the path needs: no length limit.
-        std::unique_ptr<char, decltype(&std::free)> path(::getcwd(nullptr, 0), &std::free);
-        if (!path)
-            throw FailedToAbsolutizeException(u".", "the current folder cannot be determined");
-        return fl::i18n::to_ustring(path.get());
+        try {
+            return fl::filesystem::get_current_path();
+        } catch (const fl::filesystem::FsysExceptionBase& error) {
+            throw FailedToAbsolutizeException(u".", error.what());
+        }
     }
 
     void setPath(const fl::ustring& folder) override {
@@ -37,16 +35,13 @@ public:
     vfs::AbsoluteIRI absolutize(const fl::ustring& text) const override {
         if (text.empty())
             throw FailedToAbsolutizeException(text, "an empty text names no location");
-        fl::ustring absolute = text;
-        if (text.front() != u'/' && !startsWithScheme(text)) {
-            absolute = getPath();
-            if (absolute.back() != u'/')
-                absolute.push_back(u'/');
-            absolute += text;
-        }
         try {
-            return vfs::AbsoluteIRI(absolute);
+            // IRI text and absolute paths stand as they are; anything else is a relative
+            // native path, joined to the current folder as written.
+            return vfs::AbsoluteIRI(startsWithScheme(text) ? text : fl::filesystem::absolute(text));
         } catch (const vfs::InvalidIRIException& error) {
+            throw FailedToAbsolutizeException(text, error.what());
+        } catch (const fl::filesystem::FsysExceptionBase& error) {
             throw FailedToAbsolutizeException(text, error.what());
         }
     }

@@ -1,5 +1,6 @@
 #include <Quarrow/PathManagement/PathManager.hpp>
 
+#include <Quarrow/PathManagement/GetStringFromIRI.hpp>
 #include <Quarrow/current_working_folder/CurrentWorkingFolder.hpp>
 #include <host/EngineDispatcher.hpp>
 
@@ -79,9 +80,15 @@ void PathManager::SetSearchPath(const std::vector<fl::ustring>& folders) {
     entries.reserve(folders.size());
     for (const fl::ustring& folder : folders) {
         Entry entry;
-        entry.state.folder =
-            folder.empty() || folder.front() == u'/' ? folder : current.getPath() + u"/" + folder;
-        entry.iriText = comparableText(current.absolutize(folder));
+        // The folder's text comes from the same absolute location it is compared by.
+        const vfs::AbsoluteIRI location = current.absolutize(folder);
+        try {
+            entry.state.folder = PathManagement::GetStringFromIRI(location);
+        } catch (const vfs::InvalidIRIException& error) {
+            // A file IRI of another machine, say: nothing here to scan.
+            throw current_working_folder::FailedToAbsolutizeException(folder, error.what());
+        }
+        entry.iriText = comparableText(location);
         entries.push_back(std::move(entry));
     }
     std::lock_guard lock(mutex_);

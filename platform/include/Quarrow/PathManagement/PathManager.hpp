@@ -26,7 +26,8 @@ class PathManager {
 public:
     PathManager() = default;
     // Folders relative to the current folder are made absolute when the path is set;
-    // FailedToAbsolutizeException for a text that cannot be.
+    // FailedToAbsolutizeException for a text that cannot be, or that names no local folder
+    // (the path is then left as it was).
     explicit PathManager(const std::vector<fl::ustring>& folders);
 
     void SetSearchPath(const std::vector<fl::ustring>& folders);
