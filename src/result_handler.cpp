@@ -2,6 +2,8 @@
 
 #include <host/HostError.hpp>
 
+#include <utility>
+
 namespace vexa::io::filesystem::core {
 
 void ResultHandler::HandleStatus(Status status, int nargout, HostArray** outputs) {
@@ -14,39 +16,37 @@ void ResultHandler::HandleStatus(Status status, int nargout, HostArray** outputs
     outputs[0] = createLogicalScalar(status.code == Status::success);
     if (nargout == 1)
         return;
-    const std::u16string text =
-        status.exception ? detail::GetUnicodeMessageTxt(status.exception) : std::u16string();
-    outputs[1] = to_vexa(matrix::create(text));
+    outputs[1] = to_vexa(matrix::create(detail::GetUnicodeMessageTxt(status.exception)));
     if (nargout == 2)
         return;
-    const std::string id = status.exception ? detail::GetID(status.exception) : std::string();
-    outputs[2] = to_vexa(matrix::create(id));
+    outputs[2] = to_vexa(matrix::create(detail::GetID(status.exception)));
 }
 
 namespace detail {
+namespace {
 
-std::u16string GetUnicodeMessageTxt(boost::exception_ptr error) {
+// What `read` gives of the user error held by `error`; empty for no error or another kind.
+template <class Read> auto readUserError(const boost::exception_ptr& error, Read read) {
+    using Text = decltype(read(std::declval<const foundation::core::except::IUserException&>()));
     if (!error) // rethrowing nothing is undefined
-        return {};
+        return Text();
     try {
         boost::rethrow_exception(error);
     } catch (const foundation::core::except::IUserException& user) {
-        return user.GetUnicodeMessageTxt();
+        return read(user);
     } catch (...) {
     }
-    return {};
+    return Text();
+}
+
+} // namespace
+
+std::u16string GetUnicodeMessageTxt(boost::exception_ptr error) {
+    return readUserError(error, [](const auto& user) { return user.GetUnicodeMessageTxt(); });
 }
 
 std::string GetID(boost::exception_ptr error) {
-    if (!error)
-        return {};
-    try {
-        boost::rethrow_exception(error);
-    } catch (const foundation::core::except::IUserException& user) {
-        return user.GetID();
-    } catch (...) {
-    }
-    return {};
+    return readUserError(error, [](const auto& user) { return user.GetID(); });
 }
 
 } // namespace detail
