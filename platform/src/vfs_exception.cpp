@@ -87,9 +87,16 @@ void raise(Exception error) {
     throw std::move(error);
 }
 
+void raise(int code, std::string operation, const fl::ustring& path) {
+    Exception failure(code, path);
+    failure.addContext(makeContext(std::move(operation), path, code));
+    raise(std::move(failure));
+}
+
 void throwFromErrno(int error, std::string operation, const fl::ustring& path) {
     const int code = errorCodeFromErrno(error);
     Exception failure(code, path);
+    failure.setSystemError(error);
     failure.addContext(makeContext(std::move(operation), path, code));
     raise(std::move(failure));
 }

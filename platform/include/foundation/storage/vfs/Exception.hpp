@@ -50,6 +50,10 @@ public:
     // The other path of a two-path operation (copy, move); empty otherwise.
     const fl::ustring& getSecondPath() const noexcept { return secondPath_; }
 
+    // The native error number behind the failure; 0 when it did not come from a system call.
+    int getSystemError() const noexcept { return systemError_; }
+    void setSystemError(int error) noexcept { systemError_ = error; }
+
     const std::vector<provider::ExceptionContext>& getContexts() const noexcept {
         return contexts_;
     }
@@ -60,6 +64,7 @@ public:
 
 private:
     int code_;
+    int systemError_ = 0;
     fl::ustring path_;
     fl::ustring secondPath_;
     std::vector<provider::ExceptionContext> contexts_;
@@ -76,5 +81,8 @@ provider::ExceptionContext makeContext(std::string operation, const fl::ustring&
 
 // Raises `error`, leaving its innermost context pending on this thread.
 [[noreturn]] void raise(Exception error);
+
+// Raises the failure of `operation` on `path` with `code`, its context pending.
+[[noreturn]] void raise(int code, std::string operation, const fl::ustring& path);
 
 } // namespace foundation::storage::vfs

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <boost/date_time/posix_time/ptime.hpp>
+
+#include <cstdint>
+
+namespace foundation::storage::provider {
+
+enum class ItemType : std::uint8_t { Nothing, File, Other, Folder, Link };
+
+// What one look at a location found: the item itself (a final link not followed) and, for
+// a link, what it leads to. A provider fills it from as few requests as it can (the `file`
+// provider: one lstat, and one stat only for a link); every existence and attribute
+// question is then asked of the record, never of the storage again.
+struct ItemStatus {
+    ItemType type = ItemType::Nothing;
+    // Why nothing is there: ResourceNotFound, or NotAFolder for a path through a file.
+    int missingCode = 0;
+    // What a link leads to; Nothing when it leads nowhere, with the reason in targetCode:
+    // ResourceNotFound for a dangling link, IOError for a loop.
+    ItemType target = ItemType::Nothing;
+    int targetCode = 0;
+    // Of the item the location leads to (the target, for a link that leads somewhere).
+    boost::posix_time::ptime lastModified;
+    std::uint64_t size = 0;
+};
+
+// The item the location leads to once a final link is followed.
+inline ItemType followed(const ItemStatus& status) noexcept {
+    return status.type == ItemType::Link ? status.target : status.type;
+}
+
+inline bool isFolder(const ItemStatus& status) noexcept {
+    return followed(status) == ItemType::Folder;
+}
+
+} // namespace foundation::storage::provider

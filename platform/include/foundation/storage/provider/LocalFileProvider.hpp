@@ -1,0 +1,30 @@
+#pragma once
+
+#include <foundation/storage/provider/StorageProvider.hpp>
+
+namespace foundation::storage::provider {
+
+// The `file` scheme on the Linux file system. A location's path is the native path that
+// Quarrow::PathManagement::GetStringFromIRI gives, less one trailing "/" (the IRI layer
+// does not count it as a segment either). A file IRI that names no native path (another
+// host, a query, an escaped "/" or U+0000 in a name) names nothing here: ResourceNotFound.
+class LocalFileProvider : public StorageProvider {
+public:
+    std::vector<std::string> schemes() const override;
+    fl::ustring describe(const vfs::AbsoluteIRI& location) const override;
+    // One lstat, and one stat for a link.
+    ItemStatus probe(const vfs::AbsoluteIRI& location) const override;
+    std::vector<FolderEntry> list(const vfs::AbsoluteIRI& folder) const override;
+    void createFile(const vfs::AbsoluteIRI& location) const override;
+    void removeFile(const vfs::AbsoluteIRI& location) const override;
+    void createFolder(const vfs::AbsoluteIRI& location) const override;
+    // Writable as access(2) answers for this process; times to the microsecond.
+    FileAttributes attributes(const vfs::AbsoluteIRI& location) const override;
+    // The Linux extended attributes of the "user." namespace, by their names without the
+    // prefix; none where the file system keeps none.
+    ExtendedAttributes extendedAttributes(const vfs::AbsoluteIRI& location) const override;
+    // A fifo opens without waiting for a writer; a folder cannot be opened.
+    std::unique_ptr<InputStream> openForReading(const vfs::AbsoluteIRI& location) const override;
+};
+
+} // namespace foundation::storage::provider

@@ -1,0 +1,72 @@
+#pragma once
+
+// The one interface every kind of storage implements. A provider serves one or more IRI
+// schemes; the storage system (foundation/storage/vfs/StorageSystem.hpp) finds it by the
+// scheme of the location asked about. A new kind of storage is one new class.
+
+#include <foundation/storage/provider/ExtendedAttributes.hpp>
+#include <foundation/storage/provider/FileAttributes.hpp>
+#include <foundation/storage/provider/ItemStatus.hpp>
+#include <foundation/storage/vfs/AbsoluteIRI.hpp>
+
+#include <fl/ustring.hpp>
+
+#include <cstddef>
+#include <memory>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace foundation::storage::provider {
+
+// One entry of a folder, with what the listing already tells of it (File, Folder, Link,
+// Other, or Nothing when the listing does not say).
+struct FolderEntry {
+    fl::ustring name;
+    ItemType type = ItemType::Nothing;
+};
+
+// An item's content, read from the start; closed when destroyed.
+class InputStream {
+public:
+    virtual ~InputStream();
+    // Up to buffer.size() bytes; 0 at the end. Throws vfs::Exception when reading fails.
+    virtual std::size_t read(std::span<char> buffer) = 0;
+};
+
+// Every failure is a vfs::Exception with its code, raised with vfs::raise or
+// vfs::throwFromErrno so that its context is pending on the calling thread. What a provider
+// does not implement fails with UnsupportedOperation; a read-only provider fails every
+// change with ReadOnlyProvider.
+class StorageProvider {
+public:
+    virtual ~StorageProvider();
+
+    // The schemes served, lower case.
+    virtual std::vector<std::string> schemes() const = 0;
+
+    // How failures name the location: the native path for local files, the IRI text
+    // otherwise.
+    virtual fl::ustring describe(const vfs::AbsoluteIRI& location) const;
+
+    // Looks once. A missing item is an answer (type Nothing), not a failure; failures are
+    // what keeps the provider from looking (no permission on the way, an unreadable disk).
+    virtual ItemStatus probe(const vfs::AbsoluteIRI& location) const = 0;
+
+    // The entries of a folder, without "." and "..", in no particular order.
+    virtual std::vector<FolderEntry> list(const vfs::AbsoluteIRI& folder) const;
+    // A new empty file; one that exists already fails with ResourceAlreadyExists.
+    virtual void createFile(const vfs::AbsoluteIRI& location) const;
+    virtual void removeFile(const vfs::AbsoluteIRI& location) const;
+    // One folder, whose parent must exist.
+    virtual void createFolder(const vfs::AbsoluteIRI& location) const;
+    virtual FileAttributes attributes(const vfs::AbsoluteIRI& location) const;
+    virtual ExtendedAttributes extendedAttributes(const vfs::AbsoluteIRI& location) const;
+    virtual std::unique_ptr<InputStream> openForReading(const vfs::AbsoluteIRI& location) const;
+
+protected:
+    // Raises UnsupportedOperation for `operation` on `location`.
+    [[noreturn]] void unsupported(const char* operation, const vfs::AbsoluteIRI& location) const;
+};
+
+} // namespace foundation::storage::provider

@@ -1,0 +1,28 @@
+#pragma once
+
+// Whether something is at a location, and what.
+
+#include <foundation/storage/provider/ExistenceTypeExtended.hpp>
+#include <foundation/storage/vfs/AbsoluteIRI.hpp>
+#include <foundation/storage/vfs/StorageSystem.hpp>
+
+namespace foundation::storage::vfs {
+
+// What exists() answers. Host code compares the numbers.
+enum ExistenceType : int {
+    ExistsAsFile = 0, // a file or another item that is not a folder
+    ExistsAsFolder = 1,
+    ExistsAsNothing = 2, // nothing there, or a link whose target is missing
+};
+
+// Follows links. Throws only for failures other than "nothing there": no permission on the
+// way, a loop of links (IOError), an unreadable disk.
+int exists(const AbsoluteIRI& location, const StorageSystemReference& storage);
+
+// The item itself, a final link not followed but told apart by what it leads to. A missing
+// item throws ResourceNotFound, a path through a file NotAFolder, no permission
+// PermissionDenied, a link that leads nowhere (dangling or looping) IOError.
+provider::ExistenceTypeExtended existsExtended(const AbsoluteIRI& location,
+                                               const StorageSystemReference& storage);
+
+} // namespace foundation::storage::vfs

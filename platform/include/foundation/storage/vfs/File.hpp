@@ -1,0 +1,36 @@
+#pragma once
+
+#include <foundation/storage/provider/ExtendedAttributes.hpp>
+#include <foundation/storage/provider/FileAttributes.hpp>
+#include <foundation/storage/vfs/AbsoluteIRI.hpp>
+#include <foundation/storage/vfs/StorageSystem.hpp>
+
+#include <fl/ustring.hpp>
+
+namespace foundation::storage::vfs {
+
+class Folder;
+
+// A file at a location. Making one touches no storage; each operation asks the provider of
+// the location's scheme and throws vfs::Exception when it fails.
+class File {
+public:
+    File(const AbsoluteIRI& location, StorageSystemReference storage);
+    // The file `leaf` inside `folder` (one segment: a "/" in it is part of the name).
+    File(const Folder& folder, const fl::ustring& leaf);
+
+    // A new empty file; ResourceAlreadyExists when something is there.
+    void createFile() const;
+    void removeFile() const;
+    provider::FileAttributes getAttributes() const;
+    provider::ExtendedAttributes getExtendedAttributes() const;
+
+    const AbsoluteIRI& getLocation() const noexcept { return location_; }
+    const StorageSystemReference& getStorage() const noexcept { return storage_; }
+
+private:
+    AbsoluteIRI location_;
+    StorageSystemReference storage_;
+};
+
+} // namespace foundation::storage::vfs

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <foundation/storage/provider/FolderAttributes.hpp>
+#include <foundation/storage/vfs/AbsoluteIRI.hpp>
+#include <foundation/storage/vfs/StorageSystem.hpp>
+
+#include <fl/ustring.hpp>
+
+#include <vector>
+
+namespace foundation::storage::vfs {
+
+// A folder at a location. Making one touches no storage; each operation asks the provider
+// of the location's scheme and throws vfs::Exception when it fails.
+class Folder {
+public:
+    Folder(const AbsoluteIRI& location, StorageSystemReference storage);
+
+    // The names of the folder's entries that match `filter` ("*" any run, "?" any one code
+    // unit; an empty filter matches every name), in code-unit order, without "." and "..".
+    std::vector<fl::ustring> listAll(const fl::ustring& filter) const;
+    // Makes the folder and every missing folder above it. A folder that is there already is
+    // left as it is; anything else standing in the way fails (ResourceAlreadyExists for the
+    // folder itself, NotAFolder for a file on the way).
+    void createFolderRecursive() const;
+    provider::FolderAttributes getAttributes() const;
+
+    const AbsoluteIRI& getLocation() const noexcept { return location_; }
+    const StorageSystemReference& getStorage() const noexcept { return storage_; }
+
+private:
+    AbsoluteIRI location_;
+    StorageSystemReference storage_;
+};
+
+} // namespace foundation::storage::vfs

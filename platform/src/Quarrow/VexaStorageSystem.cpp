@@ -1,0 +1,41 @@
+#include <Quarrow/VexaStorageSystem.hpp>
+
+#include <foundation/storage/provider/LocalFileProvider.hpp>
+
+#include <mutex>
+
+namespace Quarrow::VexaStorageSystem {
+namespace {
+
+using foundation::storage::vfs::StorageSystem;
+using foundation::storage::vfs::StorageSystemReference;
+
+struct HostStorage {
+    std::mutex mutex;
+    StorageSystemReference current{[] {
+        auto system = std::make_shared<StorageSystem>();
+        system->addProvider(std::make_shared<foundation::storage::provider::LocalFileProvider>());
+        return system;
+    }()};
+};
+
+HostStorage& hostStorage() {
+    static HostStorage storage;
+    return storage;
+}
+
+} // namespace
+
+StorageSystemReference GetStorageSystemReference() {
+    HostStorage& storage = hostStorage();
+    std::lock_guard lock(storage.mutex);
+    return storage.current;
+}
+
+StorageSystemReference SetStorageSystemReference(StorageSystemReference system) {
+    HostStorage& storage = hostStorage();
+    std::lock_guard lock(storage.mutex);
+    return std::exchange(storage.current, std::move(system));
+}
+
+} // namespace Quarrow::VexaStorageSystem

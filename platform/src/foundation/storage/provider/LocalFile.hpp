@@ -1,0 +1,34 @@
+#pragma once
+
+// What the three sources of the `file` provider share: how a location becomes a native
+// path, and how a stat record becomes the provider's terms. The provider's members live in
+// LocalFileProvider.cpp (changes and reading), LocalFileInfo.cpp (looking: probe and
+// attributes) and LocalFileEnumerator.cpp (listing).
+
+#include <foundation/storage/provider/ItemStatus.hpp>
+#include <foundation/storage/vfs/AbsoluteIRI.hpp>
+
+#include <fl/ustring.hpp>
+
+#include <string>
+
+#include <sys/stat.h>
+
+namespace foundation::storage::provider::local {
+
+// The native path a `file` location names: as text for messages and as the bytes the
+// system calls take.
+struct LocalPath {
+    fl::ustring text;
+    std::string native;
+};
+
+// Raises ResourceNotFound, as `operation`, for a location that names no native path.
+LocalPath localPath(const vfs::AbsoluteIRI& location, const char* operation);
+
+// Raises the failure that errno holds after `operation` on `path`.
+[[noreturn]] void fail(const char* operation, const LocalPath& path);
+
+ItemType typeOf(mode_t mode) noexcept;
+
+} // namespace foundation::storage::provider::local

@@ -1,0 +1,47 @@
+#include <foundation/storage/provider/StorageProvider.hpp>
+
+#include <foundation/storage/vfs/Exception.hpp>
+
+namespace foundation::storage::provider {
+
+InputStream::~InputStream() = default;
+
+StorageProvider::~StorageProvider() = default;
+
+fl::ustring StorageProvider::describe(const vfs::AbsoluteIRI& location) const {
+    return location.toString();
+}
+
+void StorageProvider::unsupported(const char* operation, const vfs::AbsoluteIRI& location) const {
+    vfs::raise(vfs::UnsupportedOperation, operation, describe(location));
+}
+
+std::vector<FolderEntry> StorageProvider::list(const vfs::AbsoluteIRI& folder) const {
+    unsupported("list", folder);
+}
+
+void StorageProvider::createFile(const vfs::AbsoluteIRI& location) const {
+    unsupported("createFile", location);
+}
+
+void StorageProvider::removeFile(const vfs::AbsoluteIRI& location) const {
+    unsupported("removeFile", location);
+}
+
+void StorageProvider::createFolder(const vfs::AbsoluteIRI& location) const {
+    unsupported("createFolder", location);
+}
+
+FileAttributes StorageProvider::attributes(const vfs::AbsoluteIRI& location) const {
+    unsupported("attributes", location);
+}
+
+ExtendedAttributes StorageProvider::extendedAttributes(const vfs::AbsoluteIRI& location) const {
+    unsupported("extendedAttributes", location);
+}
+
+std::unique_ptr<InputStream> StorageProvider::openForReading(const vfs::AbsoluteIRI& location) const {
+    unsupported("openForReading", location);
+}
+
+} // namespace foundation::storage::provider

@@ -1,0 +1,54 @@
+#include <foundation/storage/vfs/Exists.hpp>
+
+#include <foundation/storage/vfs/Exception.hpp>
+
+namespace foundation::storage::vfs {
+
+using provider::ItemType;
+
+int exists(const AbsoluteIRI& location, const StorageSystemReference& storage) {
+    const auto provider = storage->providerFor(location);
+    const provider::ItemStatus status = provider->probe(location);
+    switch (provider::followed(status)) {
+    case ItemType::Folder:
+        return ExistsAsFolder;
+    case ItemType::Nothing:
+        // A dangling link leads to nothing; one that loops is a failure to look.
+        if (status.type == ItemType::Link && status.targetCode != ResourceNotFound)
+            raise(status.targetCode, "exists", provider->describe(location));
+        return ExistsAsNothing;
+    default:
+        return ExistsAsFile;
+    }
+}
+
+provider::ExistenceTypeExtended existsExtended(const AbsoluteIRI& location,
+                                               const StorageSystemReference& storage) {
+    const auto provider = storage->providerFor(location);
+    const provider::ItemStatus status = provider->probe(location);
+    switch (status.type) {
+    case ItemType::Nothing:
+        raise(status.missingCode, "existsExtended", provider->describe(location));
+    case ItemType::File:
+        return provider::ExistsAsFile;
+    case ItemType::Other:
+        return provider::ExistsAsOtherItem;
+    case ItemType::Folder:
+        return provider::ExistsAsFolder;
+    case ItemType::Link:
+        break;
+    }
+    switch (status.target) {
+    case ItemType::Nothing:
+        // Dangling or looping alike: the link cannot be followed.
+        raise(IOError, "existsExtended", provider->describe(location));
+    case ItemType::Folder:
+        return provider::ExistsAsLinkToFolder;
+    case ItemType::Link: // a provider whose links lead to links it does not follow
+        return provider::ExistsAsOtherLink;
+    default:
+        return provider::ExistsAsLinkToFile;
+    }
+}
+
+} // namespace foundation::storage::vfs

@@ -1,0 +1,54 @@
+#include <foundation/storage/vfs/StorageSystem.hpp>
+
+#include <foundation/storage/vfs/Exception.hpp>
+
+#include <algorithm>
+#include <mutex>
+
+namespace foundation::storage::vfs {
+
+void StorageSystem::addProvider(std::shared_ptr<const provider::StorageProvider> provider) {
+    const std::vector<std::string> served = provider->schemes();
+    std::unique_lock lock(mutex_);
+    for (const std::string& scheme : served) {
+        auto slot = std::find_if(providers_.begin(), providers_.end(),
+                                 [&](const auto& entry) { return entry.first == scheme; });
+        if (slot != providers_.end())
+            slot->second = provider;
+        else
+            providers_.emplace_back(scheme, provider);
+    }
+}
+
+std::shared_ptr<const provider::StorageProvider>
+StorageSystem::findProvider(std::string_view scheme) const {
+    std::shared_lock lock(mutex_);
+    for (const auto& [served, provider] : providers_)
+        if (served == scheme)
+            return provider;
+    return nullptr;
+}
+
+std::shared_ptr<const provider::StorageProvider>
+StorageSystem::providerFor(const AbsoluteIRI& location) const {
+    // The scheme is read off the IRI's own text, which is lower case already: no copy.
+    const std::string_view text = location.toIRI().uriText();
+    auto provider = findProvider(text.substr(0, text.find(':')));
+    if (!provider)
+        raise(UnsupportedOperation, "find provider", location.toString());
+    return provider;
+}
+
+std::vector<std::string> StorageSystem::schemes() const {
+    std::shared_lock lock(mutex_);
+    std::vector<std::string> names;
+    names.reserve(providers_.size());
+    for (const auto& entry : providers_)
+        names.push_back(entry.first);
+    return names;
+}
+
+StorageSystemReference::StorageSystemReference(std::shared_ptr<StorageSystem> system)
+    : system_(std::move(system)) {}
+
+} // namespace foundation::storage::vfs
