@@ -1,0 +1,69 @@
+#include <vexa/io/filesystem/core/existence.hpp>
+
+#include <vexa/io/filesystem/core/path_predicates.hpp>
+
+#include <Quarrow/PathManagement/GetStringFromIRI.hpp>
+#include <Quarrow/VexaStorageSystem.hpp>
+#include <fl/filesystem.hpp>
+#include <foundation/storage/vfs/Exception.hpp>
+#include <foundation/storage/vfs/Exists.hpp>
+
+#include <cstdint>
+
+namespace vexa::io::filesystem::core {
+namespace {
+
+namespace vfs = foundation::storage::vfs;
+using foundation::storage::provider::ExistenceTypeExtended;
+
+std::uint32_t unsignedValue(ExistenceTypeExtended type) {
+    return static_cast<std::uint32_t>(type);
+}
+
+// Whether the native file system sees a link at the location: one that leads nowhere
+// (status reports the link itself) or a loop of links. Only SystemError is an answer here;
+// every other failure of the probe reaches the caller.
+bool nativeProbeFindsLink(const vfs::AbsoluteIRI& iri) {
+    const fl::ustring path = iri.getScheme() == u"file"
+                                 ? Quarrow::PathManagement::GetStringFromIRI(iri)
+                                 : iri.toString();
+    try {
+        const auto status = fl::filesystem::status(path);
+        return (status.mode() & fl::filesystem::file_status::file_type_mask) ==
+               fl::filesystem::file_status::symlink_file;
+    } catch (const fl::filesystem::SystemError& error) {
+        return error.code() == platformSpecificErrorCode();
+    }
+}
+
+} // namespace
+
+bool isFile(ExistenceTypeExtended type) {
+    return unsignedValue(type) <= 1;
+}
+
+bool isFolder(ExistenceTypeExtended type) {
+    return unsignedValue(type) == 2;
+}
+
+bool isSymlink(ExistenceTypeExtended type) {
+    return unsignedValue(type) - 3 <= 2;
+}
+
+ExistenceTypeExtended getExtendedExistenceType(const vfs::AbsoluteIRI& iri, bool throwOnError) {
+    const vfs::StorageSystemReference storage =
+        Quarrow::VexaStorageSystem::GetStorageSystemReference();
+    try {
+        return vfs::existsExtended(iri, storage);
+    } catch (const vfs::Exception& error) {
+        // Missing items and paths through files are what they say; only an I/O failure may
+        // be a link that cannot be followed, which is an item worth reporting.
+        if (error.getErrorCode() == vfs::IOError && nativeProbeFindsLink(iri))
+            return foundation::storage::provider::ExistsAsLinkToFile;
+        if (throwOnError)
+            throw vfs::Exception(error); // the storage layer's type, whatever was caught
+        return foundation::storage::provider::ExistsAsNothing;
+    }
+}
+
+} // namespace vexa::io::filesystem::core
