@@ -1,6 +1,7 @@
 #include "arguments.hpp"
 
 #include <fl/i18n.hpp>
+#include <host/EngineDispatcher.hpp>
 
 #include <iostream>
 #include <map>
@@ -19,6 +20,10 @@ CLI::Option* addRulesOption(CLI::App& command, vexa::io::filesystem::core::FileS
                                                       {"windows", FileSystemType::Windows}};
     return command.add_option("--rules", rules, help)
         ->transform(CLI::CheckedTransformer(names, CLI::ignore_case));
+}
+
+foundation::storage::vfs::AbsoluteIRI locationOf(const fl::ustring& text) {
+    return EngineDispatcher::getDispatcher().GetCurrentWorkingFolder().absolutize(text);
 }
 
 void reportEachPath(const PathArguments& arguments,

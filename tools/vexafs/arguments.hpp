@@ -7,6 +7,8 @@
 
 #include <vexa/io/filesystem/core/path_predicates.hpp>
 
+#include <foundation/storage/vfs/AbsoluteIRI.hpp>
+
 #include <CLI/CLI.hpp>
 
 #include <functional>
@@ -26,6 +28,10 @@ void addPathArguments(CLI::App& command, PathArguments& arguments, const std::st
 // Adds --rules unix|windows (any case), which sets `rules`.
 CLI::Option* addRulesOption(CLI::App& command, vexa::io::filesystem::core::FileSystemType& rules,
                             const std::string& help);
+
+// The location a user's text names: IRI text as it is, a path made absolute against the
+// current folder. Text that can name no location throws FailedToAbsolutizeException.
+foundation::storage::vfs::AbsoluteIRI locationOf(const fl::ustring& text);
 
 // Describes each path, converted to UTF-16 without loss, and prints the records.
 void reportEachPath(const PathArguments& arguments,

@@ -10,5 +10,8 @@ void addAbsoluteCommand(CLI::App& app);
 void addRuleCommand(CLI::App& app);
 void addPartsCommand(CLI::App& app);
 void addMkdirCommand(CLI::App& app);
+void addExistCommand(CLI::App& app);
+void addMkparentCommand(CLI::App& app);
+void addContentTypeCommand(CLI::App& app);
 
 } // namespace vexafs

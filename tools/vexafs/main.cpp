@@ -5,10 +5,30 @@
 #include <fl/i18n.hpp>
 #include <foundation/core/except/IException.hpp>
 #include <foundation/storage/vfs/AbsoluteIRI.hpp>
+#include <vexa/io/filesystem/core.hpp>
 
 #include <iostream>
 
 namespace {
+
+class ReportOnly : public vexa::io::filesystem::core::FileManipulator {
+public:
+    void SetInputs(std::vector<std::u16string>) override {}
+    bool ValidateInputs() override { return true; }
+    void Execute() override {}
+};
+
+int reportFailure();
+
+int reportStatus(const foundation::storage::vfs::Exception& error) {
+    ReportOnly report;
+    report.SetVFSErrorStatus(error, error.getPath());
+    try {
+        boost::rethrow_exception(report.GetStatus().exception);
+    } catch (...) {
+        return reportFailure();
+    }
+}
 
 // A failure reaches the user as its message text and, where it has one, its identifier.
 int reportFailure() {
@@ -18,6 +38,9 @@ int reportFailure() {
     } catch (const IUserException& error) {
         std::cerr << "Error: " << fl::i18n::to_string(error.GetUnicodeMessageTxt()) << "\n"
                   << "Identifier: " << error.GetID() << "\n";
+    } catch (const foundation::storage::vfs::Exception& error) {
+        // Shown as a host shows a storage failure: the message of its code.
+        return reportStatus(error);
     } catch (const foundation::storage::vfs::InvalidIRIException& error) {
         std::cerr << "Error: " << error.what() << "\n";
     } catch (const IException& error) {
@@ -38,6 +61,9 @@ int main(int argc, char** argv) {
     vexafs::addRuleCommand(app);
     vexafs::addPartsCommand(app);
     vexafs::addMkdirCommand(app);
+    vexafs::addExistCommand(app);
+    vexafs::addMkparentCommand(app);
+    vexafs::addContentTypeCommand(app);
     if (argc <= 1) {
         std::cout << app.help();
         return 0;

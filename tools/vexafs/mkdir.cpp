@@ -7,15 +7,13 @@
 #include <vexa/io/filesystem/core.hpp>
 
 #include <foundation/log/basic_diagnostic_logger.hpp>
-#include <foundation/storage/vfs/Exception.hpp>
+#include <host/EngineDispatcher.hpp>
 #include <host/HostArray.hpp>
 
 #include <array>
 #include <cerrno>
 #include <iostream>
 #include <memory>
-
-#include <sys/stat.h>
 
 namespace vexafs {
 namespace core = vexa::io::filesystem::core;
@@ -44,51 +42,42 @@ public:
     }
 
     void Execute() override {
-        std::string native;
+        const auto& current = EngineDispatcher::getDispatcher().GetCurrentWorkingFolder();
+        const auto storage = Quarrow::VexaStorageSystem::GetStorageSystemReference();
         try {
-            native = fl::filesystem::detail::to_native(folder_);
-        } catch (const fl::filesystem::SystemError& refused) {
-            errno = refused.code();
+            const vfs::AbsoluteIRI location = current.absolutize(folder_);
+            try {
+                // A folder that is there is what was asked for: nothing made, nothing to tell.
+                if (vfs::exists(location, storage) == vfs::ExistsAsFolder)
+                    return;
+                vfs::Folder(location, storage).createFolderRecursive();
+            } catch (const vfs::Exception& error) {
+                recordFailure(error, storage->providerFor(location)->describe(location));
+                return;
+            }
+        } catch (const Quarrow::current_working_folder::FailedToAbsolutizeException&) {
+            // Text no path can hold (a U+0000): the system's word for it.
+            errno = EINVAL;
             SetErrorStatus("FileManip", "mkdir");
             return;
         }
-        bool created = false;
-        // Each level from the top: mkdir(2) of a folder that is there fails with EEXIST,
-        // which only matters for the last level (a file there is an error).
-        for (std::size_t end = native.find('/', 1);; end = native.find('/', end + 1)) {
-            const std::string level = native.substr(0, end);
-            // Separators at the end ("a/b/") name the same folder as none.
-            const bool last =
-                end == std::string::npos || native.find_first_not_of('/', end) == std::string::npos;
-            if (::mkdir(level.c_str(), 0777) == 0) {
-                created = true;
-            } else if (const int error = errno; error != EEXIST || (last && !isFolder(level))) {
-                recordFailure(error, last ? folder_ : fl::i18n::to_ustring(level));
-                return;
-            }
-            if (last)
-                break;
-        }
-        if (created)
-            MarkDirOutOfDate(folder_);
+        MarkDirOutOfDate(folder_);
     }
 
 private:
-    static bool isFolder(const std::string& native) {
-        struct stat st {};
-        return ::stat(native.c_str(), &st) == 0 && S_ISDIR(st.st_mode);
-    }
-
-    // Failures the storage layer has a message for get that message; anything else (a name
-    // too long, a loop of links) keeps the system's own text, which says more.
-    void recordFailure(int error, const std::u16string& path) {
-        const int code = vfs::errorCodeFromErrno(error);
-        if (code == vfs::InternalError) {
-            errno = error;
+    // A failure the storage layer has a message for is reported through its pending
+    // context, naming the level that failed (as the user typed it when that is the folder
+    // asked for). Anything else (a name too long, say) keeps the system's own text, which
+    // says more.
+    void recordFailure(const vfs::Exception& error, const fl::ustring& target) {
+        if (error.getErrorCode() == vfs::InternalError && error.getSystemError() != 0) {
+            errno = error.getSystemError();
             SetErrorStatus("FileManip", "mkdir");
-        } else {
-            SetVFSErrorStatus(vfs::Exception(code, path), path);
+            return;
         }
+        const fl::ustring& failed = error.getPath();
+        if (!SetErrorExceptionContext(failed == target ? folder_ : failed, u""))
+            SetVFSErrorStatus(error, failed);
     }
 
     std::u16string folder_;
