@@ -10,6 +10,7 @@
 
 #include <fl/ustring.hpp>
 
+#include <optional>
 #include <string>
 
 #include <sys/stat.h>
@@ -23,6 +24,8 @@ struct LocalPath {
     std::string native;
 };
 
+// Empty for a location that names no native path.
+std::optional<LocalPath> tryLocalPath(const vfs::AbsoluteIRI& location);
 // Raises ResourceNotFound, as `operation`, for a location that names no native path.
 LocalPath localPath(const vfs::AbsoluteIRI& location, const char* operation);
 

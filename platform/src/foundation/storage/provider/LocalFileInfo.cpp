@@ -89,7 +89,12 @@ std::optional<std::string> readSized(const local::LocalPath& path, Query query) 
 } // namespace
 
 ItemStatus LocalFileProvider::probe(const vfs::AbsoluteIRI& location) const {
-    return probePath(localPath(location, "probe"));
+    const auto path = local::tryLocalPath(location);
+    if (path)
+        return probePath(*path);
+    ItemStatus nothing;
+    nothing.missingCode = vfs::ResourceNotFound;
+    return nothing;
 }
 
 FileAttributes LocalFileProvider::attributes(const vfs::AbsoluteIRI& location) const {

@@ -5,7 +5,6 @@
 #include <Quarrow/PathManagement/GetStringFromIRI.hpp>
 #include <fl/filesystem.hpp>
 #include <foundation/storage/vfs/Exception.hpp>
-#include <virtualfileio/ExceptionContextHandler.hpp>
 
 #include <cerrno>
 #include <utility>
@@ -16,18 +15,25 @@
 namespace foundation::storage::provider {
 namespace local {
 
-LocalPath localPath(const vfs::AbsoluteIRI& location, const char* operation) {
+std::optional<LocalPath> tryLocalPath(const vfs::AbsoluteIRI& location) {
     LocalPath path;
     try {
         path.text = Quarrow::PathManagement::GetStringFromIRI(location);
     } catch (const vfs::InvalidIRIException&) {
-        vfs::raise(vfs::ResourceNotFound, operation, location.toString());
+        return std::nullopt;
     }
     // "file:///d/f.txt/" names the file "/d/f.txt", as the IRI layer reads its name.
     if (path.text.size() > 1 && path.text.back() == u'/')
         path.text.pop_back();
     path.native = fl::filesystem::detail::to_native(path.text);
     return path;
+}
+
+LocalPath localPath(const vfs::AbsoluteIRI& location, const char* operation) {
+    auto path = tryLocalPath(location);
+    if (!path)
+        vfs::raise(vfs::ResourceNotFound, operation, location.toString());
+    return std::move(*path);
 }
 
 void fail(const char* operation, const LocalPath& path) {
@@ -97,12 +103,8 @@ std::vector<std::string> LocalFileProvider::schemes() const {
 }
 
 fl::ustring LocalFileProvider::describe(const vfs::AbsoluteIRI& location) const {
-    try {
-        return localPath(location, "describe").text;
-    } catch (const vfs::Exception&) {
-        virtualfileio::ExceptionContextHandler::ClearPendingContext();
-        return location.toString();
-    }
+    auto path = local::tryLocalPath(location);
+    return path ? std::move(path->text) : location.toString();
 }
 
 void LocalFileProvider::createFile(const vfs::AbsoluteIRI& location) const {

@@ -1,0 +1,223 @@
+// The storage layer on real items: the file provider behind exists, existsExtended, File,
+// Folder and IODevice, and the storage system that finds providers by scheme.
+
+#include <foundation/storage/vfs/Exists.hpp>
+#include <foundation/storage/vfs/Folder.hpp>
+#include <foundation/storage/vfs/IODevice.hpp>
+#include <virtualfileio/ExceptionContextHandler.hpp>
+
+#include "Storage.hpp"
+#include "TempDir.hpp"
+#include "Text.hpp"
+#include "Unprivileged.hpp"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <boost/date_time/posix_time/posix_time.hpp>
+#include <boost/optional/optional_io.hpp>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/xattr.h>
+#include <unistd.h>
+
+namespace {
+
+namespace pt = boost::posix_time;
+namespace vfs = foundation::storage::vfs;
+using ::testing::ElementsAre;
+using vexa::testing::TempDir;
+using vexa::testing::u;
+using vfs::AbsoluteIRI;
+using Op = vexa::testing::FaultyProvider::Operation;
+
+vfs::StorageSystemReference host() {
+    return Quarrow::VexaStorageSystem::GetStorageSystemReference();
+}
+
+AbsoluteIRI at(const std::string& text) {
+    return AbsoluteIRI(u(text));
+}
+
+// What a call answered, or minus the storage code it threw (so 0 is never a failure).
+template <class Call> int outcome(Call call) {
+    try {
+        return static_cast<int>(call());
+    } catch (const vfs::Exception& error) {
+        virtualfileio::ExceptionContextHandler::ClearPendingContext();
+        return -error.getErrorCode();
+    }
+}
+
+template <class Call> int failure(Call call) {
+    return outcome([&] {
+        call();
+        return 100;
+    });
+}
+
+class Storage : public ::testing::Test {
+protected:
+    Storage() {
+        dir.makeFile("file");
+        dir.makeFolders({"folder"});
+        ::mkfifo((dir / "fifo").c_str(), 0644);
+        dir.makeLink("file", "linkFile");
+        dir.makeLink("folder", "linkFolder");
+        dir.makeLink("missing", "dangling");
+        dir.makeLink("loopB", "loopA");
+        dir.makeLink("loopA", "loopB");
+    }
+    TempDir dir;
+};
+
+// Each item looked at once; existsExtended tells the item itself, exists follows links.
+TEST_F(Storage, ExistenceOfRealItems) {
+    struct Case {
+        std::string name;
+        int extended, plain; // negative: the code thrown
+    };
+    const Case cases[] = {
+        {"file", 0, 0},         {"fifo", 1, 0},       {"folder", 2, 1},     {"linkFile", 3, 0},
+        {"linkFolder", 4, 1},   {"dangling", -9, 2},  {"loopA", -9, -9},    {"loopA/x", -9, -9},
+        {"file/x", -4, 2},      {"missing", -1, 2},   {"folder/", 2, 1},    {"linkFolder/", 4, 1},
+        {"file/", 0, 0}, // a trailing "/" is no segment: the file itself
+    };
+    for (const auto& c : cases) {
+        const AbsoluteIRI location = at(dir / c.name);
+        EXPECT_EQ(outcome([&] { return vfs::existsExtended(location, host()); }), c.extended)
+            << c.name;
+        EXPECT_EQ(outcome([&] { return vfs::exists(location, host()); }), c.plain) << c.name;
+    }
+    // IRIs that name no local item, and a scheme without a provider.
+    for (const auto& [text, extended, plain] : std::vector<std::tuple<std::string, int, int>>{
+             {"file://elsewhere/x", -1, 2}, {"mem://h/x", -11, -11}}) {
+        EXPECT_EQ(outcome([&] { return vfs::existsExtended(at(text), host()); }), extended);
+        EXPECT_EQ(outcome([&] { return vfs::exists(at(text), host()); }), plain);
+    }
+}
+
+// A refused look is a failure, never "nothing there": from an unprivileged process.
+TEST_F(Storage, RefusedLookIsPermissionDenied) {
+    dir.makeFolders({"private"});
+    dir.makeFile("private/f");
+    ASSERT_EQ(::chmod((dir / "private").c_str(), 0700), 0);
+    const AbsoluteIRI inside = at(dir / "private/f");
+    EXPECT_EQ(vexa::testing::runAsUnprivileged([&] {
+                  return outcome([&] { return vfs::existsExtended(inside, host()); }) == -2 &&
+                                 outcome([&] { return vfs::exists(inside, host()); }) == -2 &&
+                                 failure([&] { vfs::IODevice{vfs::File(inside, host())}; }) == -2
+                             ? 0
+                             : 1;
+              }),
+              0);
+}
+
+TEST_F(Storage, FileAttributesAndContent) {
+    ASSERT_EQ(::truncate((dir / "file").c_str(), 5), 0);
+    const timespec times[] = {{0, UTIME_OMIT}, {1614834367, 123456789}};
+    ASSERT_EQ(::utimensat(AT_FDCWD, (dir / "file").c_str(), times, 0), 0);
+    const pt::ptime expected = pt::time_from_string("2021-03-04 05:06:07.123456");
+    for (const char* name : {"file", "linkFile"}) {
+        const auto attributes = vfs::File(at(dir / name), host()).getAttributes();
+        EXPECT_TRUE(attributes.isWritable()) << name;
+        EXPECT_EQ(attributes.getLastModified(), expected) << name;
+        EXPECT_EQ(attributes.getSize(), 5u) << name;
+    }
+    EXPECT_EQ(vfs::Folder(at(dir / "linkFolder"), host()).getAttributes().getLastModified(),
+              vfs::Folder(at(dir / "folder"), host()).getAttributes().getLastModified());
+    for (const auto& [name, code] : std::vector<std::pair<std::string, int>>{
+             {"missing", -1}, {"dangling", -9}, {"loopA", -9}, {"file/x", -4}})
+        EXPECT_EQ(failure([&] { vfs::File(at(dir / name), host()).getAttributes(); }), code)
+            << name;
+
+    std::vector<char> buffer(16);
+    vfs::IODevice device{vfs::File(at(dir / "file"), host())};
+    EXPECT_EQ(device.read(buffer), 5u);
+    EXPECT_EQ(device.read(buffer), 0u);
+    // A fifo opens without a writer and reads as empty; a folder cannot be read.
+    EXPECT_EQ(vfs::IODevice(vfs::File(at(dir / "fifo"), host())).read(buffer), 0u);
+    EXPECT_EQ(failure([&] { vfs::IODevice{vfs::File(at(dir / "folder"), host())}; }), -10);
+    EXPECT_EQ(failure([&] { vfs::IODevice{vfs::File(at(dir / "missing"), host())}; }), -1);
+}
+
+TEST_F(Storage, ExtendedAttributesOfTheUserNamespace) {
+    const std::string file = dir / "file";
+    ASSERT_EQ(::setxattr(file.c_str(), "user.http.contentType", "text/csv", 8, 0), 0);
+    ASSERT_EQ(::setxattr(file.c_str(), "user.empty", "", 0, 0), 0);
+    ASSERT_EQ(::setxattr(file.c_str(), "trusted.hidden", "x", 1, 0), 0);
+    for (const char* name : {"file", "linkFile"}) {
+        const auto attributes = vfs::File(at(dir / name), host()).getExtendedAttributes();
+        EXPECT_THAT(attributes.all(), ElementsAre(std::pair{"empty", ""},
+                                                  std::pair{"http.contentType", "text/csv"}));
+        EXPECT_EQ(attributes.getOptAttributeAs<std::string>("http.contentType"), std::string("text/csv"));
+        EXPECT_FALSE(attributes.getOptAttributeAs<int>("http.contentType"));
+    }
+    EXPECT_TRUE(vfs::File(at(dir / "folder"), host()).getExtendedAttributes().all().empty());
+    EXPECT_EQ(failure([&] { vfs::File(at(dir / "missing"), host()).getExtendedAttributes(); }), -1);
+}
+
+TEST_F(Storage, FilesAndFoldersMadeAndListed) {
+    const vfs::Folder folder(at(dir / "folder"), host());
+    for (const char* name : {"a.txt", "b.csv", "c d.txt", "?x"})
+        EXPECT_EQ(failure([&] { vfs::File(folder, u(name)).createFile(); }), 100) << name;
+    EXPECT_EQ(failure([&] { vfs::File(folder, u"a.txt").createFile(); }), -3);
+    EXPECT_EQ(failure([&] { vfs::File(folder, u"a/b").createFile(); }), -1); // no such name
+    EXPECT_THAT(folder.listAll(u""), ElementsAre(u"?x", u"a.txt", u"b.csv", u"c d.txt"));
+    EXPECT_THAT(folder.listAll(u"*.txt"), ElementsAre(u"a.txt", u"c d.txt"));
+    EXPECT_THAT(folder.listAll(u"?.*"), ElementsAre(u"a.txt", u"b.csv"));
+    EXPECT_THAT(folder.listAll(u"*x*"), ElementsAre(u"?x", u"a.txt", u"c d.txt"));
+    vfs::File(folder, u"b.csv").removeFile();
+    EXPECT_EQ(failure([&] { vfs::File(folder, u"b.csv").removeFile(); }), -1);
+    EXPECT_EQ(failure([&] { vfs::Folder(at(dir / "file"), host()).listAll(u""); }), -4);
+    EXPECT_EQ(failure([&] { vfs::Folder(at(dir / "missing"), host()).listAll(u""); }), -1);
+
+    // A chain made at once; what is there already is kept; what stands in the way fails.
+    const struct {
+        std::string name;
+        int result;
+    } folders[] = {{"new/a/b/c", 100}, {"new/a", 100}, {"linkFolder/x/y", 100},
+                   {"file", -3},      {"file/x/y", -4}, {"dangling", -3}};
+    for (const auto& f : folders)
+        EXPECT_EQ(failure([&] { vfs::Folder(at(dir / f.name), host()).createFolderRecursive(); }),
+                  f.result)
+            << f.name;
+    EXPECT_EQ(vfs::exists(at(dir / "new/a/b/c"), host()), vfs::ExistsAsFolder);
+    EXPECT_EQ(vfs::exists(at(dir / "folder/x/y"), host()), vfs::ExistsAsFolder);
+}
+
+// Failures leave their context pending on the thread that met them, with the message of
+// their code, until reported.
+TEST_F(Storage, FailuresLeaveTheirContextPending) {
+    using virtualfileio::ExceptionContextHandler;
+    const std::pair<std::string, std::string> cases[] = {{"file/x", "resourceNotFound"},
+                                                         {"missing", "resourceNotFound"},
+                                                         {"dangling", "ioError"}};
+    for (const auto& [name, message] : cases) {
+        EXPECT_THROW(vfs::existsExtended(at(dir / name), host()), vfs::Exception);
+        const auto pending = ExceptionContextHandler::PendingContext();
+        ASSERT_TRUE(pending) << name;
+        EXPECT_EQ(pending->message().name(), message) << name;
+        EXPECT_EQ(pending->location(), u(dir / name));
+        ExceptionContextHandler::ClearPendingContext();
+    }
+}
+
+TEST(StorageSystem, ProvidersByScheme) {
+    auto system = std::make_shared<vfs::StorageSystem>();
+    const vfs::StorageSystemReference storage(system);
+    const auto files = vexa::testing::ScopedStorageSystem::real("file");
+    system->addProvider(files);
+    auto faulty = std::make_shared<vexa::testing::FaultyProvider>(
+        files, std::vector<std::string>{"file", "mem"});
+    faulty->failing(Op::Probe, vfs::NoSpaceLeft);
+    system->addProvider(faulty);
+    EXPECT_THAT(system->schemes(), ElementsAre("file", "mem"));
+    EXPECT_EQ(system->findProvider("file"), faulty);
+    EXPECT_EQ(system->findProvider("http"), nullptr);
+    EXPECT_EQ(outcome([&] { return vfs::exists(at("/"), storage); }), -8);
+    EXPECT_EQ(outcome([&] { return vfs::exists(at("http://h/"), storage); }), -11);
+}
+
+} // namespace

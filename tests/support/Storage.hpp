@@ -1,0 +1,128 @@
+#pragma once
+
+// The storage layer under test control: a storage system installed as the host's for one
+// test, and the one fault injector, a provider that wraps a real one and fails chosen
+// operations with chosen codes (faults a real disk will not make on demand: EIO, ENOSPC,
+// EROFS, EBUSY, ...).
+
+#include <Quarrow/VexaStorageSystem.hpp>
+#include <foundation/storage/provider/StorageProvider.hpp>
+#include <foundation/storage/vfs/Exception.hpp>
+
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace vexa::testing {
+
+namespace provider = foundation::storage::provider;
+namespace vfs = foundation::storage::vfs;
+
+class FaultyProvider : public provider::StorageProvider {
+public:
+    enum class Operation {
+        Probe,
+        List,
+        CreateFile,
+        RemoveFile,
+        CreateFolder,
+        Attributes,
+        ExtendedAttributes,
+        Open
+    };
+
+    // Serves `schemes` (those of `inner` when empty) and passes every call to `inner`
+    // unless it is to fail.
+    explicit FaultyProvider(std::shared_ptr<const provider::StorageProvider> inner,
+                            std::vector<std::string> schemes = {})
+        : inner_(std::move(inner)),
+          schemes_(schemes.empty() ? inner_->schemes() : std::move(schemes)) {}
+
+    // From now on `operation` fails with `code` (set before the provider is shared).
+    FaultyProvider& failing(Operation operation, int code) {
+        faults_[operation] = code;
+        return *this;
+    }
+
+    std::vector<std::string> schemes() const override { return schemes_; }
+    fl::ustring describe(const vfs::AbsoluteIRI& at) const override { return inner_->describe(at); }
+    provider::ItemStatus probe(const vfs::AbsoluteIRI& at) const override {
+        check(Operation::Probe, at);
+        return inner_->probe(at);
+    }
+    std::vector<provider::FolderEntry> list(const vfs::AbsoluteIRI& at) const override {
+        check(Operation::List, at);
+        return inner_->list(at);
+    }
+    void createFile(const vfs::AbsoluteIRI& at) const override {
+        check(Operation::CreateFile, at);
+        inner_->createFile(at);
+    }
+    void removeFile(const vfs::AbsoluteIRI& at) const override {
+        check(Operation::RemoveFile, at);
+        inner_->removeFile(at);
+    }
+    void createFolder(const vfs::AbsoluteIRI& at) const override {
+        check(Operation::CreateFolder, at);
+        inner_->createFolder(at);
+    }
+    provider::FileAttributes attributes(const vfs::AbsoluteIRI& at) const override {
+        check(Operation::Attributes, at);
+        return inner_->attributes(at);
+    }
+    provider::ExtendedAttributes extendedAttributes(const vfs::AbsoluteIRI& at) const override {
+        check(Operation::ExtendedAttributes, at);
+        return inner_->extendedAttributes(at);
+    }
+    std::unique_ptr<provider::InputStream> openForReading(const vfs::AbsoluteIRI& at) const override {
+        check(Operation::Open, at);
+        return inner_->openForReading(at);
+    }
+
+private:
+    void check(Operation operation, const vfs::AbsoluteIRI& at) const {
+        if (const auto fault = faults_.find(operation); fault != faults_.end())
+            vfs::raise(fault->second, "injected", describe(at));
+    }
+
+    std::shared_ptr<const provider::StorageProvider> inner_;
+    std::vector<std::string> schemes_;
+    std::map<Operation, int> faults_;
+};
+
+// A storage system of its own for one test: the host's providers, with `replacements`
+// added over them; the host's system comes back when the test ends.
+class ScopedStorageSystem {
+public:
+    explicit ScopedStorageSystem(
+        std::vector<std::shared_ptr<const provider::StorageProvider>> replacements)
+        : previous_(Quarrow::VexaStorageSystem::GetStorageSystemReference()) {
+        auto system = std::make_shared<vfs::StorageSystem>();
+        for (const std::string& scheme : previous_->schemes())
+            system->addProvider(previous_->findProvider(scheme));
+        for (auto& replacement : replacements)
+            system->addProvider(std::move(replacement));
+        Quarrow::VexaStorageSystem::SetStorageSystemReference(vfs::StorageSystemReference(system));
+    }
+    ~ScopedStorageSystem() { Quarrow::VexaStorageSystem::SetStorageSystemReference(previous_); }
+    ScopedStorageSystem(const ScopedStorageSystem&) = delete;
+    ScopedStorageSystem& operator=(const ScopedStorageSystem&) = delete;
+
+    // The real provider of a scheme, to wrap.
+    static std::shared_ptr<const provider::StorageProvider> real(const std::string& scheme) {
+        return Quarrow::VexaStorageSystem::GetStorageSystemReference()->findProvider(scheme);
+    }
+
+private:
+    vfs::StorageSystemReference previous_;
+};
+
+// The file provider failing `operation` with `code`, installed for one test.
+inline std::shared_ptr<FaultyProvider> faultyFiles(FaultyProvider::Operation operation, int code) {
+    auto faulty = std::make_shared<FaultyProvider>(ScopedStorageSystem::real("file"));
+    faulty->failing(operation, code);
+    return faulty;
+}
+
+} // namespace vexa::testing
