@@ -1,0 +1,114 @@
+#include <vexa/io/filesystem/core/existence.hpp>
+
+#include <foundation/storage/vfs/AbsoluteIRI.hpp>
+#include <fl/filesystem.hpp>
+
+#include "Storage.hpp"
+#include "TempDir.hpp"
+#include "Text.hpp"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+
+#include <sys/stat.h>
+
+namespace {
+
+namespace core = vexa::io::filesystem::core;
+using foundation::storage::provider::ExistenceTypeExtended;
+using vexa::testing::faultyFiles;
+using vexa::testing::ScopedStorageSystem;
+using vexa::testing::TempDir;
+using vexa::testing::u;
+using vexa::testing::vfs::AbsoluteIRI;
+using Op = vexa::testing::FaultyProvider::Operation;
+
+ExistenceTypeExtended typeOf(std::int32_t value) {
+    return static_cast<ExistenceTypeExtended>(value);
+}
+
+// The three questions over every value, the out-of-range ones included: the comparisons
+// are unsigned, so negative values are nothing.
+TEST(ExistenceType, FileFolderAndLinkValues) {
+    const struct {
+        std::int32_t value;
+        bool file, folder, link;
+    } cases[] = {{0, true, false, false},  {1, true, false, false},   {2, false, true, false},
+                 {3, false, false, true},  {4, false, false, true},   {5, false, false, true},
+                 {6, false, false, false}, {7, false, false, false},  {-1, false, false, false},
+                 {-3, false, false, false}, {INT32_MIN, false, false, false}};
+    for (const auto& c : cases) {
+        EXPECT_EQ(core::isFile(typeOf(c.value)), c.file) << c.value;
+        EXPECT_EQ(core::isFolder(typeOf(c.value)), c.folder) << c.value;
+        EXPECT_EQ(core::isSymlink(typeOf(c.value)), c.link) << c.value;
+    }
+}
+
+// The answer with and without throwOnError; a negative number is the code thrown.
+int answer(const AbsoluteIRI& iri, bool throwOnError) {
+    try {
+        return core::getExtendedExistenceType(iri, throwOnError);
+    } catch (const vexa::testing::vfs::Exception& error) {
+        return -error.getErrorCode();
+    }
+}
+
+TEST(GetExtendedExistenceType, RealItems) {
+    TempDir dir;
+    dir.makeFile("file");
+    dir.makeFolders({"folder"});
+    ::mkfifo((dir / "fifo").c_str(), 0644);
+    dir.makeLink("file", "linkFile");
+    dir.makeLink("folder", "linkFolder");
+    dir.makeLink("missing", "dangling");
+    dir.makeLink("loopB", "loopA");
+    dir.makeLink("loopA", "loopB");
+    const struct {
+        std::string name;
+        int quiet, throwing;
+    } cases[] = {
+        {"file", 0, 0},          {"fifo", 1, 1},     {"folder", 2, 2},    {"linkFile", 3, 3},
+        {"linkFolder", 4, 4},    {"dangling", 3, 3}, {"loopA", 3, 3},     {"missing", 6, -1},
+        {"file/x", 6, -4},
+        {"loopA/x", 3, 3}, // the native probe meets the loop on the way, and says so
+    };
+    for (const auto& c : cases) {
+        const AbsoluteIRI iri(u(dir / c.name));
+        EXPECT_EQ(answer(iri, false), c.quiet) << c.name;
+        EXPECT_EQ(answer(iri, true), c.throwing) << c.name;
+    }
+}
+
+// Faults of the storage layer: only an I/O failure is looked into, and only a link found
+// by the native probe turns it into an answer.
+TEST(GetExtendedExistenceType, StorageFaults) {
+    TempDir dir;
+    dir.makeFile("file");
+    dir.makeLink("missing", "dangling");
+    const struct {
+        int code;
+        std::string name;
+        int quiet, throwing;
+    } cases[] = {
+        {9, "file", 6, -9},     {9, "dangling", 3, 3}, {1, "dangling", 6, -1},
+        {4, "dangling", 6, -4}, {2, "file", 6, -2},    {8, "file", 6, -8},
+        {10, "file", 6, -10},   {11, "file", 6, -11},
+    };
+    for (const auto& c : cases) {
+        const ScopedStorageSystem storage({faultyFiles(Op::Probe, c.code)});
+        const AbsoluteIRI iri(u(dir / c.name));
+        EXPECT_EQ(answer(iri, false), c.quiet) << c.code << " " << c.name;
+        EXPECT_EQ(answer(iri, true), c.throwing) << c.code << " " << c.name;
+    }
+    // Another scheme is probed through its IRI text as a native path: what that probe
+    // throws, other than a loop, reaches the caller whatever throwOnError says.
+    auto remote = std::make_shared<vexa::testing::FaultyProvider>(ScopedStorageSystem::real("file"),
+                                                                 std::vector<std::string>{"mem"});
+    remote->failing(Op::Probe, 9);
+    const ScopedStorageSystem storage({remote});
+    EXPECT_THROW(core::getExtendedExistenceType(AbsoluteIRI(u"mem://h/x"), false),
+                 fl::filesystem::PathNotFound);
+}
+
+} // namespace
