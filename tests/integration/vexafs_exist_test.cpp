@@ -1,0 +1,78 @@
+// vexafs exist, mkparent and content-type: the storage queries as a user runs them.
+
+#include "TempDir.hpp"
+#include "Vexafs.hpp"
+
+#include <filesystem>
+
+#include <sys/stat.h>
+
+namespace {
+
+using ::testing::HasSubstr;
+using vexa::testing::TempDir;
+
+// Each item's type and word; a dangling link is a link, a missing item nothing.
+TEST(VexafsExist, TellsEachKindOfItem) {
+    TempDir dir;
+    dir.makeFile("file");
+    dir.makeFolders({"folder"});
+    ::mkfifo((dir / "fifo").c_str(), 0644);
+    dir.makeLink("file", "linkFile");
+    dir.makeLink("folder", "linkFolder");
+    dir.makeLink("missing", "dangling");
+    std::vector<std::string> args{"exist", "--json"};
+    std::string json = "[";
+    const std::tuple<std::string, int, std::string> items[] = {
+        {"file", 0, "file"},          {"fifo", 1, "file"},      {"folder", 2, "folder"},
+        {"linkFile", 3, "link to a file"}, {"linkFolder", 4, "link to a folder"},
+        {"dangling", 3, "link"},      {"missing", 6, "nothing"}, {"file/x", 6, "nothing"},
+    };
+    for (const auto& [name, type, kind] : items) {
+        args.push_back(dir / name);
+        json += std::string(json.size() > 1 ? ",\n " : "\n ") + "{\"input\": \"" + (dir / name) +
+                "\", \"type\": " + std::to_string(type) + ", \"kind\": \"" + kind + "\"}";
+    }
+    const vexa::testing::VexafsRun runs[] = {
+        {args, 0, json + "\n]\n"},
+        {{"exist", "file://" + dir / "folder/"}, 0, HasSubstr("  type: 2\n  kind: folder\n")},
+        {{"exist", "file://elsewhere/x"}, 0, HasSubstr("kind: nothing")},
+        {{"exist", "http://[::1/x"}, 1, "", HasSubstr("Error: cannot make")},
+    };
+    vexa::testing::expectRuns(runs);
+}
+
+// The missing chain is made; a refused level is reported with the storage layer's message.
+TEST(VexafsMkparent, MakesTheMissingChain) {
+    TempDir dir;
+    dir.makeFile("file");
+    const vexa::testing::VexafsRun runs[] = {
+        {{"mkparent", dir / "a/b/c.txt"}, 0, dir / "a/b/c.txt\n  parent: file://" + dir / "a/b/\n"},
+        {{"mkparent", dir / "file/x"}, 0, HasSubstr("parent: file://")}, // a file is left be
+        {{"mkparent", dir / "file/x/y"},
+         1,
+         "",
+         HasSubstr("Identifier: VEXA:virtualfilesystem:resourceNotFound")},
+    };
+    vexa::testing::expectRuns(runs);
+    EXPECT_TRUE(std::filesystem::is_directory(dir / "a/b"));
+    EXPECT_FALSE(std::filesystem::exists(dir / "a/b/c.txt"));
+}
+
+// A type set by a user with setfattr comes back; none is an empty answer.
+TEST(VexafsContentType, ReadsWhatSetfattrRecorded) {
+    TempDir dir;
+    dir.makeFile("data.csv");
+    dir.makeFile("plain");
+    const std::string setfattr = "setfattr -n user.http.contentType -v text/csv " + dir / "data.csv";
+    ASSERT_EQ(std::system(setfattr.c_str()), 0);
+    const vexa::testing::VexafsRun runs[] = {
+        {{"content-type", dir / "data.csv", dir / "plain", dir / "missing"},
+         0,
+         dir / "data.csv\n  content type: text/csv\n" + dir / "plain\n  content type: \n" +
+             dir / "missing\n  content type: \n"},
+    };
+    vexa::testing::expectRuns(runs);
+}
+
+} // namespace
