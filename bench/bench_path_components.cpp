@@ -6,10 +6,11 @@
 
 #include <fl/i18n.hpp>
 
+#include "ratio.hpp"
+
 #include <benchmark/benchmark.h>
 #include <boost/url/parse.hpp>
 
-#include <chrono>
 #include <filesystem>
 #include <string>
 
@@ -71,29 +72,8 @@ void BM_BoostParseUri(benchmark::State& state) {
 }
 BENCHMARK(BM_BoostParseUri);
 
-// ns per call of `work`, over enough calls to steady the figure.
-template <class Work> double nsPerCall(Work work) {
-    constexpr int calls = 200000;
-    const auto start = std::chrono::steady_clock::now();
-    for (int i = 0; i < calls; ++i)
-        work();
-    const std::chrono::duration<double, std::nano> spent = std::chrono::steady_clock::now() - start;
-    return spent.count() / calls;
-}
-
-// Both sides timed back to back in one run, so the ratio does not depend on the machine's
-// load between two separate benchmarks. Goals: file <= 0.1, URL <= 4.
-template <class Ours, class Reference>
-void reportRatio(benchmark::State& state, Ours ours, Reference reference,
-                 const char* referenceName) {
-    for (auto _ : state) {
-        const double oursNs = nsPerCall(ours);
-        const double referenceNs = nsPerCall(reference);
-        state.counters["ours_ns"] = oursNs;
-        state.counters[referenceName] = referenceNs;
-        state.counters["ratio"] = oursNs / referenceNs;
-    }
-}
+// Goals: file <= 0.1, URL <= 4.
+using vexa::bench::reportRatio;
 
 void BM_RatioFileVsStdFilesystem(benchmark::State& state) {
     reportRatio(state, splitFileOurs, splitFileStd, "std_ns");

@@ -7,6 +7,7 @@
 #include <fl/filesystem.hpp>
 #include <foundation/storage/vfs/Exception.hpp>
 #include <foundation/storage/vfs/Exists.hpp>
+#include <virtualfileio/ExceptionContextHandler.hpp>
 
 #include <cstdint>
 
@@ -53,16 +54,26 @@ bool isSymlink(ExistenceTypeExtended type) {
 ExistenceTypeExtended getExtendedExistenceType(const vfs::AbsoluteIRI& iri, bool throwOnError) {
     const vfs::StorageSystemReference storage =
         Quarrow::VexaStorageSystem::GetStorageSystemReference();
-    try {
-        return vfs::existsExtended(iri, storage);
-    } catch (const vfs::Exception& error) {
-        // Missing items and paths through files are what they say; only an I/O failure may
-        // be a link that cannot be followed, which is an item worth reporting.
-        if (error.getErrorCode() == vfs::IOError && nativeProbeFindsLink(iri))
+    // Missing items and paths through files are what they say; only an I/O failure may be a
+    // link that cannot be followed, which is an item worth reporting.
+    const auto onFailure = [&](int code, auto makeError) {
+        if (code == vfs::IOError && nativeProbeFindsLink(iri))
             return foundation::storage::provider::ExistsAsLinkToFile;
         if (throwOnError)
-            throw vfs::Exception(error); // the storage layer's type, whatever was caught
+            vfs::raise(vfs::Exception(makeError())); // the storage layer's type, by value
         return foundation::storage::provider::ExistsAsNothing;
+    };
+    try {
+        // What existsExtended would raise comes back as an answer here: a query for a
+        // missing item costs no exception unless the caller wants one.
+        const vfs::ExtendedExistence look = vfs::lookUpExtended(iri, storage);
+        if (look.answered())
+            return look.type;
+        return onFailure(look.failureCode, [&] { return vfs::failureOf(look, iri, storage); });
+    } catch (const vfs::Exception& error) {
+        if (!throwOnError)
+            virtualfileio::ExceptionContextHandler::ClearPendingContext(); // swallowed
+        return onFailure(error.getErrorCode(), [&] { return error; });
     }
 }
 

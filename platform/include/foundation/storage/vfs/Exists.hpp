@@ -4,6 +4,7 @@
 
 #include <foundation/storage/provider/ExistenceTypeExtended.hpp>
 #include <foundation/storage/vfs/AbsoluteIRI.hpp>
+#include <foundation/storage/vfs/Exception.hpp>
 #include <foundation/storage/vfs/StorageSystem.hpp>
 
 namespace foundation::storage::vfs {
@@ -24,5 +25,21 @@ int exists(const AbsoluteIRI& location, const StorageSystemReference& storage);
 // PermissionDenied, a link that leads nowhere (dangling or looping) IOError.
 provider::ExistenceTypeExtended existsExtended(const AbsoluteIRI& location,
                                                const StorageSystemReference& storage);
+
+// existsExtended's look, without raising what it finds: a missing item, a path through a
+// file and a link that leads nowhere come back as the code existsExtended would raise, at
+// no more cost than an answer. Failures to look at all are raised as they are.
+struct ExtendedExistence {
+    provider::ExistenceTypeExtended type = provider::ExistsAsNothing;
+    int failureCode = -1; // negative: `type` is the answer
+
+    bool answered() const noexcept { return failureCode < 0; }
+};
+ExtendedExistence lookUpExtended(const AbsoluteIRI& location, const StorageSystemReference& storage);
+
+// The exception existsExtended raises where `look` has a failure, with its context; built,
+// not raised.
+Exception failureOf(const ExtendedExistence& look, const AbsoluteIRI& location,
+                    const StorageSystemReference& storage);
 
 } // namespace foundation::storage::vfs

@@ -22,33 +22,47 @@ int exists(const AbsoluteIRI& location, const StorageSystemReference& storage) {
     }
 }
 
-provider::ExistenceTypeExtended existsExtended(const AbsoluteIRI& location,
-                                               const StorageSystemReference& storage) {
-    const auto provider = storage->providerFor(location);
-    const provider::ItemStatus status = provider->probe(location);
+ExtendedExistence lookUpExtended(const AbsoluteIRI& location, const StorageSystemReference& storage) {
+    const provider::ItemStatus status = storage->providerFor(location)->probe(location);
     switch (status.type) {
     case ItemType::Nothing:
-        raise(status.missingCode, "existsExtended", provider->describe(location));
+        return {provider::ExistsAsNothing, status.missingCode};
     case ItemType::File:
-        return provider::ExistsAsFile;
+        return {provider::ExistsAsFile};
     case ItemType::Other:
-        return provider::ExistsAsOtherItem;
+        return {provider::ExistsAsOtherItem};
     case ItemType::Folder:
-        return provider::ExistsAsFolder;
+        return {provider::ExistsAsFolder};
     case ItemType::Link:
         break;
     }
     switch (status.target) {
     case ItemType::Nothing:
         // Dangling or looping alike: the link cannot be followed.
-        raise(IOError, "existsExtended", provider->describe(location));
+        return {provider::ExistsAsNothing, IOError};
     case ItemType::Folder:
-        return provider::ExistsAsLinkToFolder;
+        return {provider::ExistsAsLinkToFolder};
     case ItemType::Link: // a provider whose links lead to links it does not follow
-        return provider::ExistsAsOtherLink;
+        return {provider::ExistsAsOtherLink};
     default:
-        return provider::ExistsAsLinkToFile;
+        return {provider::ExistsAsLinkToFile};
     }
+}
+
+Exception failureOf(const ExtendedExistence& look, const AbsoluteIRI& location,
+                    const StorageSystemReference& storage) {
+    const fl::ustring path = storage->providerFor(location)->describe(location);
+    Exception failure(look.failureCode, path);
+    failure.addContext(makeContext("existsExtended", path, look.failureCode));
+    return failure;
+}
+
+provider::ExistenceTypeExtended existsExtended(const AbsoluteIRI& location,
+                                               const StorageSystemReference& storage) {
+    const ExtendedExistence look = lookUpExtended(location, storage);
+    if (!look.answered())
+        raise(failureOf(look, location, storage));
+    return look.type;
 }
 
 } // namespace foundation::storage::vfs
