@@ -10,5 +10,6 @@ void addAbsoluteCommand(CLI::App& app);
 void addRuleCommand(CLI::App& app);
 void addPartsCommand(CLI::App& app);
 void addMkdirCommand(CLI::App& app);
+void addLinkCommand(CLI::App& app);
 
 } // namespace vexafs

@@ -38,6 +38,7 @@ int main(int argc, char** argv) {
     vexafs::addRuleCommand(app);
     vexafs::addPartsCommand(app);
     vexafs::addMkdirCommand(app);
+    vexafs::addLinkCommand(app);
     if (argc <= 1) {
         std::cout << app.help();
         return 0;
