@@ -49,6 +49,18 @@ bool endsWithSeparator(ustring_view path) {
     return !path.empty() && path.back() == separator;
 }
 
+// Where a link resolves a relative target: from the folder that holds the link.
+ustring targetSeenFromLink(const ustring& target, const ustring& link) {
+    if (detail::is_absolute(target))
+        return target;
+    ustring folder = detail::extract_parent_path(detail::make_native_form(link, true));
+    if (folder.empty())
+        return target;
+    if (!endsWithSeparator(folder))
+        folder += separator;
+    return folder + target;
+}
+
 } // namespace
 
 FsysExceptionBase::FsysExceptionBase(int error, ustring path)
@@ -128,6 +140,31 @@ file_status status(const ustring& path) {
 
 file_status symlink_status(const ustring& path) {
     return file_status(statOrThrow(path, false).st_mode);
+}
+
+void create_symlink(const ustring& target, const ustring& link, unsigned int type) {
+    const std::string nativeTarget = detail::to_native(target);
+    const std::string nativeLink = detail::to_native(link);
+    if (type == file_status::file_type_auto) {
+        try {
+            // "" would be looked up as the link's folder itself; as a target it names nothing.
+            if (target.empty())
+                detail::throwErrno(ENOENT, target);
+            statOrThrow(targetSeenFromLink(target, link), true);
+        } catch (const FsysExceptionBase&) {
+            // A taken link path cannot be fixed by any target, so it is what the caller
+            // hears about: a script run again is told its link is there, not that the
+            // target has gone since.
+            struct stat st {};
+            if (::lstat(nativeLink.c_str(), &st) == 0)
+                detail::throwErrno(EEXIST, link);
+            throw;
+        }
+    } else if (type != file_status::regular_file && type != file_status::directory_file) {
+        detail::throwErrno(EINVAL, link);
+    }
+    if (::symlink(nativeTarget.c_str(), nativeLink.c_str()) != 0)
+        detail::throwErrno(errno, link);
 }
 
 ustring get_current_path() {

@@ -122,6 +122,91 @@ TEST(FileStatus, UnsearchableFolderIsAccessDenied) {
               0);
 }
 
+// What a link holds, as written; "" when the path is no link.
+std::string heldBy(const std::string& link) {
+    char text[PATH_MAX];
+    const ssize_t n = ::readlink(link.c_str(), text, sizeof text);
+    return n < 0 ? "" : std::string(text, static_cast<std::size_t>(n));
+}
+
+// A link is made with its target text unchanged, or not at all. With the auto type the target
+// must be there as the link will see it, from the link's folder.
+TEST(CreateSymlink, MadeOnlyToAReachableTargetAtAFreePath) {
+    TempDir dir;
+    dir.makeFolders({"folder", "links", "cwd"});
+    dir.makeFile("file");
+    dir.makeFile("links/only-here");
+    dir.makeFile("cwd/only-in-cwd");
+    dir.makeFile("links/taken");
+    dir.makeLink("nowhere", "links/dangling");
+    dir.makeLink("loop", "links/loop");
+    CurrentFolder inside(dir / "cwd");
+    const std::string file = dir / "file", links = dir / "links";
+    constexpr unsigned autoType = fs::file_status::file_type_auto;
+    const std::tuple<std::string, std::string, unsigned, std::string, std::string> cases[] = {
+        // target, link, type, thrown, what the link path holds afterwards
+        {file, links + "/to-file", autoType, "", file},
+        {dir / "folder", links + "/to-folder", autoType, "", dir / "folder"},
+        {"only-here", links + "/near", autoType, "", "only-here"},
+        {"only-here", "../links/near-from-cwd", autoType, "", "only-here"},
+        {"../folder/./../file", links + "/dots", autoType, "", "../folder/./../file"},
+        {"only-in-cwd", links + "/far", autoType, "PathNotFound 2", ""},
+        {dir / "missing", links + "/missing", autoType, "PathNotFound 2", ""},
+        {"dangling", links + "/to-dangling", autoType, "PathNotFound 2", ""},
+        {file + "/below", links + "/below", autoType, "PathNotFound 20", ""},
+        {"", links + "/empty", autoType, "PathNotFound 2", ""},
+        {file, dir / "no-folder/link", autoType, "PathNotFound 2", ""},
+        {"loop", links + "/to-loop", autoType, "SystemError 40", ""},
+        {file, links + "/taken", autoType, "FileExistsError 17", ""},
+        {file, links + "/dangling", autoType, "FileExistsError 17", "nowhere"},
+        // The taken link path wins over the missing target.
+        {dir / "missing", links + "/dangling", autoType, "FileExistsError 17", "nowhere"},
+        {file, links + "/" + std::string(256, 'n'), autoType, "FileNameTooLarge 36", ""},
+        {file + "\0x"s, links + "/nul-target", autoType, "SystemError 22", ""},
+        {file, links + "/nul\0x"s, autoType, "SystemError 22", ""},
+        // A type given by the caller is taken as it is: nothing is looked up.
+        {"nowhere", links + "/typed", fs::file_status::regular_file, "", "nowhere"},
+        {file, links + "/odd-type", fs::file_status::fifo_file, "SystemError 22", ""},
+    };
+    for (const auto& [target, link, type, error, held] : cases) {
+        EXPECT_EQ(thrown([&] { fs::create_symlink(u(target), u(link), type); }), error) << link;
+        EXPECT_EQ(heldBy(link[0] == '/' ? link : dir / ("cwd/" + link)), held) << link;
+    }
+    try {
+        fs::create_symlink(u"only-in-cwd", u(links + "/far"), autoType);
+    } catch (const fs::PathNotFound& error) {
+        EXPECT_EQ(error.path(), u(links + "/only-in-cwd")); // where it was looked for
+    }
+}
+
+// Only an unprivileged user is refused: a folder it may not write for the link, and a target
+// it may not look up (whose kind it cannot find out).
+TEST(CreateSymlink, RefusedPermissionIsAccessDenied) {
+    TempDir dir;
+    ASSERT_EQ(::chmod(dir.path().c_str(), 0755), 0);
+    ASSERT_EQ(::mkdir((dir / "locked").c_str(), 0555), 0);
+    ASSERT_EQ(::mkdir((dir / "private").c_str(), 0700), 0);
+    dir.makeFile("file");
+    dir.makeFile("private/file");
+    const std::pair<std::string, std::string> cases[] = {
+        {dir / "file", dir / "locked/link"},
+        {dir / "private/file", dir / "link"},
+    };
+    for (const auto& [target, link] : cases) {
+        EXPECT_EQ(vexa::testing::runAsUnprivileged([&] {
+                      return thrown([&] {
+                                 fs::create_symlink(u(target), u(link),
+                                                    fs::file_status::file_type_auto);
+                             }) == "AccessDenied 13"
+                                 ? 0
+                                 : 1;
+                  }),
+                  0)
+            << link;
+        EXPECT_EQ(heldBy(link), "") << link;
+    }
+}
+
 TEST(NativePathText, NativeFormParentAndFileName) {
     const std::tuple<fl::ustring, fl::ustring, fl::ustring, fl::ustring> cases[] = {
         // path, make_native_form(path, true), then its parent and file name

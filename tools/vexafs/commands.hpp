@@ -13,5 +13,6 @@ void addMkdirCommand(CLI::App& app);
 void addExistCommand(CLI::App& app);
 void addMkparentCommand(CLI::App& app);
 void addContentTypeCommand(CLI::App& app);
+void addLinkCommand(CLI::App& app);
 
 } // namespace vexafs

@@ -64,6 +64,7 @@ int main(int argc, char** argv) {
     vexafs::addExistCommand(app);
     vexafs::addMkparentCommand(app);
     vexafs::addContentTypeCommand(app);
+    vexafs::addLinkCommand(app);
     if (argc <= 1) {
         std::cout << app.help();
         return 0;

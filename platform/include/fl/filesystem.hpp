@@ -61,6 +61,8 @@ public:
     static constexpr std::uint32_t character_file = S_IFCHR;
     static constexpr std::uint32_t fifo_file = S_IFIFO;
     static constexpr std::uint32_t socket_file = S_IFSOCK;
+    // Not a type an item has: asks create_symlink to find the type from the target.
+    static constexpr std::uint32_t file_type_auto = 0;
 
     constexpr file_status() = default;
     constexpr explicit file_status(std::uint32_t mode) : mode_(mode) {}
@@ -79,6 +81,17 @@ file_status status(const ustring& path);
 
 // The status of the path itself, without following a final link (lstat).
 file_status symlink_status(const ustring& path);
+
+// --- links -----------------------------------------------------------------------------
+// Makes `link` a symbolic link holding `target` as written. `type` is the kind of item the
+// target is, regular_file or directory_file, or file_type_auto to find it out: the target is
+// then looked up where the link will resolve it (a relative target from the link's folder),
+// and one that is not there (or an empty target) throws PathNotFound naming the place looked
+// up; a target that cannot be looked up for another reason throws that failure. An item that
+// already stands at `link` wins over any failure of the target: FileExistsError. Linux links
+// have no type, so a type given by the caller is not checked against the target; any other
+// value of `type` is SystemError(EINVAL).
+void create_symlink(const ustring& target, const ustring& link, unsigned int type);
 
 // --- native paths ------------------------------------------------------------------------
 struct upath_constant {

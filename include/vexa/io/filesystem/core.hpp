@@ -34,3 +34,4 @@
 #include <vexa/io/filesystem/core/path_predicates.hpp>
 #include <vexa/io/filesystem/core/replacement_rules.hpp>
 #include <vexa/io/filesystem/core/result_handler.hpp>
+#include <vexa/io/filesystem/core/symbolic_links.hpp>
