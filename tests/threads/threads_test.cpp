@@ -1,16 +1,21 @@
 // Behaviour that depends on several threads. These tests also run under ThreadSanitizer
 // (label "threads").
 
+#include <vexa/io/filesystem/core/existence.hpp>
 #include <vexa/io/filesystem/core/file_manipulator.hpp>
 #include <vexa/io/filesystem/core/log.hpp>
 #include <vexa/io/filesystem/core/result_handler.hpp>
 
+#include <Quarrow/VexaStorageSystem.hpp>
+#include <fl/i18n.hpp>
+#include <foundation/storage/vfs/AbsoluteIRI.hpp>
 #include <foundation/storage/vfs/Exception.hpp>
 #include <host/HostArray.hpp>
 #include <virtualfileio/ExceptionContextHandler.hpp>
 
 #include "HostState.hpp"
 #include "Operations.hpp"
+#include "TempDir.hpp"
 #include "Threads.hpp"
 
 #include <gtest/gtest.h>
@@ -103,6 +108,38 @@ TEST(Threads, NotificationsFromManyThreadsAreAllCounted) {
     EXPECT_EQ(manager->GetNotificationCount(), static_cast<std::size_t>(threadCount));
     for (const auto& entry : manager->GetEntries())
         EXPECT_EQ(entry.notifications, static_cast<std::size_t>(threadCount));
+}
+
+} // namespace
+
+namespace {
+
+// Queries on many threads while the host's storage system is replaced and given providers:
+// every query sees one whole system, old or new, and the answers do not change.
+TEST(Threads, StorageQueriesWhileTheStorageSystemChanges) {
+    const vexa::testing::TempDir dir;
+    dir.makeFile("file");
+    dir.makeLink("missing", "dangling");
+    const vfs::AbsoluteIRI file(fl::i18n::to_ustring(dir / "file"));
+    const vfs::AbsoluteIRI dangling(fl::i18n::to_ustring(dir / "dangling"));
+    const auto original = Quarrow::VexaStorageSystem::GetStorageSystemReference();
+    std::atomic<int> wrong = 0;
+    onThreads([&](int i) {
+        for (int round = 0; round < 50; ++round) {
+            if (i == 0) {
+                auto system = std::make_shared<vfs::StorageSystem>();
+                system->addProvider(original->findProvider("file"));
+                Quarrow::VexaStorageSystem::SetStorageSystemReference(
+                    vfs::StorageSystemReference(system));
+                system->addProvider(original->findProvider("file"));
+                continue;
+            }
+            wrong += core::getExtendedExistenceType(file, false) != 0;
+            wrong += core::getExtendedExistenceType(dangling, true) != 3;
+        }
+    });
+    Quarrow::VexaStorageSystem::SetStorageSystemReference(original);
+    EXPECT_EQ(wrong, 0);
 }
 
 } // namespace
