@@ -15,7 +15,7 @@ execute_process(COMMAND ${CMAKE_COMMAND} --build ${WORK_DIR}/build RESULT_VARIAB
 if(rc)
     message(FATAL_ERROR "building the consumer failed")
 endif()
-execute_process(COMMAND ${WORK_DIR}/build/consumer RESULT_VARIABLE rc OUTPUT_VARIABLE out)
+execute_process(COMMAND ${WORK_DIR}/build/consumer ${WORK_DIR} RESULT_VARIABLE rc OUTPUT_VARIABLE out)
 message(STATUS "consumer printed: ${out}")
 if(rc)
     message(FATAL_ERROR "the consumer failed")
