@@ -14,6 +14,7 @@
 #include <cerrno>
 #include <iostream>
 #include <memory>
+#include <optional>
 
 namespace vexafs {
 namespace core = vexa::io::filesystem::core;
@@ -42,23 +43,23 @@ public:
     }
 
     void Execute() override {
-        const auto& current = EngineDispatcher::getDispatcher().GetCurrentWorkingFolder();
         const auto storage = Quarrow::VexaStorageSystem::GetStorageSystemReference();
+        std::optional<vfs::AbsoluteIRI> location;
         try {
-            const vfs::AbsoluteIRI location = current.absolutize(folder_);
-            try {
-                // A folder that is there is what was asked for: nothing made, nothing to tell.
-                if (vfs::exists(location, storage) == vfs::ExistsAsFolder)
-                    return;
-                vfs::Folder(location, storage).createFolderRecursive();
-            } catch (const vfs::Exception& error) {
-                recordFailure(error, storage->providerFor(location)->describe(location));
-                return;
-            }
+            location = EngineDispatcher::getDispatcher().GetCurrentWorkingFolder().absolutize(folder_);
         } catch (const Quarrow::current_working_folder::FailedToAbsolutizeException&) {
             // Text no path can hold (a U+0000): the system's word for it.
             errno = EINVAL;
             SetErrorStatus("FileManip", "mkdir");
+            return;
+        }
+        try {
+            // A folder that is there is what was asked for: nothing made, nothing to tell.
+            if (vfs::exists(*location, storage) == vfs::ExistsAsFolder)
+                return;
+            vfs::Folder(*location, storage).createFolderRecursive();
+        } catch (const vfs::Exception& error) {
+            recordFailure(error, storage->describe(*location));
             return;
         }
         MarkDirOutOfDate(folder_);

@@ -26,6 +26,10 @@ public:
     // The provider for the location's scheme; UnsupportedOperation when there is none.
     std::shared_ptr<const provider::StorageProvider> providerFor(const AbsoluteIRI& location) const;
 
+    // How messages name the location: its provider's way, or its IRI text when no provider
+    // serves its scheme.
+    fl::ustring describe(const AbsoluteIRI& location) const;
+
     // The schemes with a provider, in lower case and in the order they were first served.
     std::vector<std::string> schemes() const;
 

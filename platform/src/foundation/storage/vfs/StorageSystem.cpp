@@ -6,6 +6,15 @@
 #include <mutex>
 
 namespace foundation::storage::vfs {
+namespace {
+
+// Read off the IRI's own text, which is lower case already: no copy.
+std::string_view schemeOf(const AbsoluteIRI& location) {
+    const std::string_view text = location.toIRI().uriText();
+    return text.substr(0, text.find(':'));
+}
+
+} // namespace
 
 void StorageSystem::addProvider(std::shared_ptr<const provider::StorageProvider> provider) {
     const std::vector<std::string> served = provider->schemes();
@@ -31,12 +40,15 @@ StorageSystem::findProvider(std::string_view scheme) const {
 
 std::shared_ptr<const provider::StorageProvider>
 StorageSystem::providerFor(const AbsoluteIRI& location) const {
-    // The scheme is read off the IRI's own text, which is lower case already: no copy.
-    const std::string_view text = location.toIRI().uriText();
-    auto provider = findProvider(text.substr(0, text.find(':')));
+    auto provider = findProvider(schemeOf(location));
     if (!provider)
         raise(UnsupportedOperation, "find provider", location.toString());
     return provider;
+}
+
+fl::ustring StorageSystem::describe(const AbsoluteIRI& location) const {
+    const auto provider = findProvider(schemeOf(location));
+    return provider ? provider->describe(location) : location.toString();
 }
 
 std::vector<std::string> StorageSystem::schemes() const {
