@@ -1,10 +1,10 @@
 #include <vexa/io/filesystem/core/file_manipulator.hpp>
 
+#include <fl/errno_text.hpp>
 #include <foundation/storage/vfs/Exception.hpp>
 #include <virtualfileio/ExceptionContextHandler.hpp>
 
 #include <cerrno>
-#include <cstring>
 
 namespace vexa::io::filesystem::core {
 
@@ -33,9 +33,8 @@ void FileManipulator::SetErrorStatus(const char* component, const char* name) no
         std::string("VEXA:") + component + ":" + name;
     if (error != 0) {
         status_.systemError = error;
-        const char* text = ::strerrordesc_np(error);
         record(boost::copy_exception(foundation::core::except::Exception<VEXA::FileManip::OSError>(
-            VEXA::FileManip::OSError(text ? text : ""))));
+            VEXA::FileManip::OSError(fl::errnoText(error)))));
     } else {
         record(boost::copy_exception(
             foundation::core::except::Exception<VEXA::FileManip::UnknownError>(

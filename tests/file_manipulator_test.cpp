@@ -5,6 +5,7 @@
 #include <virtualfileio/ExceptionContextHandler.hpp>
 
 #include "Operations.hpp"
+#include "Raised.hpp"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -21,6 +22,8 @@ namespace vfs = foundation::storage::vfs;
 using ::testing::HasSubstr;
 using vexa::testing::NoOperation;
 using vexa::testing::PrefixedOperation;
+using vexa::testing::Raised;
+using vexa::testing::raisedBy;
 using virtualfileio::ExceptionContextHandler;
 
 std::string idOf(const core::Status& status) {
@@ -67,20 +70,31 @@ TEST(FileManipulator, VfsErrorCodesGiveTheirIdentifiers) {
     }
 }
 
-// errno as the system's text; no errno at all is an unknown error that keeps the last one.
+// errno as the C library's text, a number without a name included; no errno at all is an
+// unknown error that keeps the errno recorded before it.
 TEST(FileManipulator, SetErrorStatusRecordsErrno) {
-    NoOperation operation;
-    errno = ENOSPC;
-    operation.SetErrorStatus("FileManip", "write");
-    EXPECT_EQ(operation.GetStatus().code, 2);
-    EXPECT_EQ(operation.GetStatus().systemError, ENOSPC);
-    EXPECT_EQ(idOf(operation.GetStatus()), "VEXA:FileManip:OSError");
-    EXPECT_THAT(textOf(operation.GetStatus()), HasSubstr("No space left on device"));
-    errno = 0;
-    operation.SetErrorStatus("FileManip", "write");
-    EXPECT_EQ(idOf(operation.GetStatus()), "VEXA:FileManip:UnknownError");
-    EXPECT_EQ(operation.GetStatus().systemError, ENOSPC);
-    EXPECT_EQ(operation.GetStatus().code, 2);
+    struct Case {
+        int error;
+        std::int32_t systemError;
+        Raised recorded;
+    };
+    const std::string osError = "VEXA:FileManip:OSError";
+    const Case cases[] = {
+        {ENOSPC, ENOSPC, {osError, {std::string("No space left on device")}}},
+        {4095, 4095, {osError, {std::string("Unknown error 4095")}}},
+        {-3, -3, {osError, {std::string("Unknown error -3")}}},
+        {0, -3, {"VEXA:FileManip:UnknownError", {}}},
+    };
+    NoOperation operation; // one for all: errno 0 keeps what the case before recorded
+    for (const auto& c : cases) {
+        errno = c.error;
+        operation.SetErrorStatus("FileManip", "write");
+        const core::Status status = operation.GetStatus();
+        EXPECT_EQ(status.code, 2) << c.error;
+        EXPECT_EQ(status.systemError, c.systemError) << c.error;
+        EXPECT_EQ(raisedBy([&] { boost::rethrow_exception(status.exception); }), c.recorded)
+            << c.error;
+    }
 }
 
 TEST(FileManipulator, LastRecordedErrorWins) {

@@ -1,12 +1,12 @@
 #include <fl/filesystem.hpp>
 
+#include <fl/errno_text.hpp>
 #include <fl/i18n.hpp>
 
 #include "text_rules.hpp"
 
 #include <cerrno>
 #include <cstdlib>
-#include <cstring>
 #include <memory>
 
 #include <unistd.h>
@@ -15,9 +15,7 @@ namespace fl::filesystem {
 namespace {
 
 std::string describe(int error, const ustring& path) {
-    // strerrordesc_np is thread-safe and independent of the locale.
-    const char* text = ::strerrordesc_np(error);
-    std::string what = text ? text : "Unknown error " + std::to_string(error);
+    std::string what = fl::errnoText(error);
     what += ": ";
     what += fl::i18n::to_string(path);
     return what;
