@@ -33,8 +33,10 @@ public:
     }
 
     vfs::AbsoluteIRI absolutize(const fl::ustring& text) const override {
+        // An empty text is the current folder itself: it is the folder part of a bare name
+        // ("*.m" lies in ""), so a pattern in the current folder still names its folder.
         if (text.empty())
-            throw FailedToAbsolutizeException(text, "an empty text names no location");
+            return vfs::AbsoluteIRI(getPath());
         try {
             // IRI text and absolute paths stand as they are; anything else is a relative
             // native path, joined to the current folder as written.
