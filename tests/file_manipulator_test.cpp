@@ -34,9 +34,7 @@ std::string textOf(const core::Status& status) {
     return fl::i18n::to_string(core::detail::GetUnicodeMessageTxt(status.exception));
 }
 
-// Every storage error code, the table's two ends and what lies beyond them. The library
-// maps codes to its tags, the storage layer maps them to message names for its pending
-// contexts: both must give the same identifier. A pending context is reported once.
+// Every storage error code, the table's two ends and what lies beyond them.
 TEST(FileManipulator, VfsErrorCodesGiveTheirIdentifiers) {
     // The names of codes -1 to 12.
     const char* const byCode[] = {
@@ -56,17 +54,6 @@ TEST(FileManipulator, VfsErrorCodesGiveTheirIdentifiers) {
         EXPECT_EQ(recorded.GetStatus().code, 2) << code;
         EXPECT_EQ(idOf(recorded.GetStatus()), expected) << code;
         EXPECT_THAT(textOf(recorded.GetStatus()), HasSubstr(fl::i18n::to_string(path))) << code;
-
-        NoOperation pending;
-        ExceptionContextHandler::SetPendingContext(vfs::makeContext("test", u"/p", code));
-        EXPECT_TRUE(pending.SetErrorExceptionContext(path, u""));
-        EXPECT_EQ(idOf(pending.GetStatus()), expected) << code;
-        EXPECT_THAT(textOf(pending.GetStatus()), HasSubstr(fl::i18n::to_string(path))) << code;
-        // Nothing is pending any more: the call answers false, drops the recorded exception
-        // and leaves the code as it was.
-        EXPECT_FALSE(pending.SetErrorExceptionContext(path, u""));
-        EXPECT_EQ(pending.GetStatus().code, 2);
-        EXPECT_FALSE(pending.GetStatus().exception);
     }
 }
 
@@ -133,20 +120,27 @@ TEST(FileManipulator, PathLimitIsInclusive) {
     EXPECT_FALSE(operation.CheckStringForPathMax(astral + u"a", 4352));
 }
 
-// An operation's own prefix reaches the exception context but never the identifiers.
+// An operation's own prefix reaches the exception context but never the identifiers. A
+// pending context names the caller's path, and is reported once.
 TEST(FileManipulator, OperationPrefixNeverRenamesIdentifiers) {
     PrefixedOperation operation;
     operation.CheckStringForPathMax(u"abc", 2);
     EXPECT_EQ(idOf(operation.GetStatus()), "VEXA:FILE:PATHMAX");
 
     ExceptionContextHandler::SetPendingContext(
-        vfs::makeContext("remove", u"/p", vfs::FolderNotEmpty));
+        vfs::makeContext("remove", u"/provider/p", vfs::FolderNotEmpty));
     ASSERT_TRUE(operation.SetErrorExceptionContext(u"/p", u"/q"));
     const core::Status status = operation.GetStatus();
     EXPECT_EQ(idOf(status), "VEXA:virtualfilesystem:folderNotEmpty");
+    EXPECT_THAT(textOf(status), HasSubstr("'/p'"));
     const std::string details = boost::diagnostic_information(status.exception);
     EXPECT_THAT(details, HasSubstr("VEXA:MKDIR"));
     EXPECT_THAT(details, HasSubstr("/q"));
+    // Nothing is pending any more: the call answers false, drops the recorded exception and
+    // leaves the code as it was.
+    EXPECT_FALSE(operation.SetErrorExceptionContext(u"/p", u""));
+    EXPECT_EQ(operation.GetStatus().code, 2);
+    EXPECT_FALSE(operation.GetStatus().exception);
 }
 
 } // namespace
