@@ -3,6 +3,7 @@
 #include <fl/errno_text.hpp>
 #include <fl/i18n.hpp>
 
+#include "errno_rules.hpp"
 #include "text_rules.hpp"
 
 #include <cerrno>
@@ -94,20 +95,20 @@ ustring extract_filename(ustring_view path) {
 }
 
 void throwErrno(int error, const ustring& path) {
-    switch (error) {
-    case EEXIST:
+    using errno_rules::FsysKind;
+    switch (errno_rules::rowFor(error).fsys) {
+    case FsysKind::FileExists:
         throw FileExistsError(error, path);
-    case ENAMETOOLONG:
+    case FsysKind::FileNameTooLarge:
         throw FileNameTooLarge(error, path);
-    case EACCES:
-    case EPERM:
+    case FsysKind::AccessDenied:
         throw AccessDenied(error, path);
-    case ENOENT:
-    case ENOTDIR:
+    case FsysKind::PathNotFound:
         throw PathNotFound(error, path);
-    default:
-        throw SystemError(error, path);
+    case FsysKind::SystemError:
+        break;
     }
+    throw SystemError(error, path);
 }
 
 } // namespace detail
