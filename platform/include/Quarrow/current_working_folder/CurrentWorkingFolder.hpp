@@ -44,8 +44,4 @@ public:
 // The host's current-folder service.
 ICurrentWorkingFolder& GetCurrentWorkingFolder();
 
-// Whether `text` starts with "scheme://" (a scheme being a letter followed by letters,
-// digits, "+", "-" or "."; a single letter, a drive, is not one).
-bool startsWithScheme(fl::ustring_view text) noexcept;
-
 } // namespace Quarrow::current_working_folder
