@@ -1,14 +1,30 @@
 #include <vexa/io/filesystem/core/file_manipulator.hpp>
 
+#include <fl/errno_text.hpp>
 #include <foundation/storage/vfs/Exception.hpp>
 #include <virtualfileio/ExceptionContextHandler.hpp>
 
 #include <cerrno>
-#include <cstring>
+#include <string_view>
+#include <tuple>
+#include <type_traits>
 
 namespace vexa::io::filesystem::core {
 
 namespace vfsErrors = VEXA::virtualfilesystem;
+
+namespace {
+
+// Records, naming `path`, the tag among `Tags` whose name is `name`; false when none is.
+template <class... Tags>
+bool recordTagNamed(FileManipulator& operation, std::string_view name, const std::u16string& path,
+                    std::type_identity<std::tuple<Tags...>>) noexcept {
+    return (
+        (name == Tags::tagName && (operation.SetErrorMsgAndId(Tags::tagName, Tags(path)), true)) ||
+        ...);
+}
+
+} // namespace
 
 FileManipulator::~FileManipulator() = default;
 
@@ -33,9 +49,8 @@ void FileManipulator::SetErrorStatus(const char* component, const char* name) no
         std::string("VEXA:") + component + ":" + name;
     if (error != 0) {
         status_.systemError = error;
-        const char* text = ::strerrordesc_np(error);
         record(boost::copy_exception(foundation::core::except::Exception<VEXA::FileManip::OSError>(
-            VEXA::FileManip::OSError(text ? text : ""))));
+            VEXA::FileManip::OSError(fl::errnoText(error)))));
     } else {
         record(boost::copy_exception(
             foundation::core::except::Exception<VEXA::FileManip::UnknownError>(
@@ -46,34 +61,12 @@ void FileManipulator::SetErrorStatus(const char* component, const char* name) no
 
 void FileManipulator::SetVFSErrorStatus(const foundation::storage::vfs::Exception& error,
                                         const std::u16string& path) noexcept {
-    // Compared unsigned: a negative code is as unknown as one above the table.
-    switch (static_cast<std::uint32_t>(error.getErrorCode())) {
-    case 0:
-        return SetErrorMsgAndId("folderNotEmpty", vfsErrors::folderNotEmpty(path));
-    case 1:
-    case 4: // a path through a file: to the user, the item is not there
-        return SetErrorMsgAndId("resourceNotFound", vfsErrors::resourceNotFound(path));
-    case 2:
-        return SetErrorMsgAndId("permissionDenied", vfsErrors::permissionDenied(path));
-    case 3:
-        return SetErrorMsgAndId("resourceAlreadyExists", vfsErrors::resourceAlreadyExists(path));
-    case 5:
-        return SetErrorMsgAndId("readOnlyProvider", vfsErrors::readOnlyProvider(path));
-    case 6:
-        return SetErrorMsgAndId("fileTooLarge", vfsErrors::fileTooLarge(path));
-    case 7:
-        return SetErrorMsgAndId("resourceInUse", vfsErrors::resourceInUse(path));
-    case 8:
-        return SetErrorMsgAndId("noSpaceLeft", vfsErrors::noSpaceLeft(path));
-    case 9:
-        return SetErrorMsgAndId("ioError", vfsErrors::ioError(path));
-    case 10:
-        return SetErrorMsgAndId("internalError", vfsErrors::internalError(path));
-    case 11:
-        return SetErrorMsgAndId("unsupportedOperation", vfsErrors::unsupportedOperation(path));
-    default:
-        return SetErrorMsgAndId("unknownError", vfsErrors::unknownError(path));
-    }
+    // The storage layer names the message of each code (a negative code or one beyond its
+    // table is "unknownError"); the library records the tag of that name. A name it has no
+    // tag for is still a failure, never nothing recorded.
+    const std::string_view name = foundation::storage::vfs::errorMessageName(error.getErrorCode());
+    if (!recordTagNamed(*this, name, path, std::type_identity<vfsErrors::Tags>()))
+        SetErrorMsgAndId(vfsErrors::unknownError::tagName, vfsErrors::unknownError(path));
 }
 
 bool FileManipulator::CheckStringForPathMax(const std::u16string& path,

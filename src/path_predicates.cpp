@@ -3,6 +3,7 @@
 #include "path_constants.hpp"
 #include "url_parsing.hpp"
 
+#include <fl/ascii.hpp>
 #include <fl/filesystem.hpp>
 #include <foundation/storage/utility/url.hpp>
 
@@ -15,31 +16,13 @@ bool startsWith(fl::ustring_view text, fl::ustring_view prefix) {
     return text.substr(0, prefix.size()) == prefix;
 }
 
-char16_t asciiLower(char16_t c) {
-    return c >= u'A' && c <= u'Z' ? static_cast<char16_t>(c + (u'a' - u'A')) : c;
-}
-
-// `lowerPrefix` must already be lower case.
-bool startsWithIgnoringAsciiCase(fl::ustring_view text, fl::ustring_view lowerPrefix) {
-    if (text.size() < lowerPrefix.size())
-        return false;
-    for (std::size_t i = 0; i < lowerPrefix.size(); ++i)
-        if (asciiLower(text[i]) != lowerPrefix[i])
-            return false;
-    return true;
-}
-
-bool isAsciiLetter(char16_t c) {
-    return (c >= u'A' && c <= u'Z') || (c >= u'a' && c <= u'z');
-}
-
 } // namespace
 
 void makeLowerCase(fl::ustring& text) {
     // ASCII only, whatever the process locale: every case-insensitive comparison of the
     // path and rule functions must answer the same on every host.
     for (char16_t& c : text)
-        c = asciiLower(c);
+        c = fl::ascii::toLower(c);
 }
 
 bool isUNCPath(const fl::ustring& path) {
@@ -56,7 +39,7 @@ bool getIsAbsolute(const fl::ustring& path, bool isURL, FileSystemType type) {
     if (type == FileSystemType::Windows) {
         // Only the last colon counts: "C:\a:b" is not taken for a drive path.
         const std::size_t colon = path.rfind(u':');
-        if (colon == 1 && isAsciiLetter(path[0]))
+        if (colon == 1 && fl::ascii::isLetter(path[0]))
             return true;
         return isUNCPath(path) || isLongPath(path);
     }
@@ -66,8 +49,8 @@ bool getIsAbsolute(const fl::ustring& path, bool isURL, FileSystemType type) {
 bool hasHttpPrefix(const fl::ustring& path) {
     // Compared in place rather than on a lower-cased copy: this runs on every path a
     // built-in is given.
-    return startsWithIgnoringAsciiCase(path, httpPrefix) ||
-           startsWithIgnoringAsciiCase(path, httpsPrefix);
+    return fl::ascii::startsWithIgnoringCase(path, httpPrefix) ||
+           fl::ascii::startsWithIgnoringCase(path, httpsPrefix);
 }
 
 fl::ustring getExtension(const fl::ustring& path) {

@@ -5,6 +5,7 @@
 #include <virtualfileio/ExceptionContextHandler.hpp>
 
 #include "Operations.hpp"
+#include "Raised.hpp"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -21,6 +22,8 @@ namespace vfs = foundation::storage::vfs;
 using ::testing::HasSubstr;
 using vexa::testing::NoOperation;
 using vexa::testing::PrefixedOperation;
+using vexa::testing::Raised;
+using vexa::testing::raisedBy;
 using virtualfileio::ExceptionContextHandler;
 
 std::string idOf(const core::Status& status) {
@@ -31,9 +34,7 @@ std::string textOf(const core::Status& status) {
     return fl::i18n::to_string(core::detail::GetUnicodeMessageTxt(status.exception));
 }
 
-// Every storage error code, the table's two ends and what lies beyond them. The library
-// maps codes to its tags, the storage layer maps them to message names for its pending
-// contexts: both must give the same identifier. A pending context is reported once.
+// Every storage error code, the table's two ends and what lies beyond them.
 TEST(FileManipulator, VfsErrorCodesGiveTheirIdentifiers) {
     // The names of codes -1 to 12.
     const char* const byCode[] = {
@@ -53,34 +54,34 @@ TEST(FileManipulator, VfsErrorCodesGiveTheirIdentifiers) {
         EXPECT_EQ(recorded.GetStatus().code, 2) << code;
         EXPECT_EQ(idOf(recorded.GetStatus()), expected) << code;
         EXPECT_THAT(textOf(recorded.GetStatus()), HasSubstr(fl::i18n::to_string(path))) << code;
-
-        NoOperation pending;
-        ExceptionContextHandler::SetPendingContext(vfs::makeContext("test", u"/p", code));
-        EXPECT_TRUE(pending.SetErrorExceptionContext(path, u""));
-        EXPECT_EQ(idOf(pending.GetStatus()), expected) << code;
-        EXPECT_THAT(textOf(pending.GetStatus()), HasSubstr(fl::i18n::to_string(path))) << code;
-        // Nothing is pending any more: the call answers false, drops the recorded exception
-        // and leaves the code as it was.
-        EXPECT_FALSE(pending.SetErrorExceptionContext(path, u""));
-        EXPECT_EQ(pending.GetStatus().code, 2);
-        EXPECT_FALSE(pending.GetStatus().exception);
     }
 }
 
-// errno as the system's text; no errno at all is an unknown error that keeps the last one.
+// errno as the C library's text, a number without a name included; no errno at all is an
+// unknown error that keeps the errno recorded before it.
 TEST(FileManipulator, SetErrorStatusRecordsErrno) {
-    NoOperation operation;
-    errno = ENOSPC;
-    operation.SetErrorStatus("FileManip", "write");
-    EXPECT_EQ(operation.GetStatus().code, 2);
-    EXPECT_EQ(operation.GetStatus().systemError, ENOSPC);
-    EXPECT_EQ(idOf(operation.GetStatus()), "VEXA:FileManip:OSError");
-    EXPECT_THAT(textOf(operation.GetStatus()), HasSubstr("No space left on device"));
-    errno = 0;
-    operation.SetErrorStatus("FileManip", "write");
-    EXPECT_EQ(idOf(operation.GetStatus()), "VEXA:FileManip:UnknownError");
-    EXPECT_EQ(operation.GetStatus().systemError, ENOSPC);
-    EXPECT_EQ(operation.GetStatus().code, 2);
+    struct Case {
+        int error;
+        std::int32_t systemError;
+        Raised recorded;
+    };
+    const std::string osError = "VEXA:FileManip:OSError";
+    const Case cases[] = {
+        {ENOSPC, ENOSPC, {osError, {std::string("No space left on device")}}},
+        {4095, 4095, {osError, {std::string("Unknown error 4095")}}},
+        {-3, -3, {osError, {std::string("Unknown error -3")}}},
+        {0, -3, {"VEXA:FileManip:UnknownError", {}}},
+    };
+    NoOperation operation; // one for all: errno 0 keeps what the case before recorded
+    for (const auto& c : cases) {
+        errno = c.error;
+        operation.SetErrorStatus("FileManip", "write");
+        const core::Status status = operation.GetStatus();
+        EXPECT_EQ(status.code, 2) << c.error;
+        EXPECT_EQ(status.systemError, c.systemError) << c.error;
+        EXPECT_EQ(raisedBy([&] { boost::rethrow_exception(status.exception); }), c.recorded)
+            << c.error;
+    }
 }
 
 TEST(FileManipulator, LastRecordedErrorWins) {
@@ -119,20 +120,27 @@ TEST(FileManipulator, PathLimitIsInclusive) {
     EXPECT_FALSE(operation.CheckStringForPathMax(astral + u"a", 4352));
 }
 
-// An operation's own prefix reaches the exception context but never the identifiers.
+// An operation's own prefix reaches the exception context but never the identifiers. A
+// pending context names the caller's path, and is reported once.
 TEST(FileManipulator, OperationPrefixNeverRenamesIdentifiers) {
     PrefixedOperation operation;
     operation.CheckStringForPathMax(u"abc", 2);
     EXPECT_EQ(idOf(operation.GetStatus()), "VEXA:FILE:PATHMAX");
 
     ExceptionContextHandler::SetPendingContext(
-        vfs::makeContext("remove", u"/p", vfs::FolderNotEmpty));
+        vfs::makeContext("remove", u"/provider/p", vfs::FolderNotEmpty));
     ASSERT_TRUE(operation.SetErrorExceptionContext(u"/p", u"/q"));
     const core::Status status = operation.GetStatus();
     EXPECT_EQ(idOf(status), "VEXA:virtualfilesystem:folderNotEmpty");
+    EXPECT_THAT(textOf(status), HasSubstr("'/p'"));
     const std::string details = boost::diagnostic_information(status.exception);
     EXPECT_THAT(details, HasSubstr("VEXA:MKDIR"));
     EXPECT_THAT(details, HasSubstr("/q"));
+    // Nothing is pending any more: the call answers false, drops the recorded exception and
+    // leaves the code as it was.
+    EXPECT_FALSE(operation.SetErrorExceptionContext(u"/p", u""));
+    EXPECT_EQ(operation.GetStatus().code, 2);
+    EXPECT_FALSE(operation.GetStatus().exception);
 }
 
 } // namespace

@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <optional>
 
 namespace {
 
@@ -50,9 +51,9 @@ protected:
     std::optional<vexa::testing::ScopedPathManager> installed;
 };
 
-// A pattern notifies its folder and the argument is rewritten to it; a relative folder is
-// taken from the current folder; a folder over the length limit is an error; one that
-// cannot be made absolute is dropped without a word.
+// A pattern notifies its folder and the argument is rewritten to it; a relative folder (a
+// bare pattern's "" too) is taken from the current folder; a folder over the length limit
+// is an error; one that cannot be made absolute is dropped without a word.
 TEST_F(FolderNotification, EntriesAtOrAboveTheFolderAreNotified) {
     const vexa::testing::CurrentFolder inside(dir / "tools");
     RecordCapture capture("vexa::io::filesystem");
@@ -64,7 +65,7 @@ TEST_F(FolderNotification, EntriesAtOrAboveTheFolderAreNotified) {
         std::vector<std::size_t> notified; // lib, tools, library, root
         std::size_t notifications;
         std::string id;
-        std::string after = ""; // the argument afterwards, when it changed
+        std::optional<std::string> after = {}; // the argument afterwards, when it changed
     };
     const Case cases[] = {
         {dir / "lib/+pkg/sub", {1, 0, 0, 1}, 1, ""},
@@ -77,7 +78,9 @@ TEST_F(FolderNotification, EntriesAtOrAboveTheFolderAreNotified) {
         {"../lib/+pkg", {1, 0, 0, 1}, 1, ""}, // ".." leaves tools
         {longest, {1, 0, 0, 1}, 1, ""},
         {longest + "x", {0, 0, 0, 0}, 0, "VEXA:FILE:PATHMAX"},
-        {"", {0, 0, 0, 0}, 0, ""},
+        {"*.m", {0, 1, 0, 1}, 1, "", ""}, // the current folder, tools
+        {"", {0, 1, 0, 1}, 1, ""},
+        {"http://h:99999/x", {0, 0, 0, 0}, 0, ""}, // no such port: no location
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.folder.substr(0, 100));
@@ -90,7 +93,7 @@ TEST_F(FolderNotification, EntriesAtOrAboveTheFolderAreNotified) {
         EXPECT_EQ(manager->GetNotificationCount(), c.notifications);
         EXPECT_EQ(operation.GetStatus().code, c.id.empty() ? 1 : 2);
         EXPECT_EQ(core::detail::GetID(operation.GetStatus().exception), c.id);
-        EXPECT_EQ(folder, u(c.after.empty() ? c.folder : c.after));
+        EXPECT_EQ(folder, u(c.after.value_or(c.folder)));
     }
     EXPECT_TRUE(capture.records().empty());
 }

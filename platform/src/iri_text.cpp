@@ -45,15 +45,6 @@ void appendIriBytes(fl::ustring& out, const std::string& bytes) {
 
 } // namespace
 
-bool isSchemeName(fl::ustring_view text) {
-    if (text.size() < 2 || !isAsciiLetter(text[0]))
-        return false;
-    for (char16_t c : text)
-        if (!isSchemeChar(c))
-            return false;
-    return true;
-}
-
 void appendUri(std::string& out, fl::ustring_view text) {
     // Plain ASCII, nearly all of a URL, is narrowed in one tight pass over raw pointers (a
     // store through the string's own char would make every bound be read again); only what

@@ -3,6 +3,7 @@
 // Text conversions shared by the IRI layer: IRI text to URI text and back, escaping of
 // native bytes, and the lexical removal of "." and ".." segments.
 
+#include <fl/ascii.hpp>
 #include <fl/ustring.hpp>
 #include <foundation/network/IRI.hpp>
 
@@ -13,26 +14,12 @@
 
 namespace foundation::network::detail {
 
-inline bool isAsciiLetter(char32_t c) {
-    return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
-}
-inline bool isDigit(char32_t c) {
-    return c >= '0' && c <= '9';
-}
 inline bool isHexDigit(char32_t c) {
-    return isDigit(c) || (c >= 'A' && c <= 'F') || (c >= 'a' && c <= 'f');
+    return fl::ascii::isDigit(c) || (c >= 'A' && c <= 'F') || (c >= 'a' && c <= 'f');
 }
 inline bool isUnreserved(char32_t c) {
-    return isAsciiLetter(c) || isDigit(c) || c == '-' || c == '.' || c == '_' || c == '~';
-}
-inline bool isSchemeChar(char32_t c) {
-    return isAsciiLetter(c) || isDigit(c) || c == '+' || c == '-' || c == '.';
-}
-template <class Char> Char toLowerAscii(Char c) {
-    return c >= 'A' && c <= 'Z' ? static_cast<Char>(c + ('a' - 'A')) : c;
-}
-template <class Char> Char toUpperAscii(Char c) {
-    return c >= 'a' && c <= 'z' ? static_cast<Char>(c - ('a' - 'A')) : c;
+    return fl::ascii::isLetter(c) || fl::ascii::isDigit(c) || c == '-' || c == '.' || c == '_' ||
+           c == '~';
 }
 
 // Whether [p, last) starts with an escape: "%" and two hex digits.
@@ -63,19 +50,15 @@ template <class Char> void foldCase(Char* first, Char* last, bool lowerLetters, 
     for (Char* p = first; p < last; ++p) {
         if (startsEscape(p, last)) {
             if (upperEscapes) {
-                p[1] = toUpperAscii(p[1]);
-                p[2] = toUpperAscii(p[2]);
+                p[1] = fl::ascii::toUpper(p[1]);
+                p[2] = fl::ascii::toUpper(p[2]);
             }
             p += 2;
         } else if (lowerLetters) {
-            *p = toLowerAscii(*p);
+            *p = fl::ascii::toLower(*p);
         }
     }
 }
-
-// Whether `text` is a scheme name: a letter, then letters, digits, "+", "-" or ".". A single
-// letter is a drive ("C:"), never a scheme.
-bool isSchemeName(fl::ustring_view text);
 
 // IRI text to URI text: every non-ASCII code unit becomes the escapes of its UTF-8 bytes (an
 // escaped byte U+DC80..U+DCFF the escape of that byte). ASCII is copied; whether it is

@@ -1,5 +1,6 @@
 #include <fl/filesystem.hpp>
 #include <fl/i18n.hpp>
+#include <foundation/storage/vfs/Exception.hpp>
 
 #include "CurrentFolder.hpp"
 #include "TempDir.hpp"
@@ -92,20 +93,28 @@ TEST(FileStatus, RealItemsFollowedAndOwn) {
     }
 }
 
-TEST(FileStatus, ErrnoMapsToTheNamedExceptions) {
-    const std::pair<int, const char*> cases[] = {
-        {EEXIST, "FileExistsError 17"}, {ENAMETOOLONG, "FileNameTooLarge 36"},
-        {EACCES, "AccessDenied 13"},    {EPERM, "AccessDenied 1"},
-        {ENOENT, "PathNotFound 2"},     {ENOTDIR, "PathNotFound 20"},
-        {ELOOP, "SystemError 40"},      {EIO, "SystemError 5"},
+// Each errno as the native path operations throw it and as the file provider reports it.
+TEST(FileStatus, ErrnoMapsToItsExceptionAndStorageCode) {
+    const std::tuple<int, const char*, int> cases[] = {
+        {EEXIST, "FileExistsError 17", 3}, {ENAMETOOLONG, "FileNameTooLarge 36", 10},
+        {EACCES, "AccessDenied 13", 2},    {EPERM, "AccessDenied 1", 2},
+        {ENOENT, "PathNotFound 2", 1},     {ENOTDIR, "PathNotFound 20", 4},
+        {ENOTEMPTY, "SystemError 39", 0},  {EROFS, "SystemError 30", 5},
+        {EFBIG, "SystemError 27", 6},      {EBUSY, "SystemError 16", 7},
+        {ETXTBSY, "SystemError 26", 7},    {ENOSPC, "SystemError 28", 8},
+        {EDQUOT, "SystemError 122", 8},    {EIO, "SystemError 5", 9},
+        {ELOOP, "SystemError 40", 9},      {EINVAL, "SystemError 22", 10},
+        {4095, "SystemError 4095", 10},    {0, "SystemError 0", 10},
     };
-    for (const auto& [code, expected] : cases)
+    for (const auto& [code, expected, storageCode] : cases) {
         EXPECT_EQ(thrown([&] { fs::detail::throwErrno(code, u"/p"); }), expected);
+        EXPECT_EQ(foundation::storage::vfs::errorCodeFromErrno(code), storageCode) << code;
+    }
     try {
-        fs::detail::throwErrno(EIO, u"/d\u00E9/p");
+        fs::detail::throwErrno(4095, u"/d\u00E9/p");
     } catch (const fs::FsysExceptionBase& error) {
         EXPECT_EQ(error.path(), u"/d\u00E9/p");
-        EXPECT_NE(std::string(error.what()).find("/d\xC3\xA9/p"), std::string::npos);
+        EXPECT_STREQ(error.what(), "Unknown error 4095: /d\xC3\xA9/p");
     }
 }
 

@@ -31,10 +31,13 @@ TEST(CurrentFolder, Absolutize) {
         {u"notes:v2", u"file:///tmp/notes:v2"}, // nor a colon without "//"
         {u"https://example.com/a", u"https://example.com/a"},
         {u"c://x", u"file:///tmp/c://x"}, // one letter is a drive, not a scheme
+        {u"Svn+SSH.2-x://h/a", u"svn+ssh.2-x://h/a"},
+        {u"9p://x", u"file:///tmp/9p://x"}, // a scheme starts with a letter
+        {u"", u"file:///tmp"},              // the folder part of a bare name
     };
     for (const auto& c : cases)
         EXPECT_EQ(folder.absolutize(c.text).toString(), c.iri) << fl::i18n::to_string(c.text);
-    EXPECT_THROW(folder.absolutize(u""), cwf::FailedToAbsolutizeException);
+    EXPECT_THROW(folder.absolutize(u"http://h:99999/x"), cwf::FailedToAbsolutizeException);
     EXPECT_EQ(folder.getPath(), u"/tmp");
 }
 

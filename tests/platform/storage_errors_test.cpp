@@ -18,16 +18,6 @@ namespace {
 namespace vfs = foundation::storage::vfs;
 using virtualfileio::ExceptionContextHandler;
 
-TEST(StorageErrors, ErrnoMapsToItsCode) {
-    const std::pair<int, int> cases[] = {
-        {ENOTEMPTY, 0}, {ENOENT, 1}, {EACCES, 2},  {EPERM, 2},         {EEXIST, 3}, {ENOTDIR, 4},
-        {EROFS, 5},     {EFBIG, 6},  {EBUSY, 7},   {ETXTBSY, 7},       {ENOSPC, 8}, {EDQUOT, 8},
-        {EIO, 9},       {ELOOP, 9},  {EINVAL, 10}, {ENAMETOOLONG, 10}, {0, 10},
-    };
-    for (const auto& [error, code] : cases)
-        EXPECT_EQ(vfs::errorCodeFromErrno(error), code) << error;
-}
-
 // Real failures of real system calls, raised the way a provider raises them: the code, the
 // exception's context and the pending context agree.
 TEST(StorageErrors, RealFailuresLeaveTheirContextPending) {

@@ -34,16 +34,14 @@ public:
     // Makes the folder current; throws the fl::filesystem exception of the failure.
     virtual void setPath(const fl::ustring& folder) = 0;
 
-    // IRI text ("scheme://...") is kept, an absolute path becomes a file IRI, and a relative
-    // path is joined to the current folder as written (nothing folded, nothing resolved).
+    // IRI text ("scheme://...") is kept, an absolute path becomes a file IRI, a relative
+    // path is joined to the current folder as written (nothing folded, nothing resolved),
+    // and an empty text is the current folder itself. FailedToAbsolutizeException when the
+    // text cannot name a location or the current folder cannot be told.
     virtual foundation::storage::vfs::AbsoluteIRI absolutize(const fl::ustring& text) const = 0;
 };
 
 // The host's current-folder service.
 ICurrentWorkingFolder& GetCurrentWorkingFolder();
-
-// Whether `text` starts with "scheme://" (a scheme being a letter followed by letters,
-// digits, "+", "-" or "."; a single letter, a drive, is not one).
-bool startsWithScheme(fl::ustring_view text) noexcept;
 
 } // namespace Quarrow::current_working_folder

@@ -8,11 +8,15 @@
 #include <resource_core/BaseMsgID.hpp>
 
 #include <string>
+#include <tuple>
 
 // A tag whose one argument is a UTF-16 path; `msgComponent` is the enclosing namespace's.
-#define VEXA_PATH_ERROR_TAG(tagName)                                                               \
-    struct tagName : resource_core::BaseMsgID {                                                    \
-        explicit tagName(const std::u16string& path) : BaseMsgID(msgComponent, #tagName, path) {}  \
+// `tagName` is the name part of its identifier, so that code holding only a name can find
+// the tag.
+#define VEXA_PATH_ERROR_TAG(name)                                                                  \
+    struct name : resource_core::BaseMsgID {                                                       \
+        static constexpr const char* tagName = #name;                                              \
+        explicit name(const std::u16string& path) : BaseMsgID(msgComponent, tagName, path) {}      \
     }
 
 namespace VEXA {
@@ -33,6 +37,12 @@ VEXA_PATH_ERROR_TAG(ioError);
 VEXA_PATH_ERROR_TAG(internalError);
 VEXA_PATH_ERROR_TAG(unsupportedOperation);
 VEXA_PATH_ERROR_TAG(unknownError);
+
+// Every tag above. The storage layer names the message of each failure
+// (foundation::storage::vfs::errorMessageName); the tag of that name is the one recorded.
+using Tags = std::tuple<folderNotEmpty, resourceNotFound, permissionDenied, resourceAlreadyExists,
+                        readOnlyProvider, fileTooLarge, resourceInUse, noSpaceLeft, ioError,
+                        internalError, unsupportedOperation, unknownError>;
 } // namespace virtualfilesystem
 
 // PATHMAX and the FileManip errors have components of their own, outside the storage

@@ -1,5 +1,6 @@
 #include <resource_core/MessageCatalog.hpp>
 
+#include <fl/ascii.hpp>
 #include <fl/i18n.hpp>
 
 #include <algorithm>
@@ -71,7 +72,7 @@ fl::ustring MessageCatalog::format(const std::string& identifier, const BaseMsgI
             std::size_t index = 0;
             bool digits = close != fl::ustring_view::npos && close > i + 1;
             for (std::size_t k = i + 1; digits && k < close; ++k) {
-                digits = t[k] >= u'0' && t[k] <= u'9';
+                digits = fl::ascii::isDigit(t[k]);
                 index = index * 10 + (t[k] - u'0');
             }
             if (digits && index >= 1 && index <= arguments.size()) {

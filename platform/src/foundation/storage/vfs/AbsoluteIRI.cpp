@@ -207,12 +207,12 @@ CanonicalAbsoluteIRI::CanonicalAbsoluteIRI(const CanonicalAbsoluteIRI& base,
 // --- free functions ----------------------------------------------------------------------
 
 AbsoluteIRI toAbsoluteIRI(const fl::ustring& scheme, const fl::ustring& path) {
-    if (!ndetail::isSchemeName(scheme))
+    if (!fl::ascii::isSchemeName(scheme))
         throw InvalidIRIException(scheme + u":" + path);
     requireAbsoluteNativePath(path);
     std::string uri;
     for (char16_t c : scheme)
-        uri += static_cast<char>(ndetail::toLowerAscii(c));
+        uri += static_cast<char>(fl::ascii::toLower(c));
     uri += "://"; // an empty authority: the path is on this machine
     ndetail::appendEscapedPath(uri, fl::i18n::to_string(path), true);
     auto iri = IRI::parseUri(std::move(uri));
@@ -233,19 +233,12 @@ std::span<const std::u16string_view> knownSchemes() noexcept {
 }
 
 bool hasIRIPrefix(const fl::ustring& text) {
-    const std::size_t separator = text.find(u"://");
-    if (separator == fl::ustring::npos)
+    const auto scheme = fl::ascii::schemeOf(text);
+    if (!scheme)
         return false;
-    const fl::ustring_view scheme(text.data(), separator);
-    for (std::u16string_view known : knownSchemes()) {
-        if (known.size() != scheme.size())
-            continue;
-        bool same = true;
-        for (std::size_t i = 0; i < known.size() && same; ++i)
-            same = ndetail::toLowerAscii(scheme[i]) == known[i];
-        if (same)
+    for (std::u16string_view known : knownSchemes())
+        if (scheme->size() == known.size() && fl::ascii::startsWithIgnoringCase(*scheme, known))
             return true;
-    }
     return false;
 }
 

@@ -1,12 +1,13 @@
 #include <fl/filesystem.hpp>
 
+#include <fl/errno_text.hpp>
 #include <fl/i18n.hpp>
 
+#include "errno_rules.hpp"
 #include "text_rules.hpp"
 
 #include <cerrno>
 #include <cstdlib>
-#include <cstring>
 #include <memory>
 
 #include <unistd.h>
@@ -15,9 +16,7 @@ namespace fl::filesystem {
 namespace {
 
 std::string describe(int error, const ustring& path) {
-    // strerrordesc_np is thread-safe and independent of the locale.
-    const char* text = ::strerrordesc_np(error);
-    std::string what = text ? text : "Unknown error " + std::to_string(error);
+    std::string what = fl::errnoText(error);
     what += ": ";
     what += fl::i18n::to_string(path);
     return what;
@@ -108,20 +107,20 @@ ustring extract_filename(ustring_view path) {
 }
 
 void throwErrno(int error, const ustring& path) {
-    switch (error) {
-    case EEXIST:
+    using errno_rules::FsysKind;
+    switch (errno_rules::rowFor(error).fsys) {
+    case FsysKind::FileExists:
         throw FileExistsError(error, path);
-    case ENAMETOOLONG:
+    case FsysKind::FileNameTooLarge:
         throw FileNameTooLarge(error, path);
-    case EACCES:
-    case EPERM:
+    case FsysKind::AccessDenied:
         throw AccessDenied(error, path);
-    case ENOENT:
-    case ENOTDIR:
+    case FsysKind::PathNotFound:
         throw PathNotFound(error, path);
-    default:
-        throw SystemError(error, path);
+    case FsysKind::SystemError:
+        break;
     }
+    throw SystemError(error, path);
 }
 
 } // namespace detail

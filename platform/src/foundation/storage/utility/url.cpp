@@ -55,7 +55,8 @@ void lowerCase(fl::ustring& text, std::size_t first, std::size_t last) {
 // Lower-cases scheme and host; returns where the path starts.
 std::size_t lowerCaseSchemeAndHost(fl::ustring& text) {
     const std::size_t colon = text.find(u':');
-    if (colon == fl::ustring::npos || !ndetail::isSchemeName(fl::ustring_view(text.data(), colon)))
+    if (colon == fl::ustring::npos ||
+        !fl::ascii::isSchemeName(fl::ustring_view(text.data(), colon)))
         return 0;
     lowerCase(text, 0, colon);
     const std::size_t authority = colon + 1;

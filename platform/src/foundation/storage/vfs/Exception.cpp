@@ -3,40 +3,12 @@
 
 #include <fl/i18n.hpp>
 
-#include <cerrno>
-#include <cstring>
+#include "errno_rules.hpp"
 
 namespace foundation::storage::vfs {
 
 int errorCodeFromErrno(int error) noexcept {
-    switch (error) {
-    case ENOTEMPTY:
-        return FolderNotEmpty;
-    case ENOENT:
-        return ResourceNotFound;
-    case EACCES:
-    case EPERM:
-        return PermissionDenied;
-    case EEXIST:
-        return ResourceAlreadyExists;
-    case ENOTDIR:
-        return NotAFolder;
-    case EROFS:
-        return ReadOnlyProvider;
-    case EFBIG:
-        return FileTooLarge;
-    case EBUSY:
-    case ETXTBSY:
-        return ResourceInUse;
-    case ENOSPC:
-    case EDQUOT:
-        return NoSpaceLeft;
-    case EIO:
-    case ELOOP: // a link that cannot be followed
-        return IOError;
-    default:
-        return InternalError;
-    }
+    return fl::errno_rules::rowFor(error).storageCode;
 }
 
 std::string_view errorMessageName(int code) noexcept {

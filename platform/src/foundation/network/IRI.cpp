@@ -109,7 +109,7 @@ IRIArgs::IRIArgs(const IRI& iri)
 }
 
 IRI::IRI(const IRIArgs& args) {
-    requireConsistent(detail::isSchemeName(args.scheme), "the scheme is not a scheme name");
+    requireConsistent(fl::ascii::isSchemeName(args.scheme), "the scheme is not a scheme name");
     requireConsistent(args.hasQuery || args.query.empty(), "a query without its flag");
     requireConsistent(args.hasFragment || args.fragment.empty(), "a fragment without its flag");
     requireConsistent(args.hasUserInfo || args.userInfo.empty(), "user info without its flag");
@@ -117,7 +117,7 @@ IRI::IRI(const IRIArgs& args) {
                           (!args.hasUserInfo && args.host.empty() && args.port.empty()),
                       "user info, host or port without an authority");
     for (char16_t c : args.port)
-        requireConsistent(detail::isDigit(c), "a port that is not a number");
+        requireConsistent(fl::ascii::isDigit(c), "a port that is not a number");
     if (args.hasAuthority)
         requireConsistent(args.path.empty() || args.path[0] == u'/',
                           "a path after an authority that does not start with \"/\"");

@@ -1,5 +1,6 @@
 #include <Quarrow/current_working_folder/CurrentWorkingFolder.hpp>
 
+#include <fl/ascii.hpp>
 #include <fl/filesystem.hpp>
 #include <fl/i18n.hpp>
 
@@ -11,10 +12,6 @@ namespace Quarrow::current_working_folder {
 namespace {
 
 namespace vfs = foundation::storage::vfs;
-
-bool isAsciiLetter(char16_t c) {
-    return (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z');
-}
 
 // The process's working folder. The system keeps it, so there is nothing to lock.
 class ProcessWorkingFolder : public ICurrentWorkingFolder {
@@ -33,12 +30,15 @@ public:
     }
 
     vfs::AbsoluteIRI absolutize(const fl::ustring& text) const override {
+        // An empty text is the current folder itself: it is the folder part of a bare name
+        // ("*.m" lies in ""), so a pattern in the current folder still names its folder.
         if (text.empty())
-            throw FailedToAbsolutizeException(text, "an empty text names no location");
+            return vfs::AbsoluteIRI(getPath());
         try {
             // IRI text and absolute paths stand as they are; anything else is a relative
             // native path, joined to the current folder as written.
-            return vfs::AbsoluteIRI(startsWithScheme(text) ? text : fl::filesystem::absolute(text));
+            return vfs::AbsoluteIRI(fl::ascii::schemeOf(text) ? text
+                                                              : fl::filesystem::absolute(text));
         } catch (const vfs::InvalidIRIException& error) {
             throw FailedToAbsolutizeException(text, error.what());
         } catch (const fl::filesystem::FsysExceptionBase& error) {
@@ -58,16 +58,6 @@ ICurrentWorkingFolder::~ICurrentWorkingFolder() = default;
 ICurrentWorkingFolder& GetCurrentWorkingFolder() {
     static ProcessWorkingFolder folder;
     return folder;
-}
-
-bool startsWithScheme(fl::ustring_view text) noexcept {
-    if (text.empty() || !isAsciiLetter(text.front()))
-        return false;
-    std::size_t i = 1;
-    while (i < text.size() && (isAsciiLetter(text[i]) || (text[i] >= u'0' && text[i] <= u'9') ||
-                               text[i] == u'+' || text[i] == u'-' || text[i] == u'.'))
-        ++i;
-    return i >= 2 && text.substr(i, 3) == u"://";
 }
 
 } // namespace Quarrow::current_working_folder

@@ -1,5 +1,8 @@
+#include <foundation/core/except/IException.hpp>
+
 #include <foundation/core/except/Exception.hpp>
-#include <resource_core/MessageCatalog.hpp>
+
+#include <fl/i18n.hpp>
 
 namespace foundation::core::except {
 
@@ -28,11 +31,6 @@ std::string IMsgIDException::get_error_id(const resource_core::BaseMsgID& messag
     return id;
 }
 
-fl::ustring messageTextOf(const resource_core::BaseMsgID& message) {
-    return resource_core::MessageCatalog::instance().format(IMsgIDException::get_error_id(message),
-                                                            message);
-}
-
 fl::ustring IMsgIDException::GetUnicodeMessageTxt() const {
     return messageTextOf(GetBaseMsgIDObj());
 }
@@ -43,20 +41,6 @@ fl::ustring IInternalException::convert_str(const std::string& text) const {
 
 fl::ustring IInternalException::ToUstringImpl() const {
     return convert_str(std::string(what()));
-}
-
-using InternalError = Exception<IInternalException, std::exception, void>;
-
-InternalError::Exception(std::string message) : IInternalException(std::move(message)) {}
-InternalError::~Exception() noexcept = default;
-const boost::exception_detail::clone_base* InternalError::clone() const {
-    return foundation::core::except::cloneWithErrorInfo(*this);
-}
-void InternalError::rethrow() const {
-    throw *this;
-}
-const char* InternalError::what() const noexcept {
-    return IException::what();
 }
 
 } // namespace foundation::core::except
