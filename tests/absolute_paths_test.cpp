@@ -1,6 +1,7 @@
 #include <vexa/io/filesystem/core/absolute_paths.hpp>
 
 #include "CurrentFolder.hpp"
+#include "Storage.hpp"
 #include "TempDir.hpp"
 #include "Text.hpp"
 
@@ -80,8 +81,10 @@ TEST(SetupPathForURLConstruction, UrlsAndLocalPaths) {
     dir.makeLink("real/sub", "deep");
     const std::string root = dir.real();
     CurrentFolder inside(dir.path());
+    const vexa::testing::ScopedStorageSystem storage({vexa::testing::servedSchemes({"https"})});
     const std::tuple<fl::ustring, bool, fl::ustring> cases[] = {
         {u"HTTPS://Host/a/../b?q=./x", true, u"https://host/b?q=./x"},
+        {u"ftp://Host/a/../b", false, u(root + "/ftp:/Host/b")}, // no provider: a local name
         {u"file:///tmp/./x", true, u"file:///tmp/x"},
         {u"a/./b/../c", false, u(root + "/a/c")},
         {u"deep/../x", false, u(root + "/x")}, // folded as text, not through the link

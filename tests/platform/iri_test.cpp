@@ -6,6 +6,7 @@
 #include <foundation/storage/utility/url.hpp>
 #include <foundation/storage/vfs/AbsoluteIRI.hpp>
 
+#include "Storage.hpp"
 #include "TempDir.hpp"
 
 #include <boost/exception_ptr.hpp>
@@ -364,14 +365,23 @@ TEST(NormalizeURL, Rewrites) {
     EXPECT_EQ(AbsoluteIRI(spaced).getName(), u"a b");
 }
 
-TEST(HasIRIPrefix, KnownSchemesOnly) {
-    const std::pair<const char16_t*, bool> cases[] = {
-        {u"file:///x", true}, {u"HTTP://h", true}, {u"Https://h/a", true}, {u"http://", true},
-        {u"ftp://h", false},  {u"http:/h", false}, {u"http:h", false},     {u"C://x", false},
-        {u"", false},         {u"/abs", false},    {u"httpx://", false},   {u" http://h", false},
-    };
-    for (const auto& [text, expected] : cases)
-        EXPECT_EQ(foundation::storage::vfs::hasIRIPrefix(text), expected) << utf8(text);
+TEST(HasIRIPrefix, SchemesWithAProviderOnly) {
+    // http and https count once a provider serves them, as any scheme.
+    for (const bool served : {false, true}) {
+        using Providers = std::vector<std::shared_ptr<const vexa::testing::provider::StorageProvider>>;
+        const vexa::testing::ScopedStorageSystem storage(
+            served ? Providers{vexa::testing::servedSchemes({"http", "https"})} : Providers{});
+        const std::pair<const char16_t*, bool> cases[] = {
+            {u"file:///x", true},  {u"FILE://h", true},       {u"HTTP://h", served},
+            {u"Https://h/a", served}, {u"http://", served},   {u"ftp://h", false},
+            {u"http:/h", false},   {u"http:h", false},        {u"C://x", false},
+            {u"", false},          {u"/abs", false},          {u"httpx://", false},
+            {u" http://h", false},
+        };
+        for (const auto& [text, expected] : cases)
+            EXPECT_EQ(foundation::storage::vfs::hasIRIPrefix(text), expected) << utf8(text);
+        EXPECT_EQ(foundation::storage::vfs::knownSchemes().size(), served ? 3u : 1u);
+    }
     fl::ustring windowsName = u"a.txt. ";
     foundation::storage::utility::handleWindowsTrailingDotsAndSpaces(windowsName);
     EXPECT_EQ(windowsName, u"a.txt. ");

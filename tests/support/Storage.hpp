@@ -125,4 +125,10 @@ inline std::shared_ptr<FaultyProvider> faultyFiles(FaultyProvider::Operation ope
     return faulty;
 }
 
+// Serves `schemes` that no provider of this build serves yet (http, https) with the file
+// provider under their names, for tests of what only depends on a scheme being served.
+inline std::shared_ptr<FaultyProvider> servedSchemes(std::vector<std::string> schemes) {
+    return std::make_shared<FaultyProvider>(ScopedStorageSystem::real("file"), std::move(schemes));
+}
+
 } // namespace vexa::testing

@@ -11,6 +11,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace foundation::storage::vfs {
 
@@ -86,7 +87,7 @@ AbsoluteIRI toAbsoluteIRI(const fl::ustring& scheme, const fl::ustring& path);
 CanonicalAbsoluteIRI toCanonicalAbsoluteIRI(const fl::ustring& scheme, const fl::ustring& path);
 
 // The schemes the storage system has a provider for, in lower case.
-std::span<const std::u16string_view> knownSchemes() noexcept;
+std::vector<fl::ustring> knownSchemes();
 
 // Whether `text` starts with "scheme://" for a known scheme, ignoring ASCII case.
 bool hasIRIPrefix(const fl::ustring& text);

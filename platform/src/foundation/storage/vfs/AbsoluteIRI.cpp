@@ -3,9 +3,11 @@
 #include "iri_text.hpp"
 #include "text_rules.hpp"
 
+#include <Quarrow/VexaStorageSystem.hpp>
 #include <fl/i18n.hpp>
 #include <foundation/core/except/Exception.hpp>
 
+#include <algorithm>
 #include <array>
 #include <optional>
 
@@ -226,9 +228,10 @@ CanonicalAbsoluteIRI toCanonicalAbsoluteIRI(const fl::ustring& scheme, const fl:
     return CanonicalAbsoluteIRI(toAbsoluteIRI(scheme, path));
 }
 
-std::span<const std::u16string_view> knownSchemes() noexcept {
-    // The schemes with a storage provider; the providers' registry will answer this.
-    static constexpr std::array<std::u16string_view, 3> schemes{u"file", u"http", u"https"};
+std::vector<fl::ustring> knownSchemes() {
+    std::vector<fl::ustring> schemes;
+    for (const std::string& scheme : Quarrow::VexaStorageSystem::GetStorageSystemReference()->schemes())
+        schemes.emplace_back(scheme.begin(), scheme.end());
     return schemes;
 }
 
@@ -236,10 +239,11 @@ bool hasIRIPrefix(const fl::ustring& text) {
     const auto scheme = fl::ascii::schemeOf(text);
     if (!scheme)
         return false;
-    for (std::u16string_view known : knownSchemes())
-        if (scheme->size() == known.size() && fl::ascii::startsWithIgnoringCase(*scheme, known))
-            return true;
-    return false;
+    // A scheme name is ASCII: narrowed and lower-cased as the storage system keys it.
+    std::string lower(scheme->size(), '\0');
+    std::transform(scheme->begin(), scheme->end(), lower.begin(),
+                   [](char16_t c) { return static_cast<char>(fl::ascii::toLower(c)); });
+    return Quarrow::VexaStorageSystem::GetStorageSystemReference()->findProvider(lower) != nullptr;
 }
 
 } // namespace foundation::storage::vfs
