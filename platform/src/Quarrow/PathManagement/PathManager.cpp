@@ -3,13 +3,12 @@
 #include <Quarrow/PathManagement/GetStringFromIRI.hpp>
 #include <Quarrow/current_working_folder/CurrentWorkingFolder.hpp>
 
-#include <fl/filesystem.hpp>
-#include <fl/i18n.hpp>
+#include <Quarrow/VexaStorageSystem.hpp>
+#include <foundation/storage/vfs/Exists.hpp>
+#include <foundation/storage/vfs/Folder.hpp>
+#include <virtualfileio/ExceptionContextHandler.hpp>
 
-#include <algorithm>
 #include <memory>
-
-#include <dirent.h>
 
 namespace Quarrow::PathManagement {
 namespace {
@@ -32,37 +31,43 @@ bool isAtOrAbove(const fl::ustring& entry, const fl::ustring& folder) {
     return folder.size() == entry.size() || entry.back() == u'/' || folder[entry.size()] == u'/';
 }
 
-bool isSpecialName(std::string_view name) {
-    return (name.size() > 1 && (name.front() == '+' || name.front() == '@')) || name == "private";
+bool isSpecialName(fl::ustring_view name) {
+    return (name.size() > 1 && (name.front() == u'+' || name.front() == u'@')) ||
+           name == u"private";
 }
 
-std::vector<fl::ustring> specialSubfoldersOf(const fl::ustring& folder) {
-    std::vector<fl::ustring> names;
-    std::string native;
+// A scan answers for what it can see: a failure to look is swallowed, and leaves nothing
+// pending for an operation to report as its own.
+template <class Look> auto swallowingFailures(Look look, decltype(look()) otherwise) {
     try {
-        native = fl::filesystem::detail::to_native(folder);
-    } catch (const fl::filesystem::FsysExceptionBase&) {
-        return names;
+        return look();
+    } catch (const vfs::Exception&) {
+        virtualfileio::ExceptionContextHandler::ClearPendingContext();
+    } catch (const vfs::InvalidIRIException&) {
     }
-    struct CloseDir {
-        void operator()(DIR* dir) const noexcept { ::closedir(dir); }
-    };
-    const std::unique_ptr<DIR, CloseDir> dir(::opendir(native.c_str()));
-    if (!dir)
-        return names;
-    while (const dirent* entry = ::readdir(dir.get())) {
-        if (!isSpecialName(entry->d_name))
-            continue;
-        const fl::ustring child = folder + u"/" + fl::i18n::to_ustring(entry->d_name);
-        try {
-            if (fl::filesystem::status(child).type() == fl::filesystem::file_status::directory_file)
-                names.push_back(fl::i18n::to_ustring(entry->d_name));
-        } catch (const fl::filesystem::FsysExceptionBase&) {
-            // Gone since it was listed, or out of reach: not on the path.
-        }
-    }
-    std::sort(names.begin(), names.end());
-    return names;
+    return otherwise;
+}
+
+bool isFolderAt(const vfs::AbsoluteIRI& location, const vfs::StorageSystemReference& storage) {
+    return swallowingFailures(
+        [&] { return vfs::exists(location, storage) == vfs::ExistsAsFolder; }, false);
+}
+
+// The special subfolders (links to folders included) of a folder that is missing or
+// unreadable are none; one gone or out of reach since it was listed is not on the path.
+std::vector<fl::ustring> specialSubfoldersOf(const fl::ustring& folder) {
+    const auto storage = VexaStorageSystem::GetStorageSystemReference();
+    return swallowingFailures(
+        [&] {
+            const auto location = vfs::toCanonicalAbsoluteIRI(u"file", folder);
+            std::vector<fl::ustring> names = vfs::Folder(location, storage).listAll(u"");
+            std::erase_if(names, [&](const fl::ustring& name) {
+                return !isSpecialName(name) ||
+                       !isFolderAt(vfs::CanonicalAbsoluteIRI(location, name), storage);
+            });
+            return names; // in code-unit order, as listed
+        },
+        std::vector<fl::ustring>{});
 }
 
 } // namespace
