@@ -2,9 +2,12 @@
 #include <vexa/io/filesystem/core/result_handler.hpp>
 
 #include <foundation/storage/vfs/Exception.hpp>
+#include <foundation/storage/vfs/Folder.hpp>
 #include <virtualfileio/ExceptionContextHandler.hpp>
 
 #include "Operations.hpp"
+#include "Storage.hpp"
+#include "TempDir.hpp"
 #include "Raised.hpp"
 
 #include <gmock/gmock.h>
@@ -34,7 +37,8 @@ std::string textOf(const core::Status& status) {
     return fl::i18n::to_string(core::detail::GetUnicodeMessageTxt(status.exception));
 }
 
-// Every storage error code, the table's two ends and what lies beyond them.
+// Every storage error code, the table's two ends and what lies beyond them, raised for real
+// by a provider: the failure's code and its pending context give the same identifier.
 TEST(FileManipulator, VfsErrorCodesGiveTheirIdentifiers) {
     // The names of codes -1 to 12.
     const char* const byCode[] = {
@@ -46,14 +50,27 @@ TEST(FileManipulator, VfsErrorCodesGiveTheirIdentifiers) {
                                                    {INT_MAX, "unknownError"}};
     for (int code = -1; code <= 12; ++code)
         cases.emplace_back(code, byCode[code + 1]);
+    const vexa::testing::TempDir dir;
+    const vfs::AbsoluteIRI folder(fl::i18n::to_ustring(dir / "new"));
     const std::u16string path = u"/donn\u00e9es/x";
     for (const auto& [code, name] : cases) {
-        const std::string expected = std::string("VEXA:virtualfilesystem:") + name;
-        NoOperation recorded;
-        recorded.SetVFSErrorStatus(vfs::Exception(code, u"/provider/spelling"), path);
-        EXPECT_EQ(recorded.GetStatus().code, 2) << code;
-        EXPECT_EQ(idOf(recorded.GetStatus()), expected) << code;
-        EXPECT_THAT(textOf(recorded.GetStatus()), HasSubstr(fl::i18n::to_string(path))) << code;
+        const vexa::testing::ScopedStorageSystem storage(
+            {vexa::testing::faultyFiles(vexa::testing::FaultyProvider::Operation::CreateFolder, code)});
+        NoOperation recorded, pending;
+        try {
+            vfs::Folder(folder, Quarrow::VexaStorageSystem::GetStorageSystemReference())
+                .createFolderRecursive();
+            ADD_FAILURE() << code;
+        } catch (const vfs::Exception& error) {
+            recorded.SetVFSErrorStatus(error, path);
+            EXPECT_TRUE(pending.SetErrorExceptionContext(path, u"")) << code;
+        }
+        for (NoOperation* operation : {&recorded, &pending}) {
+            const core::Status status = operation->GetStatus();
+            EXPECT_EQ(status.code, 2) << code;
+            EXPECT_EQ(idOf(status), std::string("VEXA:virtualfilesystem:") + name) << code;
+            EXPECT_THAT(textOf(status), HasSubstr(fl::i18n::to_string(path))) << code;
+        }
     }
 }
 
