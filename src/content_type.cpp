@@ -5,6 +5,7 @@
 #include <Quarrow/VexaStorageSystem.hpp>
 #include <fl/i18n.hpp>
 #include <foundation/storage/vfs/File.hpp>
+#include <virtualfileio/ExceptionContextHandler.hpp>
 
 #include <string>
 
@@ -19,6 +20,7 @@ fl::ustring getContentType(const fl::ustring& path) {
     const log::TraceScope trace(
         "fl::ustring vexa::io::filesystem::core::{anonymous}::getContentType(const fl::ustring&)",
         "src/getContentType", 22);
+    const virtualfileio::PendingContextScope swallowedFailuresLeaveNoContext;
     try {
         const vfs::StorageSystemReference storage =
             Quarrow::VexaStorageSystem::GetStorageSystemReference();

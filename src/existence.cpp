@@ -54,6 +54,7 @@ bool isSymlink(ExistenceTypeExtended type) {
 ExistenceTypeExtended getExtendedExistenceType(const vfs::AbsoluteIRI& iri, bool throwOnError) {
     const vfs::StorageSystemReference storage =
         Quarrow::VexaStorageSystem::GetStorageSystemReference();
+    const virtualfileio::PendingContextScope answeredFailuresLeaveNoContext;
     // Missing items and paths through files are what they say; only an I/O failure may be a
     // link that cannot be followed, which is an item worth reporting.
     const auto onFailure = [&](int code, auto makeError) {
@@ -71,8 +72,6 @@ ExistenceTypeExtended getExtendedExistenceType(const vfs::AbsoluteIRI& iri, bool
             return look.type;
         return onFailure(look.failureCode, [&] { return vfs::failureOf(look, iri, storage); });
     } catch (const vfs::Exception& error) {
-        if (!throwOnError)
-            virtualfileio::ExceptionContextHandler::ClearPendingContext(); // swallowed
         return onFailure(error.getErrorCode(), [&] { return error; });
     }
 }

@@ -14,7 +14,7 @@ void createParentIfNeeded(const vfs::AbsoluteIRI& iri, const vfs::StorageSystemR
     const vfs::AbsoluteIRI parent = iri.getParent();
     // Only "nothing there" is acted on: a file where the folder should be is for the
     // operation that needs the folder to report.
-    if (vfs::exists(parent, storage) == vfs::ExistsAsNothing)
+    if (vfs::exists(parent, storage) == vfs::existence::nothing)
         vfs::Folder(parent, storage).createFolderRecursive();
 }
 

@@ -1,6 +1,8 @@
 #include <vexa/io/filesystem/core/content_type.hpp>
 #include <vexa/io/filesystem/core/log.hpp>
 
+#include <virtualfileio/ExceptionContextHandler.hpp>
+
 #include "HostState.hpp"
 #include "Storage.hpp"
 #include "TempDir.hpp"
@@ -51,6 +53,7 @@ TEST(GetContentTypeCaller, RecordedTypeOrNothing) {
         if (c.logged) {
             EXPECT_THAT(records[0].message, StartsWith("Exception caught: "));
         }
+        EXPECT_FALSE(virtualfileio::ExceptionContextHandler::PendingContext());
     }
     // A storage fault is swallowed the same way; with traces on, entry and exit are marked.
     const vexa::testing::ScopedStorageSystem storage({vexa::testing::faultyFiles(
@@ -61,7 +64,8 @@ TEST(GetContentTypeCaller, RecordedTypeOrNothing) {
     EXPECT_EQ(core::getContentTypeCaller(u(dir / "typed")), u"");
     const auto records = capture.records();
     ASSERT_EQ(records.size(), 3u);
-    EXPECT_THAT(records[0].message, ::testing::EndsWith("(src/getContentType:22)"));
+    EXPECT_EQ(records[0].message, "> fl::ustring vexa::io::filesystem::core::{anonymous}::"
+                                  "getContentType(const fl::ustring&) (src/getContentType:22)");
     EXPECT_THAT(records[1].message, StartsWith("Exception caught: "));
     EXPECT_THAT(records[2].message, ::testing::Not(::testing::EndsWith("[throw]")));
 }

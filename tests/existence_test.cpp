@@ -2,6 +2,7 @@
 
 #include <foundation/storage/vfs/AbsoluteIRI.hpp>
 #include <fl/filesystem.hpp>
+#include <virtualfileio/ExceptionContextHandler.hpp>
 
 #include "Storage.hpp"
 #include "TempDir.hpp"
@@ -22,6 +23,8 @@ using vexa::testing::ScopedStorageSystem;
 using vexa::testing::TempDir;
 using vexa::testing::u;
 using vexa::testing::vfs::AbsoluteIRI;
+using virtualfileio::ExceptionContextHandler;
+namespace vfs = vexa::testing::vfs;
 using Op = vexa::testing::FaultyProvider::Operation;
 
 ExistenceTypeExtended typeOf(std::int32_t value) {
@@ -45,11 +48,21 @@ TEST(ExistenceType, FileFolderAndLinkValues) {
     }
 }
 
-// The answer with and without throwOnError; a negative number is the code thrown.
+// The answer with and without throwOnError; a negative number is the code thrown. An
+// answer leaves nothing pending; a failure thrown keeps its contexts and stays pending for
+// the caller to report.
 int answer(const AbsoluteIRI& iri, bool throwOnError) {
+    ExceptionContextHandler::ClearPendingContext();
     try {
-        return core::getExtendedExistenceType(iri, throwOnError);
-    } catch (const vexa::testing::vfs::Exception& error) {
+        const int type = core::getExtendedExistenceType(iri, throwOnError);
+        EXPECT_FALSE(ExceptionContextHandler::PendingContext()) << "swallowed, still pending";
+        return type;
+    } catch (const vfs::Exception& error) {
+        const auto pending = ExceptionContextHandler::PendingContext();
+        EXPECT_FALSE(error.getContexts().empty());
+        EXPECT_TRUE(pending && pending->message().name() ==
+                                   vfs::errorMessageName(error.getErrorCode()));
+        ExceptionContextHandler::ClearPendingContext();
         return -error.getErrorCode();
     }
 }
@@ -107,8 +120,30 @@ TEST(GetExtendedExistenceType, StorageFaults) {
                                                                  std::vector<std::string>{"mem"});
     remote->failing(Op::Probe, 9);
     const ScopedStorageSystem storage({remote});
-    EXPECT_THROW(core::getExtendedExistenceType(AbsoluteIRI(u"mem://h/x"), false),
-                 fl::filesystem::PathNotFound);
+    for (const bool throwOnError : {false, true})
+        EXPECT_THROW(core::getExtendedExistenceType(AbsoluteIRI(u"mem://h/x"), throwOnError),
+                     fl::filesystem::PathNotFound);
+}
+
+// A failure the caller has not reported yet survives a query that answers for its own.
+TEST(GetExtendedExistenceType, EarlierPendingFailureSurvivesAnAnswer) {
+    TempDir dir;
+    dir.makeLink("missing", "dangling");
+    // A missing item answered from the look; a link whose look failed, found by the probe.
+    for (const bool faulty : {false, true}) {
+        const ScopedStorageSystem storage(
+            faulty ? std::vector<std::shared_ptr<const vexa::testing::provider::StorageProvider>>{
+                         faultyFiles(Op::Probe, vfs::IOError)}
+                   : std::vector<std::shared_ptr<const vexa::testing::provider::StorageProvider>>{});
+        const std::string name = faulty ? "dangling" : "missing";
+        ExceptionContextHandler::SetPendingContext(
+            vfs::makeContext("earlier", u"/earlier", vfs::NoSpaceLeft));
+        core::getExtendedExistenceType(AbsoluteIRI(u(dir / name)), false);
+        const auto pending = ExceptionContextHandler::PendingContext();
+        ASSERT_TRUE(pending) << name;
+        EXPECT_EQ(pending->operation(), "earlier") << name;
+    }
+    ExceptionContextHandler::ClearPendingContext();
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 // The storage layer on real items: the file provider behind exists, existsExtended, File,
 // Folder and IODevice, and the storage system that finds providers by scheme.
 
+#include <foundation/core/except/IException.hpp>
 #include <foundation/storage/vfs/Exists.hpp>
 #include <foundation/storage/vfs/Folder.hpp>
 #include <foundation/storage/vfs/IODevice.hpp>
@@ -26,6 +27,7 @@ namespace {
 
 namespace pt = boost::posix_time;
 namespace vfs = foundation::storage::vfs;
+namespace provider = foundation::storage::provider;
 using ::testing::ElementsAre;
 using vexa::testing::TempDir;
 using vexa::testing::u;
@@ -183,8 +185,8 @@ TEST_F(Storage, FilesAndFoldersMadeAndListed) {
         EXPECT_EQ(failure([&] { vfs::Folder(at(dir / f.name), host()).createFolderRecursive(); }),
                   f.result)
             << f.name;
-    EXPECT_EQ(vfs::exists(at(dir / "new/a/b/c"), host()), vfs::ExistsAsFolder);
-    EXPECT_EQ(vfs::exists(at(dir / "folder/x/y"), host()), vfs::ExistsAsFolder);
+    EXPECT_EQ(vfs::exists(at(dir / "new/a/b/c"), host()), vfs::existence::folder);
+    EXPECT_EQ(vfs::exists(at(dir / "folder/x/y"), host()), vfs::existence::folder);
 }
 
 // Failures leave their context pending on the thread that met them, with the message of
@@ -204,6 +206,12 @@ TEST_F(Storage, FailuresLeaveTheirContextPending) {
     }
 }
 
+// A provider that implements only the look, and says no more than "nothing" about anything.
+struct LookOnlyProvider : provider::StorageProvider {
+    std::vector<std::string> schemes() const override { return {"mem"}; }
+    provider::ItemStatus probe(const AbsoluteIRI&) const override { return {}; }
+};
+
 TEST(StorageSystem, ProvidersByScheme) {
     auto system = std::make_shared<vfs::StorageSystem>();
     const vfs::StorageSystemReference storage(system);
@@ -218,6 +226,14 @@ TEST(StorageSystem, ProvidersByScheme) {
     EXPECT_EQ(system->findProvider("http"), nullptr);
     EXPECT_EQ(outcome([&] { return vfs::exists(at("/"), storage); }), -8);
     EXPECT_EQ(outcome([&] { return vfs::exists(at("http://h/"), storage); }), -11);
+    // A bare "nothing" is "not found"; what a provider does not implement is unsupported.
+    system->addProvider(std::make_shared<LookOnlyProvider>());
+    EXPECT_EQ(outcome([&] { return vfs::exists(at("mem://h/x"), storage); }), 2);
+    EXPECT_EQ(outcome([&] { return vfs::existsExtended(at("mem://h/x"), storage); }), -1);
+    EXPECT_EQ(failure([&] { vfs::File(at("mem://h/x"), storage).createFile(); }), -11);
+    EXPECT_EQ(failure([&] { vfs::Folder(at("mem://h/x/y"), storage).createFolderRecursive(); }),
+              -11);
+    EXPECT_THROW(vfs::StorageSystemReference(nullptr), foundation::core::except::IInternalException);
 }
 
 } // namespace

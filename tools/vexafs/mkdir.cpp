@@ -55,7 +55,7 @@ public:
         }
         try {
             // A folder that is there is what was asked for: nothing made, nothing to tell.
-            if (vfs::exists(*location, storage) == vfs::ExistsAsFolder)
+            if (vfs::exists(*location, storage) == vfs::existence::folder)
                 return;
             vfs::Folder(*location, storage).createFolderRecursive();
         } catch (const vfs::Exception& error) {
@@ -72,6 +72,8 @@ private:
     // says more.
     void recordFailure(const vfs::Exception& error, const fl::ustring& target) {
         if (error.getErrorCode() == vfs::InternalError && error.getSystemError() != 0) {
+            // Reported from errno, so its context is not left for someone else to report.
+            virtualfileio::ExceptionContextHandler::ClearPendingContext();
             errno = error.getSystemError();
             SetErrorStatus("FileManip", "mkdir");
             return;

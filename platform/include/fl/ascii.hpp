@@ -5,6 +5,7 @@
 // Only ASCII is ever matched or changed; every other code unit is left as it is.
 
 #include <optional>
+#include <string>
 #include <string_view>
 
 namespace fl::ascii {
@@ -63,6 +64,14 @@ constexpr std::optional<std::u16string_view> schemeOf(std::u16string_view text) 
     if (!isSchemeName(scheme) || text.substr(end, 3) != u"://")
         return std::nullopt;
     return scheme;
+}
+
+// ASCII text (a scheme name) as narrow text in lower case.
+inline std::string toLowerNarrow(std::u16string_view text) {
+    std::string lower(text.size(), '\0');
+    for (std::size_t i = 0; i < text.size(); ++i)
+        lower[i] = static_cast<char>(toLower(text[i]));
+    return lower;
 }
 
 } // namespace fl::ascii

@@ -6,6 +6,7 @@
 
 #include <boost/exception_ptr.hpp>
 
+#include <exception>
 #include <optional>
 #include <string>
 
@@ -28,6 +29,22 @@ public:
     static boost::exception_ptr ExceptionContextToExceptionObject(const fl::ustring& first,
                                                                   const fl::ustring& second,
                                                                   const std::string& prefix);
+};
+
+// Around a call whose storage failures are answered rather than raised (a query that says
+// "nothing there", a scan that skips what it cannot read): a failure swallowed inside
+// leaves the pending context as it was before the call, so a later report never names
+// it. A failure that leaves the scope as an exception keeps its own context pending.
+class PendingContextScope {
+public:
+    PendingContextScope();
+    ~PendingContextScope();
+    PendingContextScope(const PendingContextScope&) = delete;
+    PendingContextScope& operator=(const PendingContextScope&) = delete;
+
+private:
+    std::optional<foundation::storage::provider::ExceptionContext> saved_;
+    int uncaughtAtEntry_;
 };
 
 } // namespace virtualfileio

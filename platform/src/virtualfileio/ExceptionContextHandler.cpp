@@ -52,6 +52,19 @@ void ExceptionContextHandler::ClearPendingContext() noexcept {
     pending.reset();
 }
 
+PendingContextScope::PendingContextScope()
+    : saved_(pending), uncaughtAtEntry_(std::uncaught_exceptions()) {}
+
+PendingContextScope::~PendingContextScope() {
+    if (std::uncaught_exceptions() > uncaughtAtEntry_)
+        return;
+    try {
+        pending = std::move(saved_);
+    } catch (...) {
+        pending.reset(); // never a stale context, even when the old one cannot be put back
+    }
+}
+
 boost::exception_ptr ExceptionContextHandler::ExceptionContextToExceptionObject(
     const fl::ustring& first, const fl::ustring& second, const std::string& prefix) {
     if (!pending)

@@ -13,6 +13,7 @@
 #include <foundation/storage/provider/ExtendedAttributes.hpp>
 #include <foundation/storage/provider/FileAttributes.hpp>
 #include <foundation/storage/provider/FolderAttributes.hpp>
+#include <foundation/storage/provider/LocalFileProvider.hpp>
 #include <foundation/storage/vfs/AbsoluteIRI.hpp>
 #include <foundation/storage/vfs/Exception.hpp>
 #include <foundation/storage/vfs/Exists.hpp>
@@ -20,8 +21,10 @@
 #include <foundation/storage/vfs/Folder.hpp>
 #include <foundation/storage/vfs/IODevice.hpp>
 #include <foundation/storage/vfs/StorageSystem.hpp>
+#include <Quarrow/PathManagement/GetStringFromIRI.hpp>
 #include <Quarrow/VexaStorageSystem.hpp>
 #include <resource_core/BaseMsgID.hpp>
+#include <virtualfileio/ExceptionContextHandler.hpp>
 
 #include <vexa/io/filesystem/core/absolute_paths.hpp>
 #include <vexa/io/filesystem/core/content_type.hpp>

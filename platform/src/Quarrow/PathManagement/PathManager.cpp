@@ -39,10 +39,10 @@ bool isSpecialName(fl::ustring_view name) {
 // A scan answers for what it can see: a failure to look is swallowed, and leaves nothing
 // pending for an operation to report as its own.
 template <class Look> auto swallowingFailures(Look look, decltype(look()) otherwise) {
+    const virtualfileio::PendingContextScope swallowedFailuresLeaveNoContext;
     try {
         return look();
     } catch (const vfs::Exception&) {
-        virtualfileio::ExceptionContextHandler::ClearPendingContext();
     } catch (const vfs::InvalidIRIException&) {
     }
     return otherwise;
@@ -50,7 +50,7 @@ template <class Look> auto swallowingFailures(Look look, decltype(look()) otherw
 
 bool isFolderAt(const vfs::AbsoluteIRI& location, const vfs::StorageSystemReference& storage) {
     return swallowingFailures(
-        [&] { return vfs::exists(location, storage) == vfs::ExistsAsFolder; }, false);
+        [&] { return vfs::exists(location, storage) == vfs::existence::folder; }, false);
 }
 
 // The special subfolders (links to folders included) of a folder that is missing or

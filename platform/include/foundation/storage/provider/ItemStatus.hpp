@@ -1,5 +1,7 @@
 #pragma once
 
+#include <foundation/storage/vfs/Exception.hpp>
+
 #include <boost/date_time/posix_time/ptime.hpp>
 
 #include <cstdint>
@@ -14,12 +16,13 @@ enum class ItemType : std::uint8_t { Nothing, File, Other, Folder, Link };
 // question is then asked of the record, never of the storage again.
 struct ItemStatus {
     ItemType type = ItemType::Nothing;
-    // Why nothing is there: ResourceNotFound, or NotAFolder for a path through a file.
-    int missingCode = 0;
+    // Why nothing is there: ResourceNotFound, or NotAFolder for a path through a file. A
+    // provider that says no more than "nothing" means "not found".
+    int missingCode = vfs::ResourceNotFound;
     // What a link leads to; Nothing when it leads nowhere, with the reason in targetCode:
     // ResourceNotFound for a dangling link, IOError for a loop.
     ItemType target = ItemType::Nothing;
-    int targetCode = 0;
+    int targetCode = vfs::ResourceNotFound;
     // Of the item the location leads to (the target, for a link that leads somewhere).
     boost::posix_time::ptime lastModified;
     std::uint64_t size = 0;

@@ -9,12 +9,13 @@
 
 namespace foundation::storage::vfs {
 
-// What exists() answers. Host code compares the numbers.
-enum ExistenceType : int {
-    ExistsAsFile = 0, // a file or another item that is not a folder
-    ExistsAsFolder = 1,
-    ExistsAsNothing = 2, // nothing there, or a link whose target is missing
-};
+// What exists() answers. Host code compares the numbers, which are not those of
+// provider::ExistenceTypeExtended: hence names of their own.
+namespace existence {
+inline constexpr int file = 0; // a file or another item that is not a folder
+inline constexpr int folder = 1;
+inline constexpr int nothing = 2; // nothing there, or a link whose target is missing
+} // namespace existence
 
 // Follows links. Throws only for failures other than "nothing there": no permission on the
 // way, a loop of links (IOError), an unreadable disk.

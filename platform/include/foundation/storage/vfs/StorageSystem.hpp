@@ -43,6 +43,7 @@ private:
 // one of them does.
 class StorageSystemReference {
 public:
+    // A null system is refused (an internal exception).
     explicit StorageSystemReference(std::shared_ptr<StorageSystem> system);
 
     StorageSystem& operator*() const noexcept { return *system_; }

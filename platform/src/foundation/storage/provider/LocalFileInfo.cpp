@@ -75,6 +75,8 @@ std::optional<std::string> readSized(const local::LocalPath& path, Query query) 
         const ssize_t size = query(nullptr, 0);
         if (size < 0)
             return std::nullopt;
+        if (size == 0) // a second call with no room would ask for the size again
+            return buffer;
         buffer.resize(static_cast<std::size_t>(size));
         const ssize_t got = query(buffer.data(), buffer.size());
         if (got >= 0) {

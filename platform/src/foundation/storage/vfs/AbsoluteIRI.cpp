@@ -212,9 +212,7 @@ AbsoluteIRI toAbsoluteIRI(const fl::ustring& scheme, const fl::ustring& path) {
     if (!fl::ascii::isSchemeName(scheme))
         throw InvalidIRIException(scheme + u":" + path);
     requireAbsoluteNativePath(path);
-    std::string uri;
-    for (char16_t c : scheme)
-        uri += static_cast<char>(fl::ascii::toLower(c));
+    std::string uri = fl::ascii::toLowerNarrow(scheme);
     uri += "://"; // an empty authority: the path is on this machine
     ndetail::appendEscapedPath(uri, fl::i18n::to_string(path), true);
     auto iri = IRI::parseUri(std::move(uri));
@@ -239,11 +237,8 @@ bool hasIRIPrefix(const fl::ustring& text) {
     const auto scheme = fl::ascii::schemeOf(text);
     if (!scheme)
         return false;
-    // A scheme name is ASCII: narrowed and lower-cased as the storage system keys it.
-    std::string lower(scheme->size(), '\0');
-    std::transform(scheme->begin(), scheme->end(), lower.begin(),
-                   [](char16_t c) { return static_cast<char>(fl::ascii::toLower(c)); });
-    return Quarrow::VexaStorageSystem::GetStorageSystemReference()->findProvider(lower) != nullptr;
+    return Quarrow::VexaStorageSystem::GetStorageSystemReference()->findProvider(
+               fl::ascii::toLowerNarrow(*scheme)) != nullptr;
 }
 
 } // namespace foundation::storage::vfs

@@ -11,14 +11,14 @@ int exists(const AbsoluteIRI& location, const StorageSystemReference& storage) {
     const provider::ItemStatus status = provider->probe(location);
     switch (provider::followed(status)) {
     case ItemType::Folder:
-        return ExistsAsFolder;
+        return existence::folder;
     case ItemType::Nothing:
         // A dangling link leads to nothing; one that loops is a failure to look.
         if (status.type == ItemType::Link && status.targetCode != ResourceNotFound)
             raise(status.targetCode, "exists", provider->describe(location));
-        return ExistsAsNothing;
+        return existence::nothing;
     default:
-        return ExistsAsFile;
+        return existence::file;
     }
 }
 

@@ -46,6 +46,7 @@ void createWithAncestors(const StorageProvider& provider, const AbsoluteIRI& fol
     if (status.type == provider::ItemType::Nothing &&
         status.missingCode == ResourceNotFound && folder.hasParent())
         createWithAncestors(provider, folder.getParent());
+    const virtualfileio::PendingContextScope raceLeavesNoContext;
     try {
         provider.createFolder(folder);
     } catch (const Exception& error) {
@@ -53,7 +54,6 @@ void createWithAncestors(const StorageProvider& provider, const AbsoluteIRI& fol
         if (error.getErrorCode() != ResourceAlreadyExists ||
             !provider::isFolder(provider.probe(folder)))
             throw;
-        virtualfileio::ExceptionContextHandler::ClearPendingContext();
     }
 }
 

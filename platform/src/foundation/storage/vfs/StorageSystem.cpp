@@ -1,5 +1,6 @@
 #include <foundation/storage/vfs/StorageSystem.hpp>
 
+#include <foundation/core/except/Exception.hpp>
 #include <foundation/storage/vfs/Exception.hpp>
 
 #include <algorithm>
@@ -61,6 +62,11 @@ std::vector<std::string> StorageSystem::schemes() const {
 }
 
 StorageSystemReference::StorageSystemReference(std::shared_ptr<StorageSystem> system)
-    : system_(std::move(system)) {}
+    : system_(std::move(system)) {
+    // Every operation goes through the reference: a null one would fail far from its cause.
+    if (!system_)
+        throw core::except::Exception<core::except::IInternalException>(
+            "a storage system reference needs a storage system");
+}
 
 } // namespace foundation::storage::vfs
