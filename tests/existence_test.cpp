@@ -12,7 +12,6 @@
 
 #include <cstdint>
 
-#include <sys/stat.h>
 
 namespace {
 
@@ -69,14 +68,7 @@ int answer(const AbsoluteIRI& iri, bool throwOnError) {
 
 TEST(GetExtendedExistenceType, RealItems) {
     TempDir dir;
-    dir.makeFile("file");
-    dir.makeFolders({"folder"});
-    ::mkfifo((dir / "fifo").c_str(), 0644);
-    dir.makeLink("file", "linkFile");
-    dir.makeLink("folder", "linkFolder");
-    dir.makeLink("missing", "dangling");
-    dir.makeLink("loopB", "loopA");
-    dir.makeLink("loopA", "loopB");
+    dir.makeItemsOfEveryKind();
     const struct {
         std::string name;
         int quiet, throwing;

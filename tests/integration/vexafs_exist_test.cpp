@@ -5,7 +5,6 @@
 
 #include <filesystem>
 
-#include <sys/stat.h>
 
 namespace {
 
@@ -15,12 +14,7 @@ using vexa::testing::TempDir;
 // Each item's type and word; a dangling link is a link, a missing item nothing.
 TEST(VexafsExist, TellsEachKindOfItem) {
     TempDir dir;
-    dir.makeFile("file");
-    dir.makeFolders({"folder"});
-    ::mkfifo((dir / "fifo").c_str(), 0644);
-    dir.makeLink("file", "linkFile");
-    dir.makeLink("folder", "linkFolder");
-    dir.makeLink("missing", "dangling");
+    dir.makeItemsOfEveryKind();
     std::vector<std::string> args{"exist", "--json"};
     std::string json = "[";
     const std::tuple<std::string, int, std::string> items[] = {

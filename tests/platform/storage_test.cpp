@@ -62,14 +62,7 @@ template <class Call> int failure(Call call) {
 class Storage : public ::testing::Test {
 protected:
     Storage() {
-        dir.makeFile("file");
-        dir.makeFolders({"folder"});
-        ::mkfifo((dir / "fifo").c_str(), 0644);
-        dir.makeLink("file", "linkFile");
-        dir.makeLink("folder", "linkFolder");
-        dir.makeLink("missing", "dangling");
-        dir.makeLink("loopB", "loopA");
-        dir.makeLink("loopA", "loopB");
+        dir.makeItemsOfEveryKind();
     }
     TempDir dir;
 };

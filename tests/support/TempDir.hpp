@@ -10,6 +10,8 @@
 #include <stdexcept>
 #include <string>
 
+#include <sys/stat.h>
+
 namespace vexa::testing {
 
 class TempDir {
@@ -45,6 +47,21 @@ public:
     }
     void makeLink(const std::string& target, const std::string& name) const {
         std::filesystem::create_symlink(target, path_ / name);
+    }
+
+    // One item of each kind the storage layer tells apart: "file", "folder", "fifo", links
+    // to the first two ("linkFile", "linkFolder"), a link to nothing ("dangling") and a loop
+    // of two links ("loopA", "loopB").
+    void makeItemsOfEveryKind() const {
+        makeFile("file");
+        makeFolders({"folder"});
+        if (::mkfifo((path_ / "fifo").c_str(), 0644) != 0)
+            throw std::runtime_error("cannot make a fifo");
+        makeLink("file", "linkFile");
+        makeLink("folder", "linkFolder");
+        makeLink("missing", "dangling");
+        makeLink("loopB", "loopA");
+        makeLink("loopA", "loopB");
     }
 
 private:
