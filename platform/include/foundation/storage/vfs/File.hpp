@@ -3,7 +3,7 @@
 #include <foundation/storage/provider/ExtendedAttributes.hpp>
 #include <foundation/storage/provider/FileAttributes.hpp>
 #include <foundation/storage/vfs/AbsoluteIRI.hpp>
-#include <foundation/storage/vfs/StorageSystem.hpp>
+#include <foundation/storage/vfs/StorageItem.hpp>
 
 #include <fl/ustring.hpp>
 
@@ -11,9 +11,9 @@ namespace foundation::storage::vfs {
 
 class Folder;
 
-// A file at a location. Making one touches no storage; each operation asks the provider of
-// the location's scheme and throws vfs::Exception when it fails.
-class File {
+// A file at a location. Each operation asks the provider of the location's scheme and
+// throws vfs::Exception when it fails.
+class File : public StorageItem {
 public:
     File(const AbsoluteIRI& location, StorageSystemReference storage);
     // The file `leaf` inside `folder` (one segment: a "/" in it is part of the name).
@@ -24,13 +24,6 @@ public:
     void removeFile() const;
     provider::FileAttributes getAttributes() const;
     provider::ExtendedAttributes getExtendedAttributes() const;
-
-    const AbsoluteIRI& getLocation() const noexcept { return location_; }
-    const StorageSystemReference& getStorage() const noexcept { return storage_; }
-
-private:
-    AbsoluteIRI location_;
-    StorageSystemReference storage_;
 };
 
 } // namespace foundation::storage::vfs

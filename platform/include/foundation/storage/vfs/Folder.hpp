@@ -2,7 +2,7 @@
 
 #include <foundation/storage/provider/FolderAttributes.hpp>
 #include <foundation/storage/vfs/AbsoluteIRI.hpp>
-#include <foundation/storage/vfs/StorageSystem.hpp>
+#include <foundation/storage/vfs/StorageItem.hpp>
 
 #include <fl/ustring.hpp>
 
@@ -10,9 +10,9 @@
 
 namespace foundation::storage::vfs {
 
-// A folder at a location. Making one touches no storage; each operation asks the provider
-// of the location's scheme and throws vfs::Exception when it fails.
-class Folder {
+// A folder at a location. Each operation asks the provider of the location's scheme and
+// throws vfs::Exception when it fails.
+class Folder : public StorageItem {
 public:
     Folder(const AbsoluteIRI& location, StorageSystemReference storage);
 
@@ -24,13 +24,6 @@ public:
     // folder itself, NotAFolder for a file on the way).
     void createFolderRecursive() const;
     provider::FolderAttributes getAttributes() const;
-
-    const AbsoluteIRI& getLocation() const noexcept { return location_; }
-    const StorageSystemReference& getStorage() const noexcept { return storage_; }
-
-private:
-    AbsoluteIRI location_;
-    StorageSystemReference storage_;
 };
 
 } // namespace foundation::storage::vfs

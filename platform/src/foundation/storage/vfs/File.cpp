@@ -5,26 +5,26 @@
 namespace foundation::storage::vfs {
 
 File::File(const AbsoluteIRI& location, StorageSystemReference storage)
-    : location_(location), storage_(std::move(storage)) {}
+    : StorageItem(location, std::move(storage)) {}
 
 File::File(const Folder& folder, const fl::ustring& leaf)
-    : location_(CanonicalAbsoluteIRI(CanonicalAbsoluteIRI(folder.getLocation()), leaf)),
-      storage_(folder.getStorage()) {}
+    : StorageItem(CanonicalAbsoluteIRI(CanonicalAbsoluteIRI(folder.getLocation()), leaf),
+                  folder.getStorage()) {}
 
 void File::createFile() const {
-    storage_->providerFor(location_)->createFile(location_);
+    provider()->createFile(getLocation());
 }
 
 void File::removeFile() const {
-    storage_->providerFor(location_)->removeFile(location_);
+    provider()->removeFile(getLocation());
 }
 
 provider::FileAttributes File::getAttributes() const {
-    return storage_->providerFor(location_)->attributes(location_);
+    return provider()->attributes(getLocation());
 }
 
 provider::ExtendedAttributes File::getExtendedAttributes() const {
-    return storage_->providerFor(location_)->extendedAttributes(location_);
+    return provider()->extendedAttributes(getLocation());
 }
 
 } // namespace foundation::storage::vfs

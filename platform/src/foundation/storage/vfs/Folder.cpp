@@ -60,11 +60,11 @@ void createWithAncestors(const StorageProvider& provider, const AbsoluteIRI& fol
 } // namespace
 
 Folder::Folder(const AbsoluteIRI& location, StorageSystemReference storage)
-    : location_(location), storage_(std::move(storage)) {}
+    : StorageItem(location, std::move(storage)) {}
 
 std::vector<fl::ustring> Folder::listAll(const fl::ustring& filter) const {
     std::vector<fl::ustring> names;
-    for (auto& entry : storage_->providerFor(location_)->list(location_))
+    for (auto& entry : provider()->list(getLocation()))
         if (filter.empty() || matchesWildcard(entry.name, filter))
             names.push_back(std::move(entry.name));
     std::sort(names.begin(), names.end());
@@ -72,12 +72,12 @@ std::vector<fl::ustring> Folder::listAll(const fl::ustring& filter) const {
 }
 
 void Folder::createFolderRecursive() const {
-    createWithAncestors(*storage_->providerFor(location_), location_);
+    createWithAncestors(*provider(), getLocation());
 }
 
 provider::FolderAttributes Folder::getAttributes() const {
     return provider::FolderAttributes(
-        storage_->providerFor(location_)->attributes(location_).getLastModified());
+        provider()->attributes(getLocation()).getLastModified());
 }
 
 } // namespace foundation::storage::vfs
