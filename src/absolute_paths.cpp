@@ -33,13 +33,6 @@ void resolve(fl::ustring& path, Resolution resolution) {
     }
 }
 
-// The name a path ends with, as it is. extract_filename reads a last component holding
-// "*" as a listing pattern, but a link may well have "*" in its name.
-fl::ustring lastName(const fl::ustring& nativePath) {
-    const std::size_t last = nativePath.rfind(fs::upath_constant::PATHNAME_SEPARATOR);
-    return last == fl::ustring::npos ? nativePath : nativePath.substr(last + 1);
-}
-
 // The link itself is kept; only the folder that holds it is resolved.
 void resolveFolderOfLink(fl::ustring& path) {
     const fl::ustring native = path.empty() ? path : fs::detail::make_native_form(path, true);
@@ -55,7 +48,9 @@ void resolveFolderOfLink(fl::ustring& path) {
     }
     if (!parent.ends_with(fs::upath_constant::PATHNAME_SEPARATOR))
         parent += fs::upath_constant::PATHNAME_SEPARATOR;
-    path = parent + lastName(native);
+    // Its own name as it stands: extract_filename would read a "*" or "?" in a link's name
+    // as a listing pattern.
+    path = parent + fs::detail::last_component(native);
 }
 
 } // namespace

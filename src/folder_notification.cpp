@@ -13,7 +13,7 @@ void FileManipulator::MarkDirOutOfDate(std::u16string& folder) {
     const log::TraceScope trace(
         "virtual void vexa::io::filesystem::core::FileManipulator::MarkDirOutOfDate(fl::ustring&)",
         "src/FileManip", 337);
-    if (!CheckStringForPathMax(folder, maxNotifiedPathLength))
+    if (!CheckStringForPathMax(folder, maxPathLength))
         return;
     // A pattern changed the folder that holds what it matched.
     if (folder.find(u'*') != std::u16string::npos)

@@ -227,6 +227,7 @@ TEST(NativePathText, NativeFormParentAndFileName) {
         {u"./a/../b", u"./a/../b", u"./a/..", u"b"},          // nothing folded
         {u"C:\\d\\f", u"C:\\d\\f", u"", u"C:\\d\\f"},         // a backslash is a character
         {u"/data/*.csv", u"/data/*.csv", u"/data", u"/data"}, // a pattern names its folder
+        {u"/data/f?.csv", u"/data/f?.csv", u"/data", u"/data"},
         {u"*", u"*", u"", u""},
         {u"/da*ta/x", u"/da*ta/x", u"/da*ta", u"x"},
     };
@@ -235,6 +236,8 @@ TEST(NativePathText, NativeFormParentAndFileName) {
         EXPECT_EQ(fs::detail::extract_parent_path(native), parent) << utf8(path);
         EXPECT_EQ(fs::detail::extract_filename(native), name) << utf8(path);
     }
+    EXPECT_EQ(fs::detail::last_component(u"/data/f?.csv"), u"f?.csv"); // as it stands
+    EXPECT_EQ(fs::detail::last_component(u"a/"), u"");
     EXPECT_EQ(fs::detail::make_native_form(u"/a//b/", false), u"/a/b/");
     EXPECT_EQ(fs::detail::extract_parent_path(u"a//b"), u"a");
 }

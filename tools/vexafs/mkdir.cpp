@@ -32,7 +32,7 @@ public:
     }
 
     bool ValidateInputs() override {
-        if (!CheckStringForPathMax(folder_, core::maxNotifiedPathLength))
+        if (!CheckStringForPathMax(folder_, core::maxPathLength))
             return false;
         if (folder_.empty()) {
             // "" would make nothing; a user gets the storage layer's "not found" for it.

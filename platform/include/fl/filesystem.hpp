@@ -97,6 +97,9 @@ void create_symlink(const ustring& target, const ustring& link, unsigned int typ
 struct upath_constant {
     // The one separator of native paths; a backslash is an ordinary character here.
     inline static const ustring PATHNAME_SEPARATOR = u"/";
+    // The names every folder has for itself and for the folder above it.
+    inline static const ustring CURRENT_DIRECTORY = u".";
+    inline static const ustring PARENT_DIRECTORY = u"..";
 };
 
 // The process's current folder, as the system reports it (no links in it).
@@ -126,9 +129,14 @@ ustring make_native_form(ustring_view path, bool removeTrailingSeparator);
 // "/a" for "/a/b", "" for "x" and for "/".
 ustring extract_parent_path(ustring_view path);
 
-// The text after the last separator: "b" for "/a/b", "" for "/" and for "a/". A last
-// component holding "*" is a listing pattern, not a name: what it designates is the folder
-// it lists, so "/data/*" gives "/data" and "*" gives "" (the current folder).
+// The text after the last separator, as it stands: "b" for "/a/b", "*.csv" for
+// "/data/*.csv", "" for "/" and for "a/".
+ustring last_component(ustring_view path);
+
+// The file name a path designates: its last component, "" for "/" and for "a/". A last
+// component holding a wildcard ("*" or "?", fl/wildcard.hpp) is a listing pattern, not a
+// name: what it designates is the folder it lists, so "/data/*" and "/data/f?.csv" give
+// "/data", and "*" gives "" (the current folder).
 ustring extract_filename(ustring_view path);
 
 // The path as the bytes the system calls take. A path holding U+0000 would be cut short

@@ -2,6 +2,7 @@
 
 #include <fl/errno_text.hpp>
 #include <fl/i18n.hpp>
+#include <fl/wildcard.hpp>
 
 #include "errno_rules.hpp"
 #include "text_rules.hpp"
@@ -98,12 +99,16 @@ ustring extract_parent_path(ustring_view path) {
     return ustring(path.substr(0, end + 1));
 }
 
-ustring extract_filename(ustring_view path) {
+ustring last_component(ustring_view path) {
     const std::size_t last = path.find_last_of(separator);
-    const ustring_view name = last == ustring_view::npos ? path : path.substr(last + 1);
-    if (name.find(u'*') != ustring_view::npos)
+    return ustring(last == ustring_view::npos ? path : path.substr(last + 1));
+}
+
+ustring extract_filename(ustring_view path) {
+    ustring name = last_component(path);
+    if (fl::hasWildcard(name))
         return extract_parent_path(path);
-    return ustring(name);
+    return name;
 }
 
 void throwErrno(int error, const ustring& path) {

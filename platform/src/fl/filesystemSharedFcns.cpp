@@ -9,8 +9,8 @@ namespace {
 
 namespace fs = fl::filesystem;
 
-constexpr fl::ustring_view currentFolder = u".";
-constexpr fl::ustring_view parentFolder = u"..";
+const fl::ustring& currentFolder = fs::upath_constant::CURRENT_DIRECTORY;
+const fl::ustring& parentFolder = fs::upath_constant::PARENT_DIRECTORY;
 
 // A path as text: whether it starts at the root, its names, and whether it ends with a
 // separator. Views into the caller's string, which must outlive it.

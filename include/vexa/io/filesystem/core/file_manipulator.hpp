@@ -31,9 +31,9 @@ struct Status {
     boost::exception_ptr exception; // a clone of the recorded error, or empty
 };
 
-// The length limit, in UTF-16 code units, of a folder that an operation reports as
-// changed.
-inline constexpr unsigned long maxNotifiedPathLength = 4352;
+// The length limit of the paths the core checks, in UTF-16 code units (in bytes for 8-bit
+// text): a folder an operation reports as changed, a pattern to list.
+inline constexpr unsigned long maxPathLength = 4352;
 
 class FileManipulator {
 public:

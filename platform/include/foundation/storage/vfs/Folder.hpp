@@ -16,9 +16,12 @@ class Folder : public StorageItem {
 public:
     Folder(const AbsoluteIRI& location, StorageSystemReference storage);
 
-    // The names of the folder's entries that match `filter` ("*" any run, "?" any one code
-    // unit; an empty filter matches every name), in code-unit order, without "." and "..".
+    // The names of the folder's entries that match `filter` (fl/wildcard.hpp; an empty
+    // filter matches every name), in code-unit order, without "." and "..".
     std::vector<fl::ustring> listAll(const fl::ustring& filter) const;
+    // The same entries with what the listing tells of each (a link is a Link, whatever it
+    // leads to), read in one pass over the folder.
+    std::vector<provider::FolderEntry> listEntries(const fl::ustring& filter) const;
     // Makes the folder and every missing folder above it. A folder that is there already is
     // left as it is; anything else standing in the way fails (ResourceAlreadyExists for the
     // folder itself, NotAFolder for a file on the way).

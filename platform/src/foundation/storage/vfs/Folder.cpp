@@ -3,37 +3,14 @@
 #include <foundation/storage/vfs/Exception.hpp>
 #include <virtualfileio/ExceptionContextHandler.hpp>
 
+#include <fl/wildcard.hpp>
+
 #include <algorithm>
 
 namespace foundation::storage::vfs {
 namespace {
 
 using provider::StorageProvider;
-
-// Whether all of `name` matches `pattern`, where "*" stands for any run of code units and
-// "?" for any one. Backtracks to the last "*" only, so it never takes more than
-// name.size() * pattern.size() steps.
-bool matchesWildcard(fl::ustring_view name, fl::ustring_view pattern) {
-    std::size_t n = 0, p = 0;
-    std::size_t starAt = fl::ustring_view::npos, resumeAt = 0;
-    while (n < name.size()) {
-        if (p < pattern.size() && (pattern[p] == u'?' || pattern[p] == name[n])) {
-            ++n;
-            ++p;
-        } else if (p < pattern.size() && pattern[p] == u'*') {
-            starAt = p++;
-            resumeAt = n;
-        } else if (starAt != fl::ustring_view::npos) {
-            p = starAt + 1;
-            n = ++resumeAt;
-        } else {
-            return false;
-        }
-    }
-    while (p < pattern.size() && pattern[p] == u'*')
-        ++p;
-    return p == pattern.size();
-}
 
 // Looks before it makes: a folder that is there is left alone, and a folder is made only
 // once the one above it is there. A failure on the way names the level that failed.
@@ -43,8 +20,8 @@ void createWithAncestors(const StorageProvider& provider, const AbsoluteIRI& fol
         return;
     // Only a missing folder has ancestors worth making; a path through a file, or an item
     // standing where the folder should be, fails below with its own code.
-    if (status.type == provider::ItemType::Nothing &&
-        status.missingCode == ResourceNotFound && folder.hasParent())
+    if (status.type == provider::ItemType::Nothing && status.missingCode == ResourceNotFound &&
+        folder.hasParent())
         createWithAncestors(provider, folder.getParent());
     const virtualfileio::PendingContextScope raceLeavesNoContext;
     try {
@@ -62,12 +39,25 @@ void createWithAncestors(const StorageProvider& provider, const AbsoluteIRI& fol
 Folder::Folder(const AbsoluteIRI& location, StorageSystemReference storage)
     : StorageItem(location, std::move(storage)) {}
 
+std::vector<provider::FolderEntry> Folder::listEntries(const fl::ustring& filter) const {
+    std::vector<provider::FolderEntry> entries = provider()->list(getLocation());
+    if (!filter.empty())
+        std::erase_if(entries, [&](const provider::FolderEntry& entry) {
+            return !fl::matchesWildcard(entry.name, filter);
+        });
+    std::sort(entries.begin(), entries.end(),
+              [](const provider::FolderEntry& a, const provider::FolderEntry& b) {
+                  return a.name < b.name;
+              });
+    return entries;
+}
+
 std::vector<fl::ustring> Folder::listAll(const fl::ustring& filter) const {
     std::vector<fl::ustring> names;
-    for (auto& entry : provider()->list(getLocation()))
-        if (filter.empty() || matchesWildcard(entry.name, filter))
-            names.push_back(std::move(entry.name));
-    std::sort(names.begin(), names.end());
+    std::vector<provider::FolderEntry> entries = listEntries(filter);
+    names.reserve(entries.size());
+    for (auto& entry : entries)
+        names.push_back(std::move(entry.name));
     return names;
 }
 
@@ -76,8 +66,7 @@ void Folder::createFolderRecursive() const {
 }
 
 provider::FolderAttributes Folder::getAttributes() const {
-    return provider::FolderAttributes(
-        provider()->attributes(getLocation()).getLastModified());
+    return provider::FolderAttributes(provider()->attributes(getLocation()).getLastModified());
 }
 
 } // namespace foundation::storage::vfs
