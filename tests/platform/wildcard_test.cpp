@@ -22,6 +22,8 @@ TEST(Wildcard, MatchesWholeNamesByCodeUnit) {
         {u"abcabd", u"*ab?", true},   {u"aXbXbYc", u"*b*c", true}, // backtracks to the last "*"
         {u"ab", u"a**b**", true},     {u"abc", u"a*c*d", false},  {u"ABC", u"abc", false},
         {u"a*b", u"a*b", true},       {u"a?b", u"a?b", true},     // a wildcard matches itself
+        {u"*star", u"*", true},       {u"*a*", u"*a", false},     // ... and stays a wildcard
+        {u"x*yz", u"x*z", true},      {u"**", u"*?*", true},
         {u"\U0001F600", u"?", false}, {u"\U0001F600", u"??", true}, // units, not characters
         {u"caf\xDCE9", u"caf?", true},                             // an escaped byte is a unit
     };

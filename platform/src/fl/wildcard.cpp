@@ -12,12 +12,13 @@ bool matchesWildcard(ustring_view name, ustring_view pattern) noexcept {
     std::size_t n = 0, p = 0;
     std::size_t starAt = ustring_view::npos, resumeAt = 0;
     while (n < name.size()) {
-        if (p < pattern.size() && (pattern[p] == u'?' || pattern[p] == name[n])) {
-            ++n;
-            ++p;
-        } else if (p < pattern.size() && pattern[p] == u'*') {
+        // A "*" is a wildcard even where the name holds a "*" too.
+        if (p < pattern.size() && pattern[p] == u'*') {
             starAt = p++;
             resumeAt = n;
+        } else if (p < pattern.size() && (pattern[p] == u'?' || pattern[p] == name[n])) {
+            ++n;
+            ++p;
         } else if (starAt != ustring_view::npos) {
             p = starAt + 1;
             n = ++resumeAt;
