@@ -39,6 +39,7 @@ TEST(CurrentFolder, Absolutize) {
         EXPECT_EQ(folder.absolutize(c.text).toString(), c.iri) << fl::i18n::to_string(c.text);
     EXPECT_THROW(folder.absolutize(u"http://h:99999/x"), cwf::FailedToAbsolutizeException);
     EXPECT_EQ(folder.getPath(), u"/tmp");
+    EXPECT_EQ(folder.get().getLocation().toString(), u"file:///tmp");
 }
 
 TEST(HostArrays, ValuesAndReferences) {

@@ -4,6 +4,7 @@
 // user types are made absolute.
 
 #include <foundation/storage/vfs/AbsoluteIRI.hpp>
+#include <foundation/storage/vfs/Folder.hpp>
 
 #include <fl/ustring.hpp>
 
@@ -39,6 +40,10 @@ public:
     // and an empty text is the current folder itself. FailedToAbsolutizeException when the
     // text cannot name a location or the current folder cannot be told.
     virtual foundation::storage::vfs::AbsoluteIRI absolutize(const fl::ustring& text) const = 0;
+
+    // The folder itself, in the host's storage system; FailedToAbsolutizeException when the
+    // system cannot tell it.
+    foundation::storage::vfs::Folder get() const;
 };
 
 // The host's current-folder service.

@@ -1,5 +1,6 @@
 #include <Quarrow/current_working_folder/CurrentWorkingFolder.hpp>
 
+#include <Quarrow/VexaStorageSystem.hpp>
 #include <fl/ascii.hpp>
 #include <fl/filesystem.hpp>
 #include <fl/i18n.hpp>
@@ -54,6 +55,10 @@ FailedToAbsolutizeException::FailedToAbsolutizeException(fl::ustring text, std::
       what_("cannot make '" + fl::i18n::to_string(text_) + "' absolute: " + reason) {}
 
 ICurrentWorkingFolder::~ICurrentWorkingFolder() = default;
+
+vfs::Folder ICurrentWorkingFolder::get() const {
+    return vfs::Folder(absolutize(u""), VexaStorageSystem::GetStorageSystemReference());
+}
 
 ICurrentWorkingFolder& GetCurrentWorkingFolder() {
     static ProcessWorkingFolder folder;
