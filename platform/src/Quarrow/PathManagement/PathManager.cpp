@@ -8,28 +8,16 @@
 #include <foundation/storage/vfs/Folder.hpp>
 #include <virtualfileio/ExceptionContextHandler.hpp>
 
+#include "location_rules.hpp"
+
 #include <memory>
 
 namespace Quarrow::PathManagement {
 namespace {
 
 namespace vfs = foundation::storage::vfs;
-
-// The location's canonical IRI text (dot segments removed, one spelling per location)
-// without a trailing "/", so that "file:///a/" and "file:///a" compare equal.
-fl::ustring comparableText(const vfs::AbsoluteIRI& location) {
-    fl::ustring text = vfs::CanonicalAbsoluteIRI(location).toString();
-    if (text.size() > 1 && text.back() == u'/')
-        text.pop_back();
-    return text;
-}
-
-// Whether the entry `entry` is `folder` or one of its ancestors.
-bool isAtOrAbove(const fl::ustring& entry, const fl::ustring& folder) {
-    if (folder.size() < entry.size() || folder.compare(0, entry.size(), entry) != 0)
-        return false;
-    return folder.size() == entry.size() || entry.back() == u'/' || folder[entry.size()] == u'/';
-}
+using location_rules::comparableText;
+using location_rules::isAtOrAbove;
 
 bool isSpecialName(fl::ustring_view name) {
     return (name.size() > 1 && (name.front() == u'+' || name.front() == u'@')) ||
@@ -77,20 +65,13 @@ PathManager::PathManager(const std::vector<fl::ustring>& folders) {
 }
 
 void PathManager::SetSearchPath(const std::vector<fl::ustring>& folders) {
-    const auto& current = current_working_folder::GetCurrentWorkingFolder();
     std::vector<Entry> entries;
     entries.reserve(folders.size());
     for (const fl::ustring& folder : folders) {
+        auto named = location_rules::nameFolder(folder);
         Entry entry;
-        // The folder's text comes from the same absolute location it is compared by.
-        const vfs::AbsoluteIRI location = current.absolutize(folder);
-        try {
-            entry.state.folder = PathManagement::GetStringFromIRI(location);
-        } catch (const vfs::InvalidIRIException& error) {
-            // A file IRI of another machine, say: nothing here to scan.
-            throw current_working_folder::FailedToAbsolutizeException(folder, error.what());
-        }
-        entry.iriText = comparableText(location);
+        entry.state.folder = std::move(named.text);
+        entry.iriText = std::move(named.comparable);
         entries.push_back(std::move(entry));
     }
     std::lock_guard lock(mutex_);
