@@ -68,6 +68,13 @@ int main(int argc, char** argv) {
     failures += check(core::getContentTypeCaller(folder + u"/consumer/none").empty() &&
                           !virtualfileio::ExceptionContextHandler::PendingContext(),
                       "content type");
+    core::FileListCreator creator;
+    creator.AddFiles(folder + u"/consumer/*", boost::none, true, true, false);
+    failures += check(creator.GetNameList() == std::vector<fl::ustring>{folder + u"/consumer/a"} &&
+                          creator.GetIRIList().size() == 1,
+                      "file list creator");
+    failures += check(!core::GetClaimingPackage(vfs::Folder(item.getParent(), storage)),
+                      "packages");
     try {
         core::createSymbolicLink(folder + u"/consumer/missing", folder + u"/consumer/link");
         failures += check(false, "a link to a missing target is refused");

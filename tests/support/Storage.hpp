@@ -3,7 +3,7 @@
 // The storage layer under test control: a storage system installed as the host's for one
 // test, and the one fault injector, a provider that wraps a real one and fails chosen
 // operations with chosen codes (faults a real disk will not make on demand: EIO, ENOSPC,
-// EROFS, EBUSY, ...).
+// EROFS, EBUSY, ...) or lists names a real disk cannot hold.
 
 #include <Quarrow/VexaStorageSystem.hpp>
 #include <foundation/storage/provider/StorageProvider.hpp>
@@ -44,6 +44,12 @@ public:
         faults_[operation] = code;
         return *this;
     }
+    // Every folder listed also holds `name`, of a type the listing does not say: a name no
+    // local file system gives (one holding U+0000), as another kind of storage might.
+    FaultyProvider& listingAlso(fl::ustring name) {
+        extraNames_.push_back({std::move(name), provider::ItemType::Nothing});
+        return *this;
+    }
 
     std::vector<std::string> schemes() const override { return schemes_; }
     fl::ustring describe(const vfs::AbsoluteIRI& at) const override { return inner_->describe(at); }
@@ -53,7 +59,9 @@ public:
     }
     std::vector<provider::FolderEntry> list(const vfs::AbsoluteIRI& at) const override {
         check(Operation::List, at);
-        return inner_->list(at);
+        auto entries = inner_->list(at);
+        entries.insert(entries.end(), extraNames_.begin(), extraNames_.end());
+        return entries;
     }
     void createFile(const vfs::AbsoluteIRI& at) const override {
         check(Operation::CreateFile, at);
@@ -89,6 +97,7 @@ private:
     std::shared_ptr<const provider::StorageProvider> inner_;
     std::vector<std::string> schemes_;
     std::map<Operation, int> faults_;
+    std::vector<provider::FolderEntry> extraNames_;
 };
 
 // A storage system of its own for one test: the host's providers, with `replacements`

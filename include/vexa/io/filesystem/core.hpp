@@ -21,6 +21,8 @@
 #include <foundation/storage/vfs/Folder.hpp>
 #include <foundation/storage/vfs/IODevice.hpp>
 #include <foundation/storage/vfs/StorageSystem.hpp>
+#include <host/Listing.hpp>
+#include <Quarrow/PackageRegistry.hpp>
 #include <Quarrow/PathManagement/GetStringFromIRI.hpp>
 #include <Quarrow/VexaStorageSystem.hpp>
 #include <resource_core/BaseMsgID.hpp>
@@ -30,8 +32,10 @@
 #include <vexa/io/filesystem/core/content_type.hpp>
 #include <vexa/io/filesystem/core/errors.hpp>
 #include <vexa/io/filesystem/core/existence.hpp>
+#include <vexa/io/filesystem/core/file_list_creator.hpp>
 #include <vexa/io/filesystem/core/file_manipulator.hpp>
 #include <vexa/io/filesystem/core/log.hpp>
+#include <vexa/io/filesystem/core/packages.hpp>
 #include <vexa/io/filesystem/core/parent_folders.hpp>
 #include <vexa/io/filesystem/core/path_components.hpp>
 #include <vexa/io/filesystem/core/path_predicates.hpp>

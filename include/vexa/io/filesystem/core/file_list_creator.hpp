@@ -1,0 +1,60 @@
+#pragma once
+
+// Listing patterns into entry lists for the host's folder listing built-ins. A pattern is a
+// folder path ending in a name with wildcards ("*", "?"), or one name. A creator collects
+// across calls: a caller feeds it patterns, then takes the lists.
+
+#include <vexa/io/filesystem/core/file_manipulator.hpp>
+
+#include <foundation/storage/vfs/AbsoluteIRI.hpp>
+
+#include <fl/ustring.hpp>
+
+#include <boost/optional.hpp>
+
+#include <string>
+#include <vector>
+
+namespace vexa::io::filesystem::core {
+
+// Each entry is a full path: the pattern's folder, a separator, the listed name. Entries keep
+// the order the host's listing gives, except that with recursion a folder's entry follows
+// its content. Nothing is sorted again or de-duplicated; "." and ".." are left out, but for
+// a listing of nothing but "..". A pattern over maxPathLength is ignored, and a pattern
+// that matches nothing (or names a folder that is not there) adds nothing: neither is an
+// error. Failures of the host's services propagate; entries added before stay.
+class FileListCreator {
+public:
+    FileListCreator();
+
+    // 8-bit text. The entries' folder is extract_filename of the pattern's native form (the
+    // folder a wildcard pattern lists), or the current folder when that is empty; the "/"
+    // after it is left out when it is the root. With `recursive`, a folder's content comes
+    // before its entry, but a symbolic link to a folder is listed without its content.
+    void AddToList(std::string pattern, bool recursive);
+
+    // UTF-16 text, made absolute first (an existing path canonicalised). The entries' folder
+    // is the parent of the pattern's native form. With `makeIRIs` each entry also gets its
+    // canonical IRI: `base` with the entry's name appended when given, else the `file` IRI
+    // of its path, or the placeholder "dummyScheme:///dummyIRI" when the path cannot form
+    // one (the entry is still listed). With `recursive` a folder's content comes before its
+    // entry, links to folders entered like folders. `listFlag` goes to the listing service.
+    void AddFiles(fl::ustring pattern,
+                  boost::optional<foundation::storage::vfs::CanonicalAbsoluteIRI> base,
+                  bool makeIRIs, bool recursive, bool listFlag);
+
+    std::vector<std::string> GetList() const;     // AddToList's entries
+    std::vector<fl::ustring> GetNameList() const; // AddFiles' entries
+    // One IRI per entry of the name list that AddFiles made with IRIs, in step with it.
+    std::vector<foundation::storage::vfs::CanonicalAbsoluteIRI> GetIRIList() const;
+    // Always success: failures propagate as exceptions instead.
+    Status GetStatus() const;
+
+private:
+    std::vector<std::string> list_;
+    std::vector<fl::ustring> names_;
+    std::vector<foundation::storage::vfs::CanonicalAbsoluteIRI> iris_;
+    Status status_;
+};
+
+} // namespace vexa::io::filesystem::core

@@ -1,0 +1,228 @@
+// The file list creator on real folders: both adders over the same patterns, recursion in
+// post-order, links, the length limit, the root prefix and the IRIs of the entries.
+
+#include <vexa/io/filesystem/core/file_list_creator.hpp>
+
+#include <foundation/log/basic_diagnostic_logger.hpp>
+
+#include "CurrentFolder.hpp"
+#include "HostState.hpp"
+#include "Storage.hpp"
+#include "TempDir.hpp"
+#include "Text.hpp"
+#include "Unprivileged.hpp"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include <sys/stat.h>
+
+namespace {
+
+namespace core = vexa::io::filesystem::core;
+namespace vfs = foundation::storage::vfs;
+using ::testing::Contains;
+using ::testing::Each;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::Not;
+using ::testing::StartsWith;
+using vexa::testing::TempDir;
+using vexa::testing::u;
+using vexa::testing::utf8;
+using Names = std::vector<std::string>;
+
+// Entries below `root` without it, so that the tables read short.
+Names below(const std::string& root, const Names& entries) {
+    Names shortened;
+    for (const std::string& entry : entries)
+        shortened.push_back(!root.empty() && entry.starts_with(root + "/")
+                                ? entry.substr(root.size() + 1)
+                                : entry);
+    return shortened;
+}
+
+Names addFiles(const std::string& pattern, bool recursive, const std::string& root) {
+    core::FileListCreator creator;
+    creator.AddFiles(u(pattern), boost::none, false, recursive, false);
+    EXPECT_TRUE(creator.GetIRIList().empty());
+    Names names;
+    for (const auto& name : creator.GetNameList())
+        names.push_back(utf8(name));
+    return below(root, names);
+}
+
+Names addToList(const std::string& pattern, bool recursive, const std::string& root) {
+    core::FileListCreator creator;
+    creator.AddToList(pattern, recursive);
+    EXPECT_TRUE(creator.GetNameList().empty());
+    return below(root, creator.GetList());
+}
+
+// tree: a.txt, b/ (c.txt, d/ (e.txt)), lnk -> b, z.txt; empty/; care/ with names that need
+// care; été/x.txt.
+class Creator : public ::testing::Test {
+protected:
+    void SetUp() override {
+        dir.makeFolders({"tree", "tree/b", "tree/b/d", "empty", "care", "\xC3\xA9t\xC3\xA9"});
+        for (const char* file : {"tree/a.txt", "tree/b/c.txt", "tree/b/d/e.txt", "tree/z.txt",
+                                 "\xC3\xA9t\xC3\xA9/x.txt"})
+            dir.makeFile(file);
+        dir.makeLink("b", "tree/lnk");
+        for (const std::string& name : care)
+            dir.makeFile("care/" + name);
+    }
+
+    TempDir dir;
+    const std::string root = dir.real();
+    const Names care = {"*", "-", ".hidden", "?", "caf\xE9", std::string(255, 'n'), "sp ace"};
+};
+
+TEST_F(Creator, BothAddersOverTheSamePatterns) {
+    const Names tree = {"tree/a.txt", "tree/b", "tree/lnk", "tree/z.txt"};
+    const Names content = {"tree/b/c.txt", "tree/b/d/e.txt", "tree/b/d", "tree/b"};
+    const Names linked = {"tree/lnk/c.txt", "tree/lnk/d/e.txt", "tree/lnk/d", "tree/lnk"};
+    Names treeDeep = {"tree/a.txt"}, treeListed = {"tree/a.txt"}; // post-order
+    treeDeep.insert(treeDeep.end(), content.begin(), content.end());
+    treeDeep.insert(treeDeep.end(), linked.begin(), linked.end());
+    treeListed.insert(treeListed.end(), content.begin(), content.end());
+    for (Names* names : {&treeDeep, &treeListed})
+        names->push_back("tree/z.txt");
+    treeListed.insert(treeListed.end() - 1, "tree/lnk"); // a link is listed, not entered
+    Names careNames;
+    for (const std::string& name : care)
+        careNames.push_back("care/" + name);
+
+    const struct {
+        std::string pattern;
+        bool recursive;
+        Names files, list; // AddFiles, AddToList
+    } cases[] = {
+        {"empty/*", true, {}, {}}, // "." and ".." are left out
+        {"empty/.?", false, {"empty//.."}, {"empty/.."}}, // ... unless ".." is all there is
+        {"tree/*", false, tree, tree},
+        {"tree/*", true, treeDeep, treeListed},
+        {"tree/*.txt", true, {"tree/a.txt", "tree/z.txt"}, {"tree/a.txt", "tree/z.txt"}},
+        {"tree/?", true, content, content},
+        {"tree/b/*", true, {"tree/b/c.txt", "tree/b/d/e.txt", "tree/b/d"},
+         {"tree/b/c.txt", "tree/b/d/e.txt", "tree/b/d"}},
+        {"tree/lnk/*", false, {"tree/lnk/c.txt", "tree/lnk/d"}, {"tree/lnk/c.txt", "tree/lnk/d"}},
+        // A name without wildcards: AddFiles lists the entry it resolves to; AddToList takes
+        // the name for the folder (extract_filename of a name), a relative one that then
+        // names no folder to enter.
+        {"tree/b", true, content, {"b/b"}},
+        {"tree/lnk", false, {"tree/b"}, {"lnk/lnk"}},
+        {"care/*", false, careNames, careNames},
+        {"tree/missing*", true, {}, {}},
+        {"missing/*", true, {}, {}},
+        {"tree/a.txt/*", true, {}, {}},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(addFiles(root + "/" + c.pattern, c.recursive, root), c.files) << c.pattern;
+        EXPECT_EQ(addToList(root + "/" + c.pattern, c.recursive, root), c.list) << c.pattern;
+    }
+
+    // A relative pattern is taken from the current folder; the entries name it in full.
+    const vexa::testing::CurrentFolder inside(root + "/tree");
+    EXPECT_THAT(addFiles("*.txt", false, root), ElementsAre("tree/a.txt", "tree/z.txt"));
+    EXPECT_THAT(addToList("*.txt", false, root), ElementsAre("tree/a.txt", "tree/z.txt"));
+    EXPECT_THAT(addFiles("b/*.txt", false, root), ElementsAre("tree/b/c.txt"));
+    EXPECT_THAT(addToList("b/*.txt", false, root), ElementsAre("b/c.txt")); // the prefix as typed
+}
+
+// 4352 units (AddFiles) or bytes (AddToList) are listed, one more is ignored. The pattern
+// reaches its length through a run of separators, which the listing reads as one; "été"
+// makes bytes and units differ by two.
+TEST_F(Creator, PatternsUpToTheLengthLimit) {
+    const std::string folder = root + "/\xC3\xA9t\xC3\xA9";
+    const std::size_t units = u(folder).size() + 1; // with the final "*"
+    const struct {
+        std::size_t length; // of the pattern in UTF-16 units
+        std::size_t files, list;
+    } cases[] = {{4352, 1, 0}, {4353, 0, 0}, {4350, 1, 1}, {4351, 1, 0}};
+    for (const auto& c : cases) {
+        const std::string pattern = folder + std::string(c.length - units, '/') + "*";
+        ASSERT_EQ(u(pattern).size(), c.length);
+        EXPECT_EQ(addFiles(pattern, false, root).size(), c.files) << c.length;
+        EXPECT_EQ(addToList(pattern, false, root).size(), c.list) << c.length;
+    }
+}
+
+// The root is a prefix without a separator of its own, but the lone ".." gets one anyway.
+TEST_F(Creator, TheRootAsPrefix) {
+    for (const Names& entries : {addFiles("/*", false, ""), addToList("/*", false, "")}) {
+        EXPECT_THAT(entries, Contains("/tmp"));
+        EXPECT_THAT(entries, Each(Not(StartsWith("//"))));
+    }
+    EXPECT_THAT(addFiles("/.?", false, ""), ElementsAre("//.."));
+    EXPECT_THAT(addToList("/.?", false, ""), ElementsAre("//.."));
+}
+
+// Each entry's IRI, in step with the names: from its path, or from the base given; a path
+// that cannot form one gets the placeholder and is listed all the same.
+TEST_F(Creator, IRIsInStepWithTheNames) {
+    core::FileListCreator creator;
+    creator.AddFiles(u(root + "/tree/*"), boost::none, true, true, false);
+    creator.AddFiles(u(root + "/care/*"), boost::none, true, false, false);
+    creator.AddFiles(u(root + "/tree/*.txt"), vfs::CanonicalAbsoluteIRI(u"http://h/x/"), true,
+                     false, false);
+    const auto names = creator.GetNameList();
+    const auto iris = creator.GetIRIList();
+    ASSERT_EQ(names.size(), iris.size());
+    EXPECT_EQ(names.size(), 10u + 7u + 2u);
+    for (std::size_t i = 0; i + 2 < names.size(); ++i)
+        EXPECT_EQ(iris[i].toString(), vfs::toCanonicalAbsoluteIRI(u"file", names[i]).toString())
+            << utf8(names[i]);
+    EXPECT_EQ(utf8(iris[6].toString()), "file://" + root + "/tree/lnk/d/e.txt"); // below a link
+    EXPECT_EQ(utf8(iris[13].toString()), "file://" + root + "/care/%3F");
+    EXPECT_EQ(utf8(iris[14].toString()), "file://" + root + "/care/caf%E9");
+    EXPECT_EQ(utf8(iris[17].toString()), "http://h/x/a.txt");
+    EXPECT_EQ(utf8(iris[18].toString()), "http://h/x/z.txt");
+    EXPECT_EQ(creator.GetStatus().code, core::Status::success);
+    EXPECT_FALSE(creator.GetStatus().exception);
+    EXPECT_TRUE(creator.GetList().empty());
+
+    // A storage that lists a name holding U+0000, which no file IRI can carry.
+    const vexa::testing::ScopedLogLevels caught(core::log::caughtErrorLevel);
+    const foundation::log::RecordCapture log("vexa::io::filesystem");
+    auto odd = std::make_shared<vexa::testing::FaultyProvider>(
+        vexa::testing::ScopedStorageSystem::real("file"));
+    odd->listingAlso(fl::ustring(u"a\0b", 3));
+    const vexa::testing::ScopedStorageSystem storage({odd});
+    core::FileListCreator placeholder;
+    placeholder.AddFiles(u(root + "/tree/a*"), boost::none, true, true, false);
+    EXPECT_THAT(below(root, [&] {
+                    Names listed;
+                    for (const auto& name : placeholder.GetNameList())
+                        listed.push_back(utf8(name));
+                    return listed;
+                }()),
+                ElementsAre(std::string("tree/a\0b", 8), "tree/a.txt"));
+    ASSERT_EQ(placeholder.GetIRIList().size(), 2u);
+    EXPECT_EQ(placeholder.GetIRIList()[0].toString(), u"dummyscheme:///dummyIRI");
+    EXPECT_EQ(utf8(placeholder.GetIRIList()[1].toString()), "file://" + root + "/tree/a.txt");
+    ASSERT_EQ(log.records().size(), 1u);
+    EXPECT_THAT(log.records()[0].message, HasSubstr("Exception caught: "));
+}
+
+// The listing goes on past a folder the process may not read: the folder is listed, its
+// content is not, and what follows it is.
+TEST_F(Creator, AnUnreadableSubfolderIsListedWithoutItsContent) {
+    dir.makeFolders({"tree/b/locked"});
+    dir.makeFile("tree/b/locked/secret.txt");
+    std::filesystem::permissions(dir.path(), std::filesystem::perms::all);
+    ASSERT_EQ(::chmod((dir / "tree/b/locked").c_str(), 0), 0);
+    const Names expected = {"tree/b/c.txt", "tree/b/d/e.txt", "tree/b/d", "tree/b/locked"};
+    EXPECT_EQ(vexa::testing::runAsUnprivileged([&] {
+                  return addFiles(root + "/tree/b/*", true, root) == expected &&
+                                 addToList(root + "/tree/b/*", true, root) == expected
+                             ? 0
+                             : 1;
+              }),
+              0);
+    ::chmod((dir / "tree/b/locked").c_str(), 0755);
+}
+
+} // namespace
