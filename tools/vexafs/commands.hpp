@@ -14,5 +14,7 @@ void addExistCommand(CLI::App& app);
 void addMkparentCommand(CLI::App& app);
 void addContentTypeCommand(CLI::App& app);
 void addLinkCommand(CLI::App& app);
+void addLsCommand(CLI::App& app);
+void addPackageCommand(CLI::App& app);
 
 } // namespace vexafs

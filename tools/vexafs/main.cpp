@@ -65,6 +65,8 @@ int main(int argc, char** argv) {
     vexafs::addMkparentCommand(app);
     vexafs::addContentTypeCommand(app);
     vexafs::addLinkCommand(app);
+    vexafs::addLsCommand(app);
+    vexafs::addPackageCommand(app);
     if (argc <= 1) {
         std::cout << app.help();
         return 0;

@@ -1,0 +1,61 @@
+// vexafs ls and package as a user and a script run them.
+
+#include "TempDir.hpp"
+#include "Vexafs.hpp"
+
+namespace {
+
+using ::testing::HasSubstr;
+using ::testing::Ne;
+using vexa::testing::TempDir;
+
+// A real tree listed in post-order, with IRIs beside the names; links entered by the
+// UTF-16 listing only; names that are not UTF-8 kept as bytes, escaped in JSON.
+TEST(VexafsLs, ListsARealTreeInPostOrderWithItsIRIs) {
+    TempDir dir;
+    dir.makeFolders({"t", "t/b", "empty"});
+    for (const char* file : {"t/a.txt", "t/b/c.txt", "t/sp ace", "t/caf\xE9"})
+        dir.makeFile(file);
+    dir.makeLink("b", "t/lnk");
+    const std::string t = dir.real() + "/t/", iri = "file://" + t;
+    const vexa::testing::VexafsRun runs[] = {
+        {{"ls", t + "*"}, 0, t + "a.txt\n" + t + "b\n" + t + "caf\xE9\n" + t + "lnk\n" + t + "sp ace\n"},
+        {{"ls", "--recursive", t + "*.txt", t + "?"},
+         0,
+         t + "a.txt\n" + t + "b/c.txt\n" + t + "b\n"},
+        {{"ls", "-r", "--iri", t + "[bl]*", t + "l*", t + "sp*"},
+         0,
+         t + "lnk/c.txt\t" + iri + "lnk/c.txt\n" + t + "lnk\t" + iri + "lnk\n" + t + "sp ace\t" +
+             iri + "sp%20ace\n"},
+        {{"ls", "--bytes", "-r", t + "l*", t + "b*"}, 0, t + "lnk\n" + t + "b/c.txt\n" + t + "b\n"},
+        {{"ls", "--json", "--iri", t + "c*"},
+         0,
+         "{\"name\": \"" + t + "caf\\udce9\", \"iri\": \"" + iri + "caf%E9\"}\n"},
+        {{"ls", "--json", "--bytes", dir.real() + "/empty/.?"},
+         0,
+         "{\"name\": \"" + dir.real() + "/empty/..\"}\n"},
+        {{"ls", "--iri", dir.real() + "/empty/.?"}, 0, dir.real() + "/empty//..\n"},
+        {{"ls", "-r", dir.real() + "/missing/*", dir.real() + "/empty/*"}, 0, ""},
+        {{"ls", "--bytes", "--iri", t + "*"}, Ne(0), "", HasSubstr("excludes")},
+    };
+    vexa::testing::expectRuns(runs);
+}
+
+TEST(VexafsPackage, TheNearestRootClaims) {
+    TempDir dir;
+    const std::string root = dir.real();
+    const vexa::testing::VexafsRun runs[] = {
+        {{"package", root + "/a/b", root + "/a/bc", "/", "--package", "outer=" + root, "--package",
+          "inner=" + root + "/a/b", "--json"},
+         0,
+         "[\n {\"input\": \"" + root + "/a/b\", \"claimed\": true, \"package\": \"inner\", " +
+             "\"root\": \"" + root + "/a/b\"},\n {\"input\": \"" + root +
+             "/a/bc\", \"claimed\": true, \"package\": \"outer\", \"root\": \"" + root +
+             "\"},\n {\"input\": \"/\", \"claimed\": false, \"package\": \"\", \"root\": \"\"}\n]\n"},
+        {{"package", root}, 0, root + "\n  claimed: no\n  package: \n  root:    \n"},
+        {{"package", root, "--package", "nameless"}, Ne(0), "", HasSubstr("NAME=ROOT")},
+    };
+    vexa::testing::expectRuns(runs);
+}
+
+} // namespace

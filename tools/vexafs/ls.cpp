@@ -1,0 +1,115 @@
+// vexafs ls: the entries patterns match, as the file list creator keeps them: one per line,
+// or one JSON object per line for scripts.
+
+#include "commands.hpp"
+#include "report.hpp"
+
+#include <vexa/io/filesystem/core.hpp>
+
+#include <cstdio>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace vexafs {
+namespace core = vexa::io::filesystem::core;
+
+namespace {
+
+struct LsArguments {
+    std::vector<std::string> patterns; // as the bytes the user typed
+    bool recursive = false;
+    bool iri = false;
+    bool bytes = false;
+    bool json = false;
+};
+
+// A listing can be long: written in large blocks as it goes, never held whole.
+class Output {
+public:
+    ~Output() { flush(); }
+    std::string& text() { return buffer_; }
+    void endLine() {
+        buffer_ += '\n';
+        if (buffer_.size() >= 1 << 16)
+            flush();
+    }
+    void flush() {
+        std::fwrite(buffer_.data(), 1, buffer_.size(), stdout);
+        buffer_.clear();
+    }
+
+private:
+    std::string buffer_;
+};
+
+// One entry: its path (the bytes of the name, nothing escaped) and, beside it after a tab,
+// its IRI; or a JSON object with "name" and "iri".
+void writeEntry(Output& out, const fl::ustring& name, const fl::ustring* iri, bool json) {
+    if (json) {
+        out.text() += "{\"name\": " + jsonString(name);
+        if (iri)
+            out.text() += ", \"iri\": " + jsonString(*iri);
+        out.text() += "}";
+    } else {
+        out.text() += fl::i18n::to_string(name);
+        if (iri)
+            out.text().append("\t").append(fl::i18n::to_string(*iri));
+    }
+    out.endLine();
+}
+
+void list(const LsArguments& arguments) {
+    Output out;
+    // A creator per pattern: the order is the one a single creator keeps, without holding
+    // every pattern's entries at once.
+    for (const std::string& pattern : arguments.patterns) {
+        core::FileListCreator creator;
+        if (arguments.bytes) {
+            creator.AddToList(pattern, arguments.recursive);
+            for (const std::string& entry : creator.GetList()) {
+                if (arguments.json) {
+                    writeEntry(out, fl::i18n::to_ustring(entry), nullptr, true);
+                } else {
+                    out.text() += entry;
+                    out.endLine();
+                }
+            }
+            continue;
+        }
+        creator.AddFiles(fl::i18n::to_ustring(pattern), boost::none, arguments.iri,
+                         arguments.recursive, false);
+        const auto names = creator.GetNameList();
+        const auto iris = creator.GetIRIList();
+        for (std::size_t i = 0; i < names.size(); ++i) {
+            // A pattern listed with IRIs gives one per name, except for a lone "..": one name
+            // and no IRI.
+            const fl::ustring iri = i < iris.size() ? iris[i].toString() : fl::ustring();
+            writeEntry(out, names[i], arguments.iri && i < iris.size() ? &iri : nullptr,
+                       arguments.json);
+        }
+    }
+}
+
+} // namespace
+
+void addLsCommand(CLI::App& app) {
+    auto arguments = std::make_shared<LsArguments>();
+    CLI::App* command = app.add_subcommand(
+        "ls", "List the entries each pattern matches: a folder path ending in a name with * (any "
+              "run) and ? (any one character), or one name. Entries are full paths, in name "
+              "order; . and .. are left out");
+    command->add_option("patterns", arguments->patterns, "Patterns to list")->required();
+    command->add_flag("--recursive,-r", arguments->recursive,
+                      "Also list what each folder holds, before the folder itself");
+    CLI::Option* iri =
+        command->add_flag("--iri", arguments->iri, "Print each entry's IRI after a tab");
+    command
+        ->add_flag("--bytes", arguments->bytes,
+                   "List as 8-bit text (links to folders are not entered)")
+        ->excludes(iri);
+    command->add_flag("--json", arguments->json, "Print one JSON object per line for scripts");
+    command->callback([arguments] { list(*arguments); });
+}
+
+} // namespace vexafs
