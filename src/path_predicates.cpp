@@ -74,14 +74,12 @@ int platformSpecificErrorCode() {
 }
 
 LinkStatus isSymlink(const fl::ustring& path) {
-    try {
-        const auto own = fl::filesystem::symlink_status(path);
-        if ((own.mode() & fl::filesystem::file_status::file_type_mask) ==
-            fl::filesystem::file_status::symlink_file)
-            return LinkStatus::IsLink;
-    } catch (...) {
-        // An unreadable status is answered as "not a link".
-    }
+    // An unreadable status is answered as "not a link"; it has no type.
+    std::error_code unreadable;
+    const auto own = fl::filesystem::symlink_status(path, unreadable);
+    if ((own.mode() & fl::filesystem::file_status::file_type_mask) ==
+        fl::filesystem::file_status::symlink_file)
+        return LinkStatus::IsLink;
     return LinkStatus::NotLink;
 }
 

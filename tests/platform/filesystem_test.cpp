@@ -48,6 +48,12 @@ std::string typeOf(const fl::ustring& path, bool followed) {
         {fs::file_status::directory_file, "folder"},
         {fs::file_status::symlink_file, "link"},
         {fs::file_status::fifo_file, "fifo"}};
+    // The form without exceptions answers alike, with the errno in place of the throw.
+    std::error_code quietError;
+    const auto quiet = followed ? fs::status(path, quietError) : fs::symlink_status(path, quietError);
+    EXPECT_EQ(quietError.value(), error.empty() ? 0 : std::stoi(error.substr(error.rfind(' ') + 1)))
+        << utf8(path);
+    EXPECT_EQ(quiet.type(), error.empty() ? type : 0u) << utf8(path);
     for (const auto& [value, name] : names)
         if (error.empty() && type == value)
             return name;

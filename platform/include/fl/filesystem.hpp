@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <exception>
 #include <string>
+#include <system_error>
 
 #include <sys/stat.h>
 
@@ -82,6 +83,12 @@ file_status status(const ustring& path);
 // The status of the path itself, without following a final link (lstat).
 file_status symlink_status(const ustring& path);
 
+// The same two without an exception, for questions to which a failure is an answer (is it
+// there, is it a link): `error` gets the errno of the failure (system category) or is
+// cleared, and a failure gives a status without a type. U+0000 in the path is EINVAL.
+file_status status(const ustring& path, std::error_code& error);
+file_status symlink_status(const ustring& path, std::error_code& error);
+
 // --- links -----------------------------------------------------------------------------
 // Makes `link` a symbolic link holding `target` as written. `type` is the kind of item the
 // target is, regular_file or directory_file, or file_type_auto to find it out: the target is
@@ -145,6 +152,10 @@ std::string to_native(const ustring& path);
 
 // Throws the exception that matches `error` for `path`.
 [[noreturn]] void throwErrno(int error, const ustring& path);
+
+// Whether `error` says that a path is not there (ENOENT, or ENOTDIR for a file on the way):
+// the errors throwErrno reports as PathNotFound.
+bool is_path_not_found(int error) noexcept;
 
 } // namespace detail
 } // namespace fl::filesystem

@@ -32,6 +32,24 @@ struct stat statOrThrow(const ustring& path, bool followLinks) {
     return st;
 }
 
+// The errno of the look, 0 when `st` holds the answer.
+int look(const ustring& path, bool followLinks, struct stat& st) {
+    if (text::holdsNul(path))
+        return EINVAL;
+    const std::string native = fl::i18n::to_string(path);
+    const int rc = followLinks ? ::stat(native.c_str(), &st) : ::lstat(native.c_str(), &st);
+    return rc == 0 ? 0 : errno;
+}
+
+file_status answer(int failure, const struct stat& st, std::error_code& error) {
+    if (failure != 0) {
+        error.assign(failure, std::system_category());
+        return file_status();
+    }
+    error.clear();
+    return file_status(st.st_mode);
+}
+
 // Owns a buffer that the C library allocated with malloc.
 struct FreeDeleter {
     void operator()(char* p) const noexcept { std::free(p); }
@@ -111,6 +129,10 @@ ustring extract_filename(ustring_view path) {
     return name;
 }
 
+bool is_path_not_found(int error) noexcept {
+    return errno_rules::rowFor(error).fsys == errno_rules::FsysKind::PathNotFound;
+}
+
 void throwErrno(int error, const ustring& path) {
     using errno_rules::FsysKind;
     switch (errno_rules::rowFor(error).fsys) {
@@ -130,20 +152,40 @@ void throwErrno(int error, const ustring& path) {
 
 } // namespace detail
 
-file_status status(const ustring& path) {
-    try {
-        return file_status(statOrThrow(path, true).st_mode);
-    } catch (const PathNotFound&) {
+file_status status(const ustring& path, std::error_code& error) {
+    struct stat st {};
+    int failure = look(path, true, st);
+    if (detail::is_path_not_found(failure)) {
         // The target is missing; a link standing at the path still answers for itself.
-        const file_status own = symlink_status(path);
-        if (own.type() == file_status::symlink_file)
-            return own;
-        throw;
+        struct stat own {};
+        const int ownFailure = look(path, false, own);
+        if (ownFailure != 0)
+            return answer(ownFailure, own, error);
+        if (S_ISLNK(own.st_mode))
+            return answer(0, own, error);
     }
+    return answer(failure, st, error);
+}
+
+file_status symlink_status(const ustring& path, std::error_code& error) {
+    struct stat st {};
+    return answer(look(path, false, st), st, error);
+}
+
+file_status status(const ustring& path) {
+    std::error_code error;
+    const file_status answered = status(path, error);
+    if (error)
+        detail::throwErrno(error.value(), path);
+    return answered;
 }
 
 file_status symlink_status(const ustring& path) {
-    return file_status(statOrThrow(path, false).st_mode);
+    std::error_code error;
+    const file_status answered = symlink_status(path, error);
+    if (error)
+        detail::throwErrno(error.value(), path);
+    return answered;
 }
 
 void create_symlink(const ustring& target, const ustring& link, unsigned int type) {

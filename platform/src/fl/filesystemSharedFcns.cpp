@@ -55,20 +55,20 @@ fl::ustring render(const LexicalPath& parsed, bool wasEmpty) {
 } // namespace
 
 bool exists(const fl::ustring& path) {
-    try {
+    // Asked of every path made absolute: a missing one is an answer, not worth an exception.
+    std::error_code error;
+    const fs::file_status found = fs::status(path, error);
+    if (!error)
         // status answers for a dangling link with the link itself: nothing usable is there.
-        return fs::status(path).type() != fs::file_status::symlink_file;
-    } catch (const fs::PathNotFound&) {
+        return found.type() != fs::file_status::symlink_file;
+    if (fs::detail::is_path_not_found(error.value()))
         return false;
-    }
+    fs::detail::throwErrno(error.value(), path);
 }
 
 bool isDir(const fl::ustring& path) {
-    try {
-        return fs::status(path).type() == fs::file_status::directory_file;
-    } catch (const fs::FsysExceptionBase&) {
-        return false;
-    }
+    std::error_code error;
+    return fs::status(path, error).type() == fs::file_status::directory_file;
 }
 
 bool isPathSeparator(const char16_t& c) {
