@@ -2,8 +2,10 @@
 // (label "threads").
 
 #include <vexa/io/filesystem/core/existence.hpp>
+#include <vexa/io/filesystem/core/file_list_creator.hpp>
 #include <vexa/io/filesystem/core/file_manipulator.hpp>
 #include <vexa/io/filesystem/core/log.hpp>
+#include <vexa/io/filesystem/core/packages.hpp>
 #include <vexa/io/filesystem/core/result_handler.hpp>
 
 #include <Quarrow/VexaStorageSystem.hpp>
@@ -15,6 +17,7 @@
 
 #include "HostState.hpp"
 #include "Operations.hpp"
+#include "Packages.hpp"
 #include "TempDir.hpp"
 #include "Threads.hpp"
 
@@ -139,6 +142,36 @@ TEST(Threads, StorageQueriesWhileTheStorageSystemChanges) {
         }
     });
     Quarrow::VexaStorageSystem::SetStorageSystemReference(original);
+    EXPECT_EQ(wrong, 0);
+}
+
+} // namespace
+
+namespace {
+
+// Folders listed and claimed on many threads while packages are added: every listing is
+// whole, and the nearest root claims.
+TEST(Threads, FoldersListedAndClaimedWhilePackagesAreAdded) {
+    const vexa::testing::TempDir dir;
+    dir.makeFolders({"pkg", "pkg/sub"});
+    dir.makeFile("pkg/sub/a.m");
+    const vexa::testing::ScopedPackageRegistry scoped(true);
+    const vfs::Folder sub(vfs::AbsoluteIRI(fl::i18n::to_ustring(dir / "pkg/sub")),
+                          Quarrow::VexaStorageSystem::GetStorageSystemReference());
+    std::atomic<int> wrong = 0;
+    onThreads([&](int i) {
+        for (int round = 0; round < 20; ++round) {
+            if (round == i % 4)
+                core::GetCurrentPackageRegistry()->AddPackage(
+                    {i % 2 ? u"outer" : u"inner", fl::i18n::to_ustring(dir / (i % 2 ? "" : "pkg"))});
+            core::FileListCreator creator;
+            creator.AddFiles(fl::i18n::to_ustring(dir / "pkg/*"), boost::none, true, true, false);
+            wrong += creator.GetNameList().size() != 2 || creator.GetIRIList().size() != 2;
+            const auto claimed = core::GetClaimingPackage(sub);
+            // A thread that has added the inner package sees it claim, whatever the others do.
+            wrong += i % 2 == 0 && round >= i % 4 && (!claimed || claimed->name != u"inner");
+        }
+    });
     EXPECT_EQ(wrong, 0);
 }
 
