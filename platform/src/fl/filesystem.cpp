@@ -172,20 +172,25 @@ file_status symlink_status(const ustring& path, std::error_code& error) {
     return answer(look(path, false, st), st, error);
 }
 
-file_status status(const ustring& path) {
+namespace {
+
+// The answer of a quiet query, or the exception of its failure.
+file_status orThrow(const ustring& path, file_status (*query)(const ustring&, std::error_code&)) {
     std::error_code error;
-    const file_status answered = status(path, error);
+    const file_status answered = query(path, error);
     if (error)
         detail::throwErrno(error.value(), path);
     return answered;
 }
 
+} // namespace
+
+file_status status(const ustring& path) {
+    return orThrow(path, status);
+}
+
 file_status symlink_status(const ustring& path) {
-    std::error_code error;
-    const file_status answered = symlink_status(path, error);
-    if (error)
-        detail::throwErrno(error.value(), path);
-    return answered;
+    return orThrow(path, symlink_status);
 }
 
 void create_symlink(const ustring& target, const ustring& link, unsigned int type) {
