@@ -94,6 +94,13 @@ public:
     fl::ustring toString(iri::Encoding encoding) const;
     // The whole IRI as URI text, without a copy.
     std::string_view uriText() const noexcept { return {url_.data(), url_.size()}; }
+    // The host and the path as URI text, without a copy.
+    std::string_view uriHost() const noexcept {
+        return {url_.encoded_host().data(), url_.encoded_host().size()};
+    }
+    std::string_view uriPath() const noexcept {
+        return {url_.encoded_path().data(), url_.encoded_path().size()};
+    }
 
     friend bool operator==(const IRI& a, const IRI& b) noexcept {
         return a.uriText() == b.uriText();

@@ -103,7 +103,7 @@ FileAttributes LocalFileProvider::attributes(const vfs::AbsoluteIRI& location) c
     const auto path = localPath(location, "attributes");
     const ItemStatus status = probePath(path);
     if (const auto code = unreachableBecause(status))
-        vfs::raise(*code, "attributes", path.text);
+        vfs::raise(*code, "attributes", path.text());
     const bool writable = ::access(path.native.c_str(), W_OK) == 0;
     return FileAttributes(writable, status.lastModified, status.size);
 }
