@@ -15,6 +15,7 @@
 namespace foundation::storage::vfs {
 class AbsoluteIRI;
 class CanonicalAbsoluteIRI;
+AbsoluteIRI toAbsoluteIRI(const fl::ustring& scheme, const fl::ustring& path);
 } // namespace foundation::storage::vfs
 
 namespace foundation::network {
@@ -113,6 +114,8 @@ private:
     // which is already normal and needs no second parse.
     friend class foundation::storage::vfs::AbsoluteIRI;
     friend class foundation::storage::vfs::CanonicalAbsoluteIRI;
+    friend foundation::storage::vfs::AbsoluteIRI
+    foundation::storage::vfs::toAbsoluteIRI(const fl::ustring&, const fl::ustring&);
     friend struct IRIArgs;
 
     boost::urls::url url_;
