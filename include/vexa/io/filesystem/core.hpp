@@ -27,6 +27,7 @@
 #include <virtualfileio/ExceptionContextHandler.hpp>
 
 #include <vexa/io/filesystem/core/absolute_paths.hpp>
+#include <vexa/io/filesystem/core/attributes.hpp>
 #include <vexa/io/filesystem/core/content_type.hpp>
 #include <vexa/io/filesystem/core/errors.hpp>
 #include <vexa/io/filesystem/core/existence.hpp>
