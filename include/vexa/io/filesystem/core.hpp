@@ -36,6 +36,7 @@
 #include <vexa/io/filesystem/core/parent_folders.hpp>
 #include <vexa/io/filesystem/core/path_components.hpp>
 #include <vexa/io/filesystem/core/path_predicates.hpp>
+#include <vexa/io/filesystem/core/path_resolution.hpp>
 #include <vexa/io/filesystem/core/replacement_rules.hpp>
 #include <vexa/io/filesystem/core/result_handler.hpp>
 #include <vexa/io/filesystem/core/symbolic_links.hpp>
