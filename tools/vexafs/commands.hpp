@@ -14,5 +14,6 @@ void addExistCommand(CLI::App& app);
 void addMkparentCommand(CLI::App& app);
 void addContentTypeCommand(CLI::App& app);
 void addLinkCommand(CLI::App& app);
+void addResolveCommand(CLI::App& app);
 
 } // namespace vexafs

@@ -65,6 +65,7 @@ int main(int argc, char** argv) {
     vexafs::addMkparentCommand(app);
     vexafs::addContentTypeCommand(app);
     vexafs::addLinkCommand(app);
+    vexafs::addResolveCommand(app);
     if (argc <= 1) {
         std::cout << app.help();
         return 0;
