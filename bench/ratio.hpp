@@ -18,15 +18,21 @@ template <class Work> double nsPerCall(Work work, int calls = 200000) {
     return spent.count() / calls;
 }
 
-// Reports ours_ns, the reference's ns under `referenceName`, and their ratio. Returns the
-// two figures for counters of the caller's own.
+// Reports ours_ns, the reference's ns under `referenceName`, and their ratio. The two run in
+// alternating rounds, so that a drift of the machine's state during the run (the load of
+// other processes, a file system's growing list of recently freed inodes) weighs on both
+// alike. Returns the two figures for counters of the caller's own.
 template <class Ours, class Reference>
 std::pair<double, double> reportRatio(benchmark::State& state, Ours ours, Reference reference,
-                                      const char* referenceName, int calls = 200000) {
+                                      const char* referenceName, int calls = 200000,
+                                      int rounds = 10) {
     double oursNs = 0, referenceNs = 0;
     for (auto _ : state) {
-        oursNs = nsPerCall(ours, calls);
-        referenceNs = nsPerCall(reference, calls);
+        oursNs = referenceNs = 0;
+        for (int round = 0; round < rounds; ++round) {
+            oursNs += nsPerCall(ours, calls / rounds) / rounds;
+            referenceNs += nsPerCall(reference, calls / rounds) / rounds;
+        }
         state.counters["ours_ns"] = oursNs;
         state.counters[referenceName] = referenceNs;
         state.counters["ratio"] = oursNs / referenceNs;

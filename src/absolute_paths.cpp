@@ -59,8 +59,9 @@ void relativeToAbsolute(fl::ustring& path, ResolveSymbolicLinks resolveLinks, bo
     shared::replaceSlashesOnWindows(path);
     if (shared::startsWithSlashSlashOnWindows(path))
         return;
-    if (isSymlink(path) != LinkStatus::IsLink ||
-        resolveLinks == ResolveSymbolicLinks::FollowLinks) {
+    // Following links needs no look at the path first.
+    if (resolveLinks == ResolveSymbolicLinks::FollowLinks ||
+        isSymlink(path) != LinkStatus::IsLink) {
         resolve(path, Resolution::Canonical);
         return;
     }

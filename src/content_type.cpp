@@ -2,10 +2,11 @@
 
 #include <vexa/io/filesystem/core/log.hpp>
 
+#include "answered_failures.hpp"
+
 #include <Quarrow/VexaStorageSystem.hpp>
 #include <fl/i18n.hpp>
 #include <foundation/storage/vfs/File.hpp>
-#include <virtualfileio/ExceptionContextHandler.hpp>
 
 #include <string>
 
@@ -20,8 +21,8 @@ fl::ustring getContentType(const fl::ustring& path) {
     const log::TraceScope trace(
         "fl::ustring vexa::io::filesystem::core::{anonymous}::getContentType(const fl::ustring&)",
         "src/getContentType", 22);
-    const virtualfileio::PendingContextScope swallowedFailuresLeaveNoContext;
-    try {
+    // A content type is a hint: whatever keeps it from being read means "none known".
+    return answerOr(fl::ustring(), [&] {
         const vfs::StorageSystemReference storage =
             Quarrow::VexaStorageSystem::GetStorageSystemReference();
         const vfs::File file(vfs::AbsoluteIRI(path), storage);
@@ -32,11 +33,7 @@ fl::ustring getContentType(const fl::ustring& path) {
             contentType = fl::i18n::to_ustring(
                 *attributes.getOptAttributeAs<std::string>(contentTypeAttribute));
         return contentType;
-    } catch (...) {
-        // A content type is a hint: whatever keeps it from being read means "none known".
-        log::logCaughtException();
-        return {};
-    }
+    });
 }
 
 } // namespace

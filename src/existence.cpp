@@ -2,7 +2,8 @@
 
 #include <vexa/io/filesystem/core/path_predicates.hpp>
 
-#include <Quarrow/PathManagement/GetStringFromIRI.hpp>
+#include "native_text.hpp"
+
 #include <Quarrow/VexaStorageSystem.hpp>
 #include <fl/filesystem.hpp>
 #include <foundation/storage/vfs/Exception.hpp>
@@ -25,9 +26,7 @@ std::uint32_t unsignedValue(ExistenceTypeExtended type) {
 // (status reports the link itself) or a loop of links. Only SystemError is an answer here;
 // every other failure of the probe reaches the caller.
 bool nativeProbeFindsLink(const vfs::AbsoluteIRI& iri) {
-    const fl::ustring path = iri.getScheme() == u"file"
-                                 ? Quarrow::PathManagement::GetStringFromIRI(iri)
-                                 : iri.toString();
+    const fl::ustring path = nativeTextOf(iri);
     try {
         const auto status = fl::filesystem::status(path);
         return (status.mode() & fl::filesystem::file_status::file_type_mask) ==

@@ -146,4 +146,32 @@ bool decodeUnreservedEscapes(std::string& uri) {
     return changed;
 }
 
+std::optional<std::string> nativePathOf(const IRI& fileIri) {
+    const std::string_view host = fileIri.uriHost();
+    const std::string_view path = fileIri.uriPath();
+    // A query or fragment is not part of any file name: giving the path alone would name
+    // another file ("file:///tmp/what?.txt" is not "/tmp/what").
+    if ((!host.empty() && host != "localhost") || (!path.empty() && path.front() != '/') ||
+        fileIri.hasQuery() || fileIri.hasFragment())
+        return std::nullopt;
+    if (path.empty())
+        return "/";
+    // Each segment decoded on its own: a "/" decoded inside one would split a name in two,
+    // and a U+0000 would cut the path short at the system call.
+    static constexpr std::string_view breaksAName("/\0", 2);
+    std::string native;
+    native.reserve(path.size());
+    for (std::size_t begin = 1;;) {
+        native += '/';
+        const std::size_t slash = path.find('/', begin);
+        const std::size_t nameStart = native.size();
+        appendDecoded(native, path.substr(begin, slash - begin));
+        if (native.find_first_of(breaksAName, nameStart) != std::string::npos)
+            return std::nullopt;
+        if (slash == std::string_view::npos)
+            return native;
+        begin = slash + 1;
+    }
+}
+
 } // namespace foundation::network::detail

@@ -9,6 +9,7 @@
 
 #include <boost/url/string_view.hpp>
 
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -77,6 +78,16 @@ void appendDecoded(std::string& out, std::string_view uri);
 
 // Escapes of unreserved characters decoded; false when there was none, `uri` unchanged.
 bool decodeUnreservedEscapes(std::string& uri);
+
+// Whether the IRI's scheme is `file`, read off its text, which is lower case already.
+inline bool isFileIRI(const IRI& iri) {
+    return iri.uriText().starts_with("file:");
+}
+
+// The native path a `file` IRI of this machine (no host, or "localhost") names, as the
+// bytes the system calls take; none for one that names no native path: another host, a
+// relative path, a query or fragment, an escape that decodes to "/" or U+0000 in a name.
+std::optional<std::string> nativePathOf(const IRI& fileIri);
 
 // RFC 3986 section 5.2.4 on a path, for URI (char) or IRI (char16_t) text.
 template <class Char> std::basic_string<Char> removeDotSegments(std::basic_string_view<Char> in) {

@@ -2,13 +2,19 @@
 #include <Quarrow/current_working_folder/CurrentWorkingFolder.hpp>
 #include <host/EngineDispatcher.hpp>
 #include <host/HostArray.hpp>
+#include <host/Standalone.hpp>
+#include <virtualfileio/ExceptionContextHandler.hpp>
 
 #include <foundation/core/except/Exception.hpp>
 
 #include "CurrentFolder.hpp"
+#include "Storage.hpp"
+#include "TempDir.hpp"
+#include "Text.hpp"
 
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <stdexcept>
 
 namespace {
@@ -61,6 +67,50 @@ TEST(HostArrays, ValuesAndReferences) {
     EXPECT_EQ(raw->references(), 2);
     matrix::destroyArray(raw);
     EXPECT_EQ(narrow->references(), 1);
+}
+
+// The first item of that name in the current folder, then along the search path in order.
+TEST(FindFirstFileName, CurrentFolderThenSearchPath) {
+    vexa::testing::TempDir dir;
+    dir.makeFolders({"here", "one", "two", "two/sub", "one/pkg"});
+    for (const char* file : {"here/local.m", "one/local.m", "one/first.m", "two/first.m",
+                             "two/sub/deep.m", "two/broken.m"})
+        dir.makeFile(file);
+    dir.makeLink("missing", "one/broken.m");
+    const vexa::testing::CurrentFolder inside(dir / "here");
+    const auto previous = EngineDispatcher::getDispatcher().SetCurrentPathManager(
+        std::make_shared<Quarrow::PathManagement::PathManager>(std::vector<fl::ustring>{
+            vexa::testing::u(dir / "one"), vexa::testing::u(dir / "two")}));
+    const struct {
+        std::string name;
+        std::string found; // in the temporary folder; "" for nothing
+    } cases[] = {
+        {"local.m", "here/local.m"},
+        {"first.m", "one/first.m"},
+        {"sub/deep.m", "two/sub/deep.m"},
+        {"broken.m", "two/broken.m"}, // a link that leads nowhere is no item
+        {"pkg", "one/pkg"},           // a folder is one
+        {"none.m", ""},
+        {"", ""},
+        {dir / "one/first.m", ""}, // a path, not a name
+    };
+    for (const auto& c : cases) {
+        fl::ustring out = u"stale";
+        svFindFirstFileNameW(vexa::testing::u(c.name), false, out);
+        EXPECT_EQ(vexa::testing::utf8(out), c.found.empty() ? "" : dir / c.found) << c.name;
+    }
+    // A folder the storage layer cannot look into holds nothing, and its failure is not left
+    // for a later report.
+    {
+        const vexa::testing::ScopedStorageSystem storage(
+            {vexa::testing::faultyFiles(vexa::testing::FaultyProvider::Operation::Probe,
+                                        vexa::testing::vfs::PermissionDenied)});
+        fl::ustring out;
+        svFindFirstFileNameW(u"local.m", false, out);
+        EXPECT_EQ(out, u"");
+        EXPECT_FALSE(virtualfileio::ExceptionContextHandler::PendingContext());
+    }
+    EngineDispatcher::getDispatcher().SetCurrentPathManager(previous);
 }
 
 } // namespace

@@ -123,9 +123,12 @@ TEST_F(Storage, FileAttributesAndContent) {
     EXPECT_EQ(vfs::Folder(at(dir / "linkFolder"), host()).getAttributes().getLastModified(),
               vfs::Folder(at(dir / "folder"), host()).getAttributes().getLastModified());
     for (const auto& [name, code] : std::vector<std::pair<std::string, int>>{
-             {"missing", -1}, {"dangling", -9}, {"loopA", -9}, {"file/x", -4}})
+             {"missing", -1}, {"dangling", -9}, {"loopA", -9}, {"file/x", -4}}) {
         EXPECT_EQ(failure([&] { vfs::File(at(dir / name), host()).getAttributes(); }), code)
             << name;
+        EXPECT_EQ(failure([&] { vfs::Folder(at(dir / name), host()).getAttributes(); }), code)
+            << name;
+    }
 
     std::vector<char> buffer(16);
     vfs::IODevice device{vfs::File(at(dir / "file"), host())};

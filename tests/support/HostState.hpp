@@ -1,11 +1,13 @@
 #pragma once
 
 // Scoped changes of the stand-alone host's state, undone when the test ends: the current
-// path manager and the core logger's levels (CurrentFolder.hpp changes the current folder).
+// path manager, stand-alone mode and the core logger's levels (CurrentFolder.hpp changes the
+// current folder).
 
 #include <vexa/io/filesystem/core/log.hpp>
 
 #include <host/EngineDispatcher.hpp>
+#include <host/Standalone.hpp>
 
 #include <fl/i18n.hpp>
 
@@ -23,6 +25,19 @@ public:
 
 private:
     std::shared_ptr<Quarrow::PathManagement::PathManager> previous_;
+};
+
+class ScopedStandaloneMode {
+public:
+    explicit ScopedStandaloneMode(bool on) : previous_(svIsStandaloneMode()) {
+        svSetStandaloneMode(on);
+    }
+    ~ScopedStandaloneMode() { svSetStandaloneMode(previous_); }
+    ScopedStandaloneMode(const ScopedStandaloneMode&) = delete;
+    ScopedStandaloneMode& operator=(const ScopedStandaloneMode&) = delete;
+
+private:
+    bool previous_;
 };
 
 class ScopedLogLevels {

@@ -9,6 +9,8 @@
 #include <foundation/storage/provider/StorageProvider.hpp>
 #include <foundation/storage/vfs/Exception.hpp>
 
+#include <array>
+#include <atomic>
 #include <map>
 #include <memory>
 #include <string>
@@ -39,9 +41,11 @@ public:
         : inner_(std::move(inner)),
           schemes_(schemes.empty() ? inner_->schemes() : std::move(schemes)) {}
 
-    // From now on `operation` fails with `code` (set before the provider is shared).
-    FaultyProvider& failing(Operation operation, int code) {
-        faults_[operation] = code;
+    // From now on `operation` fails with `code`; with `onlyCall` n, only its n-th call
+    // (counted from 1) fails, for a fault that strikes a later query of several. Set before
+    // the provider is shared.
+    FaultyProvider& failing(Operation operation, int code, int onlyCall = 0) {
+        faults_[operation] = {code, onlyCall};
         return *this;
     }
     // Every folder listed also holds `name`, of a type the listing does not say: a name no
@@ -89,14 +93,23 @@ public:
     }
 
 private:
+    struct Fault {
+        int code;
+        int onlyCall;
+    };
+
     void check(Operation operation, const vfs::AbsoluteIRI& at) const {
-        if (const auto fault = faults_.find(operation); fault != faults_.end())
-            vfs::raise(fault->second, "injected", describe(at));
+        const int call = ++calls_[static_cast<std::size_t>(operation)];
+        if (const auto fault = faults_.find(operation);
+            fault != faults_.end() &&
+            (fault->second.onlyCall == 0 || fault->second.onlyCall == call))
+            vfs::raise(fault->second.code, "injected", describe(at));
     }
 
     std::shared_ptr<const provider::StorageProvider> inner_;
     std::vector<std::string> schemes_;
-    std::map<Operation, int> faults_;
+    std::map<Operation, Fault> faults_;
+    mutable std::array<std::atomic<int>, static_cast<std::size_t>(Operation::Open) + 1> calls_{};
     std::vector<provider::FolderEntry> extraNames_;
 };
 
@@ -127,10 +140,12 @@ private:
     vfs::StorageSystemReference previous_;
 };
 
-// The file provider failing `operation` with `code`, installed for one test.
-inline std::shared_ptr<FaultyProvider> faultyFiles(FaultyProvider::Operation operation, int code) {
+// The file provider failing `operation` with `code` (only its `onlyCall`-th call, when
+// given), installed for one test.
+inline std::shared_ptr<FaultyProvider> faultyFiles(FaultyProvider::Operation operation, int code,
+                                                   int onlyCall = 0) {
     auto faulty = std::make_shared<FaultyProvider>(ScopedStorageSystem::real("file"));
-    faulty->failing(operation, code);
+    faulty->failing(operation, code, onlyCall);
     return faulty;
 }
 

@@ -16,5 +16,6 @@ void addContentTypeCommand(CLI::App& app);
 void addLinkCommand(CLI::App& app);
 void addLsCommand(CLI::App& app);
 void addPackageCommand(CLI::App& app);
+void addResolveCommand(CLI::App& app);
 
 } // namespace vexafs

@@ -67,6 +67,7 @@ int main(int argc, char** argv) {
     vexafs::addLinkCommand(app);
     vexafs::addLsCommand(app);
     vexafs::addPackageCommand(app);
+    vexafs::addResolveCommand(app);
     if (argc <= 1) {
         std::cout << app.help();
         return 0;

@@ -2,7 +2,12 @@
 
 #include <fl/filesystem.hpp>
 
+#include <algorithm>
+#include <cerrno>
 #include <vector>
+
+#include <fcntl.h>
+#include <unistd.h>
 
 namespace filesystemSharedFcns {
 namespace {
@@ -52,18 +57,35 @@ fl::ustring render(const LexicalPath& parsed, bool wasEmpty) {
     return text;
 }
 
+// Whether folding would give `path` back as it is: no run of separators, no "." name and,
+// when `parentFoldersToo`, no ".." name. Most paths are like that and keep their text
+// without being taken apart.
+bool hasNothingToFold(fl::ustring_view path, bool parentFoldersToo) {
+    const char16_t separator = fs::upath_constant::PATHNAME_SEPARATOR.front();
+    for (std::size_t pos = 0; pos <= path.size();) {
+        const std::size_t end = std::min(path.find(separator, pos), path.size());
+        const fl::ustring_view name = path.substr(pos, end - pos);
+        // An empty name is the root before the first separator or the end after the last
+        // one; anywhere else it is a run of separators.
+        if ((name.empty() && pos > 0 && end < path.size()) || name == currentFolder ||
+            (parentFoldersToo && name == parentFolder))
+            return false;
+        pos = end + 1;
+    }
+    return true;
+}
+
 } // namespace
 
 bool exists(const fl::ustring& path) {
-    // Asked of every path made absolute: a missing one is an answer, not worth an exception.
-    std::error_code error;
-    const fs::file_status found = fs::status(path, error);
-    if (!error)
-        // status answers for a dangling link with the link itself: nothing usable is there.
-        return found.type() != fs::file_status::symlink_file;
-    if (fs::detail::is_path_not_found(error.value()))
+    // Only whether something is there is asked, so the item's status is not read. Links are
+    // followed, as status does (a dangling link leads to nothing), and the path is looked up
+    // with the process's effective ids, as for every other call.
+    if (::faccessat(AT_FDCWD, fs::detail::to_native(path).c_str(), F_OK, AT_EACCESS) == 0)
+        return true;
+    if (fs::detail::is_path_not_found(errno))
         return false;
-    fs::detail::throwErrno(error.value(), path);
+    fs::detail::throwErrno(errno, path);
 }
 
 bool isDir(const fl::ustring& path) {
@@ -76,12 +98,16 @@ bool isPathSeparator(const char16_t& c) {
 }
 
 void handleSingleDots(fl::ustring& path) {
+    if (hasNothingToFold(path, false))
+        return;
     LexicalPath parsed = parse(path);
     std::erase(parsed.names, currentFolder);
     path = render(parsed, path.empty());
 }
 
 void handleDotDots(fl::ustring& path) {
+    if (hasNothingToFold(path, true))
+        return;
     const LexicalPath parsed = parse(path);
     LexicalPath folded = parsed;
     folded.names.clear();

@@ -29,6 +29,7 @@
 #include <virtualfileio/ExceptionContextHandler.hpp>
 
 #include <vexa/io/filesystem/core/absolute_paths.hpp>
+#include <vexa/io/filesystem/core/attributes.hpp>
 #include <vexa/io/filesystem/core/content_type.hpp>
 #include <vexa/io/filesystem/core/errors.hpp>
 #include <vexa/io/filesystem/core/existence.hpp>
@@ -39,6 +40,7 @@
 #include <vexa/io/filesystem/core/parent_folders.hpp>
 #include <vexa/io/filesystem/core/path_components.hpp>
 #include <vexa/io/filesystem/core/path_predicates.hpp>
+#include <vexa/io/filesystem/core/path_resolution.hpp>
 #include <vexa/io/filesystem/core/replacement_rules.hpp>
 #include <vexa/io/filesystem/core/result_handler.hpp>
 #include <vexa/io/filesystem/core/symbolic_links.hpp>

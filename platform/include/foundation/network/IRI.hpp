@@ -15,6 +15,7 @@
 namespace foundation::storage::vfs {
 class AbsoluteIRI;
 class CanonicalAbsoluteIRI;
+AbsoluteIRI toAbsoluteIRI(const fl::ustring& scheme, const fl::ustring& path);
 } // namespace foundation::storage::vfs
 
 namespace foundation::network {
@@ -94,6 +95,13 @@ public:
     fl::ustring toString(iri::Encoding encoding) const;
     // The whole IRI as URI text, without a copy.
     std::string_view uriText() const noexcept { return {url_.data(), url_.size()}; }
+    // The host and the path as URI text, without a copy.
+    std::string_view uriHost() const noexcept {
+        return {url_.encoded_host().data(), url_.encoded_host().size()};
+    }
+    std::string_view uriPath() const noexcept {
+        return {url_.encoded_path().data(), url_.encoded_path().size()};
+    }
 
     friend bool operator==(const IRI& a, const IRI& b) noexcept {
         return a.uriText() == b.uriText();
@@ -106,6 +114,8 @@ private:
     // which is already normal and needs no second parse.
     friend class foundation::storage::vfs::AbsoluteIRI;
     friend class foundation::storage::vfs::CanonicalAbsoluteIRI;
+    friend foundation::storage::vfs::AbsoluteIRI
+    foundation::storage::vfs::toAbsoluteIRI(const fl::ustring&, const fl::ustring&);
     friend struct IRIArgs;
 
     boost::urls::url url_;

@@ -6,7 +6,8 @@
 #include <Quarrow/VexaStorageSystem.hpp>
 #include <foundation/storage/vfs/Exists.hpp>
 #include <foundation/storage/vfs/Folder.hpp>
-#include <virtualfileio/ExceptionContextHandler.hpp>
+
+#include "swallowed_failures.hpp"
 
 #include "location_rules.hpp"
 
@@ -24,25 +25,14 @@ bool isSpecialName(fl::ustring_view name) {
            name == u"private";
 }
 
-// A scan answers for what it can see: a failure to look is swallowed, and leaves nothing
-// pending for an operation to report as its own.
-template <class Look> auto swallowingFailures(Look look, decltype(look()) otherwise) {
-    const virtualfileio::PendingContextScope swallowedFailuresLeaveNoContext;
-    try {
-        return look();
-    } catch (const vfs::Exception&) {
-    } catch (const vfs::InvalidIRIException&) {
-    }
-    return otherwise;
-}
-
 bool isFolderAt(const vfs::AbsoluteIRI& location, const vfs::StorageSystemReference& storage) {
     return swallowingFailures(
         [&] { return vfs::exists(location, storage) == vfs::existence::folder; }, false);
 }
 
-// The special subfolders (links to folders included) of a folder that is missing or
-// unreadable are none; one gone or out of reach since it was listed is not on the path.
+// A scan answers for what it can see: the special subfolders (links to folders included)
+// of a folder that is missing or unreadable are none; one gone or out of reach since it
+// was listed is not on the path.
 std::vector<fl::ustring> specialSubfoldersOf(const fl::ustring& folder) {
     const auto storage = VexaStorageSystem::GetStorageSystemReference();
     return swallowingFailures(

@@ -5,6 +5,7 @@
 #include <boost/date_time/posix_time/ptime.hpp>
 
 #include <cstdint>
+#include <optional>
 
 namespace foundation::storage::provider {
 
@@ -35,6 +36,16 @@ inline ItemType followed(const ItemStatus& status) noexcept {
 
 inline bool isFolder(const ItemStatus& status) noexcept {
     return followed(status) == ItemType::Folder;
+}
+
+// Why the item the location leads to cannot be asked about (its time, its size): the code
+// of the missing item, or IOError for a link that leads nowhere. None when there is one.
+inline std::optional<int> unreachableBecause(const ItemStatus& status) noexcept {
+    if (status.type == ItemType::Nothing)
+        return status.missingCode;
+    if (followed(status) == ItemType::Nothing)
+        return vfs::IOError;
+    return std::nullopt;
 }
 
 } // namespace foundation::storage::provider

@@ -8,6 +8,7 @@
 #include <foundation/storage/provider/ItemStatus.hpp>
 #include <foundation/storage/vfs/AbsoluteIRI.hpp>
 
+#include <fl/i18n.hpp>
 #include <fl/ustring.hpp>
 
 #include <optional>
@@ -17,11 +18,12 @@
 
 namespace foundation::storage::provider::local {
 
-// The native path a `file` location names: as text for messages and as the bytes the
-// system calls take.
+// The native path a `file` location names, as the bytes the system calls take. Its text,
+// which only messages need, is made when a message is.
 struct LocalPath {
-    fl::ustring text;
     std::string native;
+
+    fl::ustring text() const { return fl::i18n::to_ustring(native); }
 };
 
 // Empty for a location that names no native path.

@@ -102,10 +102,8 @@ ItemStatus LocalFileProvider::probe(const vfs::AbsoluteIRI& location) const {
 FileAttributes LocalFileProvider::attributes(const vfs::AbsoluteIRI& location) const {
     const auto path = localPath(location, "attributes");
     const ItemStatus status = probePath(path);
-    if (status.type == ItemType::Nothing)
-        vfs::raise(status.missingCode, "attributes", path.text);
-    if (followed(status) == ItemType::Nothing)
-        vfs::raise(vfs::IOError, "attributes", path.text);
+    if (const auto code = unreachableBecause(status))
+        vfs::raise(*code, "attributes", path.text());
     const bool writable = ::access(path.native.c_str(), W_OK) == 0;
     return FileAttributes(writable, status.lastModified, status.size);
 }

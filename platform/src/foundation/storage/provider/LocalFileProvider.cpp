@@ -1,9 +1,10 @@
 #include <foundation/storage/provider/LocalFileProvider.hpp>
 
 #include "LocalFile.hpp"
+#include "iri_text.hpp"
 
-#include <Quarrow/PathManagement/GetStringFromIRI.hpp>
 #include <fl/filesystem.hpp>
+#include <fl/i18n.hpp>
 #include <foundation/storage/vfs/Exception.hpp>
 
 #include <cerrno>
@@ -17,15 +18,19 @@ namespace local {
 
 std::optional<LocalPath> tryLocalPath(const vfs::AbsoluteIRI& location) {
     LocalPath path;
-    try {
-        path.text = Quarrow::PathManagement::GetStringFromIRI(location);
-    } catch (const vfs::InvalidIRIException&) {
-        return std::nullopt;
+    // The path as GetStringFromIRI gives it, taken as bytes straight from the IRI: the
+    // system calls want bytes, and only a message wants the text.
+    if (network::detail::isFileIRI(location.toIRI())) {
+        auto native = network::detail::nativePathOf(location.toIRI());
+        if (!native)
+            return std::nullopt;
+        path.native = std::move(*native);
+    } else {
+        path.native = fl::filesystem::detail::to_native(location.toString());
     }
     // "file:///d/f.txt/" names the file "/d/f.txt", as the IRI layer reads its name.
-    if (path.text.size() > 1 && path.text.back() == u'/')
-        path.text.pop_back();
-    path.native = fl::filesystem::detail::to_native(path.text);
+    if (path.native.size() > 1 && path.native.back() == '/')
+        path.native.pop_back();
     return path;
 }
 
@@ -37,7 +42,8 @@ LocalPath localPath(const vfs::AbsoluteIRI& location, const char* operation) {
 }
 
 void fail(const char* operation, const LocalPath& path) {
-    vfs::throwFromErrno(errno, operation, path.text);
+    const int error = errno; // before the text is made
+    vfs::throwFromErrno(error, operation, path.text());
 }
 
 ItemType typeOf(mode_t mode) noexcept {
@@ -104,7 +110,7 @@ std::vector<std::string> LocalFileProvider::schemes() const {
 
 fl::ustring LocalFileProvider::describe(const vfs::AbsoluteIRI& location) const {
     auto path = local::tryLocalPath(location);
-    return path ? std::move(path->text) : location.toString();
+    return path ? path->text() : location.toString();
 }
 
 void LocalFileProvider::createFile(const vfs::AbsoluteIRI& location) const {

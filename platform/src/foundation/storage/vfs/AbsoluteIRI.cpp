@@ -52,6 +52,16 @@ std::vector<std::string_view> segmentsOf(std::string_view path) {
     return segments;
 }
 
+void setEncodedPath(boost::urls::url& url, std::string_view path) {
+    if (path == "/") {
+        // Boost.URL 1.81 writes a path set to "/" as "/./".
+        url.set_encoded_path("");
+        url.set_path_absolute(true);
+    } else {
+        url.set_encoded_path(path);
+    }
+}
+
 // `url` with another encoded path, its query and fragment kept or dropped. Editing the
 // parsed form spares a second parse of text that is valid already.
 boost::urls::url withPath(const boost::urls::url& url, std::string_view path,
@@ -61,13 +71,7 @@ boost::urls::url withPath(const boost::urls::url& url, std::string_view path,
         edited.remove_fragment();
         edited.remove_query();
     }
-    if (path == "/") {
-        // Boost.URL 1.81 writes a path set to "/" as "/./".
-        edited.set_encoded_path("");
-        edited.set_path_absolute(true);
-    } else {
-        edited.set_encoded_path(path);
-    }
+    setEncodedPath(edited, path);
     return edited;
 }
 
@@ -214,7 +218,19 @@ AbsoluteIRI toAbsoluteIRI(const fl::ustring& scheme, const fl::ustring& path) {
     requireAbsoluteNativePath(path);
     std::string uri = fl::ascii::toLowerNarrow(scheme);
     uri += "://"; // an empty authority: the path is on this machine
+    const std::size_t pathStart = uri.size();
     ndetail::appendEscapedPath(uri, fl::i18n::to_string(path), true);
+    // Every byte is allowed in a path or escaped, with the escapes' digits in upper case: the
+    // text is in normal form already, and put together from its parts it needs no parse.
+    // Boost.URL 1.81 writes a path that starts with "//" or "/." with a "/." in front, so
+    // such a path is parsed instead.
+    if (uri.size() == pathStart + 1 || (uri[pathStart + 1] != '/' && uri[pathStart + 1] != '.')) {
+        boost::urls::url url;
+        url.set_scheme(std::string_view(uri).substr(0, pathStart - 3));
+        url.set_encoded_host("");
+        setEncodedPath(url, std::string_view(uri).substr(pathStart));
+        return AbsoluteIRI(IRI(std::move(url)));
+    }
     auto iri = IRI::parseUri(std::move(uri));
     if (!iri) // every byte is escaped or allowed in a path: this cannot fail
         throw core::except::Exception<core::except::IInternalException>(

@@ -66,7 +66,13 @@ void Folder::createFolderRecursive() const {
 }
 
 provider::FolderAttributes Folder::getAttributes() const {
-    return provider::FolderAttributes(provider()->attributes(getLocation()).getLastModified());
+    // A folder's attributes are its time alone, which the look gives: a file's attributes
+    // would also ask whether it may be written.
+    const auto provider = this->provider();
+    const provider::ItemStatus status = provider->probe(getLocation());
+    if (const auto code = provider::unreachableBecause(status))
+        raise(*code, "attributes", provider->describe(getLocation()));
+    return provider::FolderAttributes(status.lastModified);
 }
 
 } // namespace foundation::storage::vfs

@@ -1,0 +1,242 @@
+#include <vexa/io/filesystem/core/path_resolution.hpp>
+
+#include <vexa/io/filesystem/core/absolute_paths.hpp>
+#include <vexa/io/filesystem/core/existence.hpp>
+#include <vexa/io/filesystem/core/log.hpp>
+
+#include "answered_failures.hpp"
+#include "native_text.hpp"
+
+#include <Quarrow/VexaStorageSystem.hpp>
+#include <fl/filesystem.hpp>
+#include <foundation/storage/vfs/AbsoluteIRI.hpp>
+#include <foundation/storage/vfs/Exception.hpp>
+#include <host/Standalone.hpp>
+#include <virtualfileio/ExceptionContextHandler.hpp>
+
+#include <memory>
+#include <optional>
+#include <utility>
+
+namespace vexa::io::filesystem::core {
+namespace {
+
+namespace fs = fl::filesystem;
+namespace vfs = foundation::storage::vfs;
+namespace provider = foundation::storage::provider;
+using provider::ExistenceTypeExtended;
+
+// A resolver's first guess at the item its input names.
+struct PathCandidate {
+    fl::ustring path;         // empty: no guess
+    bool isIRI = false;       // `path` is IRI text, not a native path
+    bool wasRelative = false; // the input was a relative local path
+};
+
+// What the driver found: the text to show, the location, and what is there.
+struct ResolutionRecord {
+    fl::ustring path;
+    std::optional<vfs::AbsoluteIRI> iri;
+    ExistenceTypeExtended existence = provider::ExistsAsNothing;
+};
+
+// The location `text` names, read as IRI text or as a native path; none for text that can
+// name no location, which resolves to nothing rather than to an error.
+std::optional<vfs::AbsoluteIRI> makeIRI(const fl::ustring& text, bool isIRI) {
+    const virtualfileio::PendingContextScope refusedTextLeavesNoContext;
+    try {
+        if (isIRI)
+            return vfs::AbsoluteIRI(text);
+        return vfs::toAbsoluteIRI(u"file",
+                                  text.empty() ? text : fs::detail::make_native_form(text, true));
+    } catch (const vfs::Exception&) {
+        log::logCaughtException();
+    } catch (const vfs::InvalidIRIException&) {
+        log::logCaughtException();
+    }
+    return std::nullopt;
+}
+
+// The host's look-up of a name in the current folder and along the search path.
+PathCandidate searchByName(const fl::ustring& name) {
+    PathCandidate found;
+    svFindFirstFileNameW(name, false, found.path);
+    found.isIRI = vfs::hasIRIPrefix(found.path);
+    return found;
+}
+
+class PathResolver {
+public:
+    PathResolver(fl::ustring input, bool isURL, bool keepInputPath, ResolvePathOptions options)
+        : input_(std::move(input)), isURL_(isURL), keepInputPath_(keepInputPath),
+          options_(options) {}
+    virtual ~PathResolver() = default;
+    PathResolver(const PathResolver&) = delete;
+    PathResolver& operator=(const PathResolver&) = delete;
+
+    virtual PathCandidate resolve() const = 0;
+
+    // Shared by every resolver: from the candidate to the location, what is there, and the
+    // text to show for it.
+    ResolutionRecord run() const;
+
+protected:
+    // The input made absolute as a local path (normalised as a URL when it is one).
+    fl::ustring prepared(ResolveSymbolicLinks links) const {
+        fl::ustring path = input_;
+        setupPathForURLConstruction(path, links, false);
+        return path;
+    }
+    // Following links canonicalises the whole path; otherwise a final link is only made
+    // absolute, so that the answer still names the link.
+    ResolveSymbolicLinks linkTreatment() const {
+        return static_cast<ResolveSymbolicLinks>(2 - int{options_.resolveSymbolicLinks});
+    }
+
+    const fl::ustring input_;
+    const bool isURL_;
+    // Show the input as typed. makeResolver never sets it; the resolvers honour it anyway,
+    // so that a resolver made otherwise behaves as its name says.
+    const bool keepInputPath_;
+    const ResolvePathOptions options_;
+};
+
+// A host used interactively: the name as a path from the current folder first.
+class LocalFilePathResolver final : public PathResolver {
+public:
+    using PathResolver::PathResolver;
+    PathCandidate resolve() const override {
+        if (keepInputPath_)
+            return {input_};
+        return {prepared(linkTreatment()), false, !fs::detail::is_absolute(input_)};
+    }
+};
+
+// A deployed application finds its own files by name before anything in the current
+// folder could stand in for them.
+class DeployedLocalFilePathResolver final : public PathResolver {
+public:
+    using PathResolver::PathResolver;
+    PathCandidate resolve() const override {
+        if (keepInputPath_)
+            return {input_};
+        const fl::ustring native =
+            input_.empty() ? input_ : fs::detail::make_native_form(input_, true);
+        if (!fs::detail::is_absolute(native)) {
+            PathCandidate found = searchByName(input_);
+            if (!found.path.empty())
+                return found;
+        }
+        // Never relative to the driver: the name has been searched for already.
+        return {prepared(linkTreatment())};
+    }
+};
+
+// IRI text of a scheme the storage layer serves. Links are the provider's business: the
+// text is only normalised.
+class URLPathResolver final : public PathResolver {
+public:
+    using PathResolver::PathResolver;
+    PathCandidate resolve() const override {
+        const auto iri = makeIRI(prepared(ResolveSymbolicLinks::Literal), true);
+        if (!iri)
+            return {};
+        return {iri->getResolvedIRI().toString(), true, false};
+    }
+};
+
+ResolutionRecord PathResolver::run() const {
+    const PathCandidate candidate = resolve();
+    if (candidate.path.empty())
+        return {};
+    std::optional<vfs::AbsoluteIRI> iri = makeIRI(candidate.path, candidate.isIRI);
+    if (!iri)
+        return {};
+    ExistenceTypeExtended existence = getExtendedExistenceType(*iri, false);
+    if (existence == provider::ExistsAsNothing && candidate.wasRelative) {
+        const PathCandidate found = searchByName(input_);
+        if (found.path.empty())
+            return {};
+        iri = makeIRI(found.path, found.isIRI);
+        if (!iri)
+            return {};
+        existence = getExtendedExistenceType(*iri, false);
+    }
+    if (isSymlink(existence) && options_.resolveSymbolicLinks) {
+        // A link that cannot be followed leads to nothing. The existence keeps the link's
+        // value, so that the kind still tells a link was followed.
+        const fl::ustring linkPath = nativeTextOf(*iri);
+        const auto target = answerOr(std::optional<fl::ustring>(), [&] {
+            return std::optional<fl::ustring>(fs::canonical(linkPath, {}));
+        });
+        iri = target ? makeIRI(*target, false) : std::nullopt;
+        if (!iri)
+            return {};
+    }
+    if (existence == provider::ExistsAsNothing)
+        return {};
+    fl::ustring text;
+    if (!isURL_)
+        text = keepInputPath_ ? input_ : nativeTextOf(*iri);
+    else
+        text = options_.nativePathForIRI ? nativeTextOf(*iri) : iri->toString();
+    return {std::move(text), std::move(iri), existence};
+}
+
+std::unique_ptr<PathResolver> makeResolver(const fl::ustring& path,
+                                           const ResolvePathOptions& options) {
+    if (vfs::hasIRIPrefix(path))
+        return std::make_unique<URLPathResolver>(path, true, false, options);
+    if (svIsStandaloneMode())
+        return std::make_unique<DeployedLocalFilePathResolver>(path, false, false, options);
+    return std::make_unique<LocalFilePathResolver>(path, false, false, options);
+}
+
+ResolvedPathKind kindOf(ExistenceTypeExtended existence, bool followingLinks) {
+    if (isFile(existence))
+        return ResolvedPathKind::File;
+    if (isFolder(existence))
+        return ResolvedPathKind::Folder;
+    switch (existence) {
+    case provider::ExistsAsLinkToFile:
+        return followingLinks ? ResolvedPathKind::File : ResolvedPathKind::SymbolicLink;
+    case provider::ExistsAsLinkToFolder:
+        return followingLinks ? ResolvedPathKind::Folder : ResolvedPathKind::SymbolicLink;
+    case provider::ExistsAsOtherLink:
+        return ResolvedPathKind::SymbolicLink;
+    default:
+        return ResolvedPathKind::Nothing;
+    }
+}
+
+ResolutionRecord resolveRecord(const fl::ustring& path, const ResolvePathOptions& options) {
+    return makeResolver(path, options)->run();
+}
+
+} // namespace
+
+ResolvedPath resolvePath(const fl::ustring& path, const ResolvePathOptions& options) {
+    ResolutionRecord record = resolveRecord(path, options);
+    return {std::move(record.path), kindOf(record.existence, options.resolveSymbolicLinks)};
+}
+
+ResolvedPathAttributes resolvePathWithAttributes(const fl::ustring& path,
+                                                 const ResolvePathOptions& options) {
+    ResolutionRecord record = resolveRecord(path, options);
+    ResolvedPathAttributes resolved{
+        std::move(record.path), kindOf(record.existence, options.resolveSymbolicLinks), {}};
+    const vfs::StorageSystemReference storage =
+        Quarrow::VexaStorageSystem::GetStorageSystemReference();
+    const ExistenceTypeExtended existence = record.existence;
+    // A link of another kind than to a file or a folder is opened as a file, whatever the
+    // options say: opening is how its attributes can be had at all.
+    if (isFile(existence) || existence == provider::ExistsAsLinkToFile ||
+        existence == provider::ExistsAsOtherLink)
+        resolved.attributes = getAttributes(vfs::File(record.iri.value(), storage), resolved.path);
+    else if (isFolder(existence) || existence == provider::ExistsAsLinkToFolder)
+        resolved.attributes =
+            getAttributes(vfs::Folder(record.iri.value(), storage), resolved.path);
+    return resolved;
+}
+
+} // namespace vexa::io::filesystem::core

@@ -1,0 +1,102 @@
+// vexafs resolve as a user and a script see it.
+
+#include "CurrentFolder.hpp"
+#include "TempDir.hpp"
+#include "TimeZone.hpp"
+#include "Vexafs.hpp"
+
+#include <cstring>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+using ::testing::ContainsRegex;
+using ::testing::HasSubstr;
+using vexa::testing::TempDir;
+
+// The record of one name, with attributes when `attributes` is given as "readable,
+// writable, modified, size".
+std::string shown(const std::string& name, const std::string& path, const std::string& kind,
+                  const std::string& attributes = "") {
+    if (attributes.empty())
+        return name + "\n  path: " + path + "\n  kind: " + kind + "\n";
+    std::string record = name + "\n  path:     " + path + "\n  kind:     " + kind + "\n";
+    const char* fields[] = {"readable", "writable", "modified", "size"};
+    std::size_t at = 0;
+    for (const char* field : fields) {
+        const std::size_t comma = attributes.find(',', at);
+        record += std::string("  ") + field + ":" + std::string(9 - std::strlen(field), ' ') +
+                  attributes.substr(at, comma - at) + "\n";
+        at = comma + 1;
+    }
+    return record;
+}
+
+// A file, a folder, a link followed and not, a name found on the search path, in local time
+// to the microsecond; what is not there, and text that names nothing.
+TEST(VexafsResolve, NamesAsTheHostResolvesThem) {
+    const vexa::testing::ScopedTimeZone inZone("<+0530>-5:30"); // for vexafs too
+    TempDir dir;
+    dir.makeItemsOfEveryKind();
+    dir.makeFolders({"lib"});
+    dir.makeFile("lib/only.m");
+    dir.makeFile("lib/dangling");
+    dir.makeFile("caf\xE9");
+    ASSERT_EQ(::truncate((dir / "file").c_str(), 5), 0);
+    const timespec times[] = {{0, UTIME_OMIT}, {1614834367, 123456789}};
+    for (const char* name : {"file", "lib/only.m"})
+        ASSERT_EQ(::utimensat(AT_FDCWD, (dir / name).c_str(), times, 0), 0);
+    const std::string d = dir.real();
+    const vexa::testing::CurrentFolder inside(d);
+    const std::string fileAttributes = "yes,yes,2021-03-04T10:36:07.123456,5";
+    // A folder's write probe makes its time the time of the call.
+    const std::string folderAttributes = "  readable: yes\n  writable: yes\n  modified: "
+                                         "[0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9]{2}:[0-9]{2}:"
+                                         "[0-9]{2}\\.[0-9]{6}\n  size:     0\n";
+    const vexa::testing::VexafsRun runs[] = {
+        {{"resolve", "--attributes", "file", "linkFile", "--path", "lib", "only.m"},
+         0,
+         shown("file", d + "/file", "file", fileAttributes) +
+             shown("linkFile", d + "/linkFile", "link", fileAttributes) +
+             shown("only.m", d + "/lib/only.m", "file", "yes,yes,2021-03-04T10:36:07.123456,1")},
+        {{"resolve", "--attributes", "--follow-links", "linkFile", "linkFolder"},
+         0,
+         ContainsRegex("^" + shown("linkFile", d + "/file", "file", fileAttributes) +
+                       "linkFolder\n  path:     " + d + "/folder\n  kind:     folder\n" +
+                       folderAttributes + "$")},
+        {{"resolve", "--attributes", "linkFolder"},
+         0,
+         ContainsRegex("^linkFolder\n  path:     " + d + "/linkFolder\n  kind:     link\n" +
+                       folderAttributes + "$")},
+        {{"resolve", "--attributes", "missing", ""},
+         0,
+         shown("missing", "", "nothing", "no,no,,0") + shown("", "", "nothing", "no,no,,0")},
+        {{"resolve", "--follow-links", "dangling", "loopA", "--json"},
+         0,
+         "[\n {\"input\": \"dangling\", \"path\": \"\", \"kind\": \"nothing\"},\n {\"input\": "
+         "\"loopA\", \"path\": \"\", \"kind\": \"nothing\"}\n]\n"},
+        {{"resolve", "dangling", "caf\xE9", "file://" + d + "/caf%E9"},
+         0,
+         shown("dangling", d + "/dangling", "link") + shown("caf\xE9", d + "/caf\xE9", "file") +
+             shown("file://" + d + "/caf%E9", "file://" + d + "/caf%E9", "file")},
+        {{"resolve", "--native", "file://" + d + "/folder/"},
+         0,
+         shown("file://" + d + "/folder/", d + "/folder/", "folder")},
+        // Stand-alone, the search by name comes first and passes a link that leads nowhere.
+        {{"resolve", "--standalone", "--path", "lib", "dangling"},
+         0,
+         shown("dangling", d + "/lib/dangling", "file")},
+        // A link shown as itself that leads nowhere has no attributes to read.
+        {{"resolve", "--attributes", "dangling"},
+         1,
+         "",
+         HasSubstr("Identifier: VEXA:virtualfilesystem:ioError")},
+        {{"resolve", "http://[::1/x"}, 1, "", HasSubstr("Error: cannot make 'http://[::1/x'")},
+    };
+    vexa::testing::expectRuns(runs);
+}
+
+} // namespace

@@ -1,0 +1,152 @@
+#include <vexa/io/filesystem/core/path_resolution.hpp>
+
+#include <Quarrow/PathManagement/PathManager.hpp>
+#include <virtualfileio/ExceptionContextHandler.hpp>
+
+#include "CurrentFolder.hpp"
+#include "HostState.hpp"
+#include "Storage.hpp"
+#include "TempDir.hpp"
+#include "Text.hpp"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+namespace core = vexa::io::filesystem::core;
+using Kind = core::ResolvedPathKind;
+using vexa::testing::TempDir;
+using vexa::testing::u;
+using vexa::testing::utf8;
+
+// A current folder with an item of every kind, a file whose name is not UTF-8, and a folder
+// "lib" on the search path that holds "only-in-lib.m" and a file called "dangling".
+class PathResolution : public ::testing::Test {
+protected:
+    PathResolution()
+        : inside_(dir.path().string()),
+          searchPath_(std::make_shared<Quarrow::PathManagement::PathManager>(
+              std::vector<fl::ustring>{u(dir / "lib")})) {
+        dir.makeItemsOfEveryKind();
+        dir.makeFile("caf\xE9");
+        dir.makeFolders({"lib"});
+        dir.makeFile("lib/only-in-lib.m");
+        dir.makeFile("lib/dangling");
+        ::truncate((dir / "file").c_str(), 5);
+    }
+
+    std::string at(const std::string& name) const { return dir.real() + "/" + name; }
+
+    TempDir dir;
+
+private:
+    vexa::testing::CurrentFolder inside_;
+    vexa::testing::ScopedPathManager searchPath_;
+};
+
+struct Case {
+    std::string input;
+    core::ResolvePathOptions options;
+    bool standalone;
+    std::string path; // relative to the current folder, or as it stands when it has a scheme
+    Kind kind;
+};
+
+TEST_F(PathResolution, TextAndKind) {
+    const core::ResolvePathOptions follow{true, false, false}, native{false, true, false};
+    const std::string fileIRI = "file://" + at("");
+    const Case cases[] = {
+        {"", {}, false, "", Kind::Nothing},
+        {"file", {}, false, "file", Kind::File},
+        {"./folder/../file", {}, false, "file", Kind::File},
+        {at("folder"), {}, false, "folder", Kind::Folder},
+        {"fifo", {}, false, "fifo", Kind::File},
+        {"caf\xE9", {}, false, "caf\xE9", Kind::File}, // the bytes as they are
+        {"missing", {}, false, "", Kind::Nothing},
+        {"file/x", {}, false, "", Kind::Nothing},
+        // A link shown as itself, or followed to what it leads to.
+        {"linkFile", {}, false, "linkFile", Kind::SymbolicLink},
+        {"linkFile", follow, false, "file", Kind::File},
+        {"linkFolder", {}, false, "linkFolder", Kind::SymbolicLink},
+        {"linkFolder", follow, false, "folder", Kind::Folder},
+        {"dangling", follow, false, "", Kind::Nothing},
+        {"loopA", {}, false, "loopA", Kind::SymbolicLink},
+        {"loopA", follow, false, "", Kind::Nothing},
+        // IRI text stays IRI text unless the native path is asked for.
+        {fileIRI + "file", {}, false, fileIRI + "file", Kind::File},
+        {fileIRI + "folder/../file", native, false, "file", Kind::File},
+        {fileIRI + "linkFile", follow, false, fileIRI + "file", Kind::File},
+        {fileIRI + "linkFile", {}, false, fileIRI + "linkFile", Kind::SymbolicLink},
+        {"file://elsewhere/x", native, false, "", Kind::Nothing},
+        {fileIRI + "caf%E9", native, false, "caf\xE9", Kind::File},
+        // Interactive: the search path is looked at once the current folder has nothing.
+        {"only-in-lib.m", {}, false, "lib/only-in-lib.m", Kind::File},
+        {"dangling", {}, false, "dangling", Kind::SymbolicLink},
+        {at("only-in-lib.m"), {}, false, "", Kind::Nothing}, // an absolute path is no name
+        // Stand-alone: the search comes first, and passes a link that leads nowhere.
+        {"only-in-lib.m", {}, true, "lib/only-in-lib.m", Kind::File},
+        {"dangling", {}, true, "lib/dangling", Kind::File},
+        {"file", {}, true, "file", Kind::File},
+        {"missing", {}, true, "", Kind::Nothing},
+        {at("linkFile"), {}, true, "linkFile", Kind::SymbolicLink},
+        {at("linkFile"), follow, true, "file", Kind::File},
+    };
+    EXPECT_FALSE(svIsStandaloneMode()); // until a host program says otherwise
+    for (const auto& c : cases) {
+        const vexa::testing::ScopedStandaloneMode mode(c.standalone);
+        const std::string expected =
+            c.path.empty() || c.path.find("://") != std::string::npos ? c.path : at(c.path);
+        const core::ResolvedPath got = core::resolvePath(u(c.input), c.options);
+        EXPECT_EQ(utf8(got.path), expected) << c.input << (c.standalone ? " stand-alone" : "");
+        EXPECT_EQ(got.kind, c.kind) << c.input << (c.standalone ? " stand-alone" : "");
+    }
+}
+
+// Nothing is thrown for an item the storage layer cannot look at, and its failure is not
+// left for a later report.
+TEST_F(PathResolution, StorageFailureIsNothingThere) {
+    const vexa::testing::ScopedStorageSystem storage({vexa::testing::faultyFiles(
+        vexa::testing::FaultyProvider::Operation::Probe, vexa::testing::vfs::PermissionDenied)});
+    virtualfileio::ExceptionContextHandler::ClearPendingContext();
+    EXPECT_EQ(core::resolvePath(u("file"), {}), (core::ResolvedPath{u"", Kind::Nothing}));
+    EXPECT_FALSE(virtualfileio::ExceptionContextHandler::PendingContext());
+}
+
+// The attributes of what the text names: a link shown as itself gives those of what it
+// leads to; nothing gives the empty record; a link that leads nowhere has none to give.
+TEST_F(PathResolution, WithAttributes) {
+    const core::ResolvePathOptions follow{true, false, false};
+    const struct {
+        std::string input;
+        core::ResolvePathOptions options;
+        std::string path;
+        Kind kind;
+        bool readable;
+        std::uint64_t size;
+    } cases[] = {
+        {"file", {}, "file", Kind::File, true, 5},
+        {"linkFile", {}, "linkFile", Kind::SymbolicLink, true, 5},
+        {"linkFolder", follow, "folder", Kind::Folder, true, 0},
+        {"linkFolder", {}, "linkFolder", Kind::SymbolicLink, true, 0},
+        {"only-in-lib.m", {}, "lib/only-in-lib.m", Kind::File, true, 1},
+    };
+    for (const auto& c : cases) {
+        const auto got = core::resolvePathWithAttributes(u(c.input), c.options);
+        EXPECT_EQ(utf8(got.path), at(c.path)) << c.input;
+        EXPECT_EQ(got.kind, c.kind) << c.input;
+        EXPECT_EQ(got.attributes.readable, c.readable) << c.input;
+        EXPECT_TRUE(got.attributes.writable) << c.input;
+        EXPECT_FALSE(got.attributes.lastModified.is_special()) << c.input;
+        EXPECT_EQ(got.attributes.size, c.size) << c.input;
+    }
+    EXPECT_EQ(core::resolvePathWithAttributes(u("missing"), {}),
+              (core::ResolvedPathAttributes{u"", Kind::Nothing, {}}));
+    EXPECT_THROW(core::resolvePathWithAttributes(u("dangling"), {}), vexa::testing::vfs::Exception);
+}
+
+} // namespace
