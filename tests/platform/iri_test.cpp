@@ -75,6 +75,9 @@ TEST(AbsoluteIRI, TextNameAndParent) {
         {u"http://User:Pw@H:8080/p", u"http://User:Pw@h:8080/p", u"p", u"http://User:Pw@h:8080/"},
         {u"http://[FE80::1]:81/x", u"http://[fe80::1]:81/x", u"x", u"http://[fe80::1]:81/"},
         {u"http://h:/a", u"http://h/a", u"a", u"http://h/"},
+        // A host that starts like an IPv4 address is a name when more follows.
+        {u"http://1.2.3.4./x", u"http://1.2.3.4./x", u"x", u"http://1.2.3.4./"},
+        {u"http://1.2.3.4.5/x", u"http://1.2.3.4.5/x", u"x", u"http://1.2.3.4.5/"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(utf8(c.input));
@@ -96,7 +99,8 @@ TEST(AbsoluteIRI, TextThatNamesNoAbsoluteIRIIsRefused) {
     for (const std::u16string_view view :
          {u""sv, u"C:"sv, u"C:\\x"sv, u"c:/x"sv, u"relative/path"sv, u"http://h/a b"sv,
           u"http://h/a|b"sv, u"http://h:99999/"sv, u"http://h:8o/"sv, u"http://[::1/"sv,
-          u"1http://x"sv, u"://x"sv, u"/a\0b"sv, u"http://h/\0"sv}) {
+          u"1http://x"sv, u"://x"sv, u"/a\0b"sv, u"http://h/\0"sv, u"http://1.2.3.4.[/"sv,
+          u"http://1.2.3.4.%G1/"sv}) {
         const fl::ustring text(view);
         try {
             AbsoluteIRI iri(text);
@@ -144,6 +148,13 @@ TEST(IRI, Components) {
         {u"file:///x", none, none, -1, u"/x", none, none},
         {u"urn:isbn:0451450523", none, none, -1, u"isbn:0451450523", none, none},
         {u"http://h/?q=\u65E5#\u00E9", none, u"h", -1, u"/", u"q=\u65E5", u"\u00E9"},
+        // Reg-names that start like an IPv4 address; a whole one is an address.
+        {u"http://1.2.3.4./x", none, u"1.2.3.4.", -1, u"/x", none, none},
+        {u"http://u@1.2.3.4.5:8/x?q", u"u", u"1.2.3.4.5", 8, u"/x", u"q", none},
+        {u"http://1.2.3.4a", none, u"1.2.3.4a", -1, u"", none, none},
+        {u"HTTP://1.2.3.4%2e5/", none, u"1.2.3.4.5", -1, u"/", none, none},
+        {u"http://1.2.3.4!$/", none, u"1.2.3.4!$", -1, u"/", none, none},
+        {u"http://1.2.3.4:80/", none, u"1.2.3.4", 80, u"/", none, none},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(utf8(c.input));
@@ -368,14 +379,17 @@ TEST(NormalizeURL, Rewrites) {
 TEST(HasIRIPrefix, SchemesWithAProviderOnly) {
     // http and https count once a provider serves them, as any scheme.
     for (const bool served : {false, true}) {
-        using Providers = std::vector<std::shared_ptr<const vexa::testing::provider::StorageProvider>>;
+        using Providers =
+            std::vector<std::shared_ptr<const vexa::testing::provider::StorageProvider>>;
         const vexa::testing::ScopedStorageSystem storage(
             served ? Providers{vexa::testing::servedSchemes({"http", "https"})} : Providers{});
         const std::pair<const char16_t*, bool> cases[] = {
-            {u"file:///x", true},  {u"FILE://h", true},       {u"HTTP://h", served},
-            {u"Https://h/a", served}, {u"http://", served},   {u"ftp://h", false},
-            {u"http:/h", false},   {u"http:h", false},        {u"C://x", false},
-            {u"", false},          {u"/abs", false},          {u"httpx://", false},
+            {u"file:///x", true},  {u"FILE://h", true},
+            {u"HTTP://h", served}, {u"Https://h/a", served},
+            {u"http://", served},  {u"ftp://h", false},
+            {u"http:/h", false},   {u"http:h", false},
+            {u"C://x", false},     {u"", false},
+            {u"/abs", false},      {u"httpx://", false},
             {u" http://h", false},
         };
         for (const auto& [text, expected] : cases)
