@@ -75,6 +75,14 @@ TEST(AbsoluteIRI, TextNameAndParent) {
         {u"http://User:Pw@H:8080/p", u"http://User:Pw@h:8080/p", u"p", u"http://User:Pw@h:8080/"},
         {u"http://[FE80::1]:81/x", u"http://[fe80::1]:81/x", u"x", u"http://[fe80::1]:81/"},
         {u"http://h:/a", u"http://h/a", u"a", u"http://h/"},
+        // A path that starts with "//" keeps it: its parent is the root "//", never "/.//".
+        {u"http://h//a", u"http://h//a", u"a", u"http://h//"},
+        {u"http://h//a/b", u"http://h//a/b", u"b", u"http://h//a/"},
+        {u"http://h///", u"http://h///", u"", u"http://h//"},
+        // Without an authority it is written behind "/.", which is no segment.
+        {u"xy:/.//a/b", u"xy:/.//a/b", u"b", u"xy:/.//a/"},
+        {u"xy:/.//a", u"xy:/.//a", u"a", u"xy:/.//"},
+        {u"xy:/.//", u"xy:/.//", u"", std::nullopt},
         // A host that starts like an IPv4 address is a name when more follows.
         {u"http://1.2.3.4./x", u"http://1.2.3.4./x", u"x", u"http://1.2.3.4./"},
         {u"http://1.2.3.4.5/x", u"http://1.2.3.4.5/x", u"x", u"http://1.2.3.4.5/"},
@@ -85,10 +93,13 @@ TEST(AbsoluteIRI, TextNameAndParent) {
         EXPECT_EQ(iri.toString(), c.text);
         EXPECT_EQ(iri.getName(), c.name);
         ASSERT_EQ(iri.hasParent(), c.parent.has_value());
-        if (c.parent)
+        if (c.parent) {
             EXPECT_EQ(iri.getParent().toString(), *c.parent);
-        else
+            EXPECT_EQ(iri.getParentText(), *c.parent);
+        } else {
             EXPECT_THROW(iri.getParent(), InternalError);
+            EXPECT_THROW(iri.getParentText(), InternalError);
+        }
         EXPECT_EQ(AbsoluteIRI(iri.toString()), iri); // the text parses back to the same IRI
     }
     EXPECT_EQ(AbsoluteIRI(u"HTTP://h").getScheme(), u"http");
@@ -266,10 +277,22 @@ TEST(AbsoluteIRI, ResolvedAndCanonicalIRIs) {
         {u"file:///a/b/../../..", u"file:///"},
         {u"http://h/a.b/c..d/.e", u"http://h/a.b/c..d/.e"},
         {u"http://h/a/../b?x=/../y#/..", u"http://h/b?x=/../y#/.."},
+        // The two worked examples of RFC 3986 section 5.2.4.
+        {u"http://h/a/b/c/./../../g", u"http://h/a/g"},
+        {u"xy:mid/content=5/../6", u"xy:mid/6"},
+        // A path that comes to start with "//" keeps it after an authority; without one it
+        // is written behind "/.".
+        {u"http://h/x/..//a/", u"http://h//a/"},
+        {u"http://h/./..//a", u"http://h//a"},
+        {u"xy:/x/..//a", u"xy:/.//a"},
+        {u"xy:/.//a/./b", u"xy:/.//a/b"},
     };
     for (const auto& [input, expected] : resolved)
         EXPECT_EQ(AbsoluteIRI(input).getResolvedIRI().toString(), expected) << utf8(input);
     EXPECT_EQ(CanonicalAbsoluteIRI(u"HTTP://H").toString(), u"http://h/");
+    EXPECT_EQ(CanonicalAbsoluteIRI(u"http://h/x/..//a/").toString(), u"http://h//a/");
+    EXPECT_EQ(CanonicalAbsoluteIRI(CanonicalAbsoluteIRI(u"http://h//"), u"a").toString(),
+              u"http://h//a");
     EXPECT_EQ(foundation::storage::vfs::toCanonicalAbsoluteIRI(u"file", u"/a/../b/").toString(),
               u"file:///b/");
     // A leaf is one segment.
@@ -302,10 +325,90 @@ TEST(AbsoluteIRI, MakePathRelativeTo) {
         {u"http://h/a/", u"https://h/a/b", u"https://h/a/b"},
         {u"http://h/a/", u"http://h:81/a/b", u"http://h:81/a/b"},
         {u"http://u@h/a/", u"http://h/a/b", u"http://h/a/b"},
+        // A file path is a native relative path: runs of "/" are one, a trailing "/" is
+        // nothing of a name.
+        {u"/tmp/a", u"/tmp/a//b", u"b"},
+        {u"/tmp//a", u"/tmp/a/b/", u"b"},
+        {u"/a/b", u"/a/b/", u"."},
+        {u"/a", u"/a/file:x", u"./file:x"}, // a name, not an IRI
+        {u"file:///a/", u"file:///a/b?q", u"file:///a/b?q"},
+        {u"file:///a/", u"file:///a/b%2Fc", u"file:///a/b%2Fc"},
+        // Other schemes: the reference that resolves to exactly the target.
+        {u"http://a/b/c/", u"http://a/b/c//g", u".//g"},
+        {u"http://a/b/c/", u"http://a/b//g", u"..//g"},
+        {u"http://h/", u"http://h/a:b", u"./a:b"},
+        {u"http://a/b/c/", u"http://a/b/c/g/", u"g/"},
+        {u"http://a/b/c/", u"http://a/b/", u"../"},
+        {u"http://h/a/b", u"http://h/a/b", u"../b"},
+        {u"http://h/a/", u"http://h", u"../"},
+        {u"http://h", u"http://h/a/", u"a/"},
+        {u"http://h/a/", u"http://h/a/?q#f", u".?q#f"},
+        {u"mailto:a@b.org", u"mailto:c@d.org", u"mailto:c@d.org"},
     };
     for (const auto& [base, target, relative] : cases)
         EXPECT_EQ(AbsoluteIRI(target).makePathRelativeTo(AbsoluteIRI(base)), relative)
             << utf8(base) << " -> " << utf8(target);
+}
+
+// RFC 3986 section 5.4, normal and abnormal examples, against its base.
+TEST(AbsoluteIRI, ResolvesReferences) {
+    const AbsoluteIRI base(u"http://a/b/c/d;p?q");
+    const std::pair<const char16_t*, const char16_t*> cases[] = {
+        // One letter is a drive, never a scheme: "g:h" is a relative path here.
+        {u"g:h", u"http://a/b/c/g:h"},
+        {u"g", u"http://a/b/c/g"},
+        {u"./g", u"http://a/b/c/g"},
+        {u"g/", u"http://a/b/c/g/"},
+        {u"/g", u"http://a/g"},
+        {u"//g", u"http://g"},
+        {u"?y", u"http://a/b/c/d;p?y"},
+        {u"g?y", u"http://a/b/c/g?y"},
+        {u"#s", u"http://a/b/c/d;p?q#s"},
+        {u"g#s", u"http://a/b/c/g#s"},
+        {u"g?y#s", u"http://a/b/c/g?y#s"},
+        {u";x", u"http://a/b/c/;x"},
+        {u"g;x", u"http://a/b/c/g;x"},
+        {u"g;x?y#s", u"http://a/b/c/g;x?y#s"},
+        {u"", u"http://a/b/c/d;p?q"},
+        {u".", u"http://a/b/c/"},
+        {u"./", u"http://a/b/c/"},
+        {u"..", u"http://a/b/"},
+        {u"../", u"http://a/b/"},
+        {u"../g", u"http://a/b/g"},
+        {u"../..", u"http://a/"},
+        {u"../../", u"http://a/"},
+        {u"../../g", u"http://a/g"},
+        // abnormal
+        {u"../../../g", u"http://a/g"},
+        {u"../../../../g", u"http://a/g"},
+        {u"/./g", u"http://a/g"},
+        {u"/../g", u"http://a/g"},
+        {u"g.", u"http://a/b/c/g."},
+        {u".g", u"http://a/b/c/.g"},
+        {u"g..", u"http://a/b/c/g.."},
+        {u"..g", u"http://a/b/c/..g"},
+        {u"./../g", u"http://a/b/g"},
+        {u"./g/.", u"http://a/b/c/g/"},
+        {u"g/./h", u"http://a/b/c/g/h"},
+        {u"g/../h", u"http://a/b/c/h"},
+        {u"g;x=1/./y", u"http://a/b/c/g;x=1/y"},
+        {u"g;x=1/../y", u"http://a/b/c/y"},
+        {u"g?y/./x", u"http://a/b/c/g?y/./x"},
+        {u"g?y/../x", u"http://a/b/c/g?y/../x"},
+        {u"g#s/./x", u"http://a/b/c/g#s/./x"},
+        {u"g#s/../x", u"http://a/b/c/g#s/../x"},
+        {u"http:g", u"http:g"}, // as a strict parser reads it
+        // Empty segments stay; a path starting with "//" stays a path.
+        {u".//g", u"http://a/b/c//g"},
+        {u"..//g", u"http://a/b//g"},
+        {u"/..//g", u"http://a//g"},
+        {u"xy:/..//g", u"xy:/.//g"},
+        {u"\u00E9t\u00E9?\u65E5", u"http://a/b/c/\u00E9t\u00E9?\u65E5"},
+    };
+    for (const auto& [reference, expected] : cases)
+        EXPECT_EQ(base.resolve(reference).toString(), expected) << utf8(reference);
+    for (const char16_t* reference : {u"g h", u"//h:99999/", u"?a#b#c"})
+        EXPECT_THROW(base.resolve(reference), InvalidIRIException) << utf8(reference);
 }
 
 // Every absolute native path comes back unchanged, through the IRI and through its text.
