@@ -113,7 +113,9 @@ TEST(PathComponents, RefusedUrls) {
     };
     for (const auto& [url, type, raised] : cases)
         EXPECT_EQ(raisedBy([&] { core::getPathComponents(url, true, type); }), raised) << utf8(url);
-    for (const fl::ustring text : {u"not a url", u"http://h:99999/", u"C:\\x", u" c:/x "})
+    // Dot segments of text without a scheme are no path to resolve: "a/../../b" is not "/b".
+    for (const fl::ustring text :
+         {u"not a url", u"http://h:99999/", u"C:\\x", u" c:/x ", u"a/../../b", u"x/..//etc"})
         for (const auto type : {FileSystemType::Unix, FileSystemType::Windows,
                                 FileSystemType::UrlAsWindows, FileSystemType::UrlAsUnix})
             EXPECT_EQ(raisedBy([&] { core::getPathComponents(text, true, type); }),

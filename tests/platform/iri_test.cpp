@@ -467,6 +467,14 @@ TEST(NormalizeURL, Rewrites) {
         {u"   ", u""},
         {u"not a url", u"not%20a%20url"},
         {u"http://h/100%", u"http://h/100%"},
+        // Dot segments never turn a path into an authority, nor relative text into a path
+        // from the root.
+        {u"file:/..//etc/passwd", u"file:/.//etc/passwd"},
+        {u"hP:/.//o:m", u"hp:/.//o:m"},
+        {u"http://h/..//a", u"http://h//a"},
+        {u"x/..//etc/passwd", u"x/..//etc/passwd"},
+        {u"a/../../b", u"a/../../b"},
+        {u"C:/a/../b", u"C:/a/../b"},
     };
     for (const auto& [input, expected] : cases) {
         fl::ustring text = input;
