@@ -84,31 +84,26 @@ void BM_RatioFileVsStdFilesystem(benchmark::State& state) {
 }
 BENCHMARK(BM_RatioFileVsStdFilesystem)->Iterations(1)->Unit(benchmark::kMillisecond);
 
-void BM_RatioUrlVsParseUri(benchmark::State& state) {
-    reportRatio(state, splitUrlOurs, parseUrlBare, "parse_uri_ns");
-}
-BENCHMARK(BM_RatioUrlVsParseUri)->Iterations(1)->Unit(benchmark::kMillisecond);
-
-void BM_RatioFolderUrlVsParseUri(benchmark::State& state) {
+// getPathComponents of a URL against parse_uri of the same text: the file URL, the HTTP
+// folder URL, and the URL with every component.
+void BM_RatioUrlVsParseUri(benchmark::State& state, const fl::ustring* text,
+                           const std::string* bytes) {
     reportRatio(
         state,
-        [] {
+        [text] {
             benchmark::DoNotOptimize(
-                core::getPathComponents(folderUrl, true, core::FileSystemType::UrlAsUnix));
+                core::getPathComponents(*text, true, core::FileSystemType::UrlAsUnix));
         },
-        [] { benchmark::DoNotOptimize(boost::urls::parse_uri(folderUrlBytes)); }, "parse_uri_ns");
+        [bytes] { benchmark::DoNotOptimize(boost::urls::parse_uri(*bytes)); }, "parse_uri_ns");
 }
-BENCHMARK(BM_RatioFolderUrlVsParseUri)->Iterations(1)->Unit(benchmark::kMillisecond);
-
-void BM_RatioFullUrlVsParseUri(benchmark::State& state) {
-    reportRatio(
-        state,
-        [] {
-            benchmark::DoNotOptimize(
-                core::getPathComponents(fullUrl, true, core::FileSystemType::UrlAsUnix));
-        },
-        [] { benchmark::DoNotOptimize(boost::urls::parse_uri(fullUrlBytes)); }, "parse_uri_ns");
-}
-BENCHMARK(BM_RatioFullUrlVsParseUri)->Iterations(1)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_RatioUrlVsParseUri, file, &url, &urlBytes)
+    ->Iterations(1)
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_RatioUrlVsParseUri, folder, &folderUrl, &folderUrlBytes)
+    ->Iterations(1)
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_RatioUrlVsParseUri, full, &fullUrl, &fullUrlBytes)
+    ->Iterations(1)
+    ->Unit(benchmark::kMillisecond);
 
 } // namespace

@@ -23,12 +23,8 @@
 
 namespace {
 
-using foundation::network::IRI;
-using foundation::network::IRIArgs;
-using foundation::network::iri::Encoding;
-using foundation::storage::vfs::AbsoluteIRI;
-using foundation::storage::vfs::CanonicalAbsoluteIRI;
-using foundation::storage::vfs::InvalidIRIException;
+// The IRI layer's names and the rules every IRI keeps.
+using namespace vexa::testing::iri;
 using foundation::storage::vfs::toAbsoluteIRI;
 using Quarrow::PathManagement::GetStringFromIRI;
 using InternalError =
@@ -487,8 +483,8 @@ TEST(IRIRules, HoldForEveryIRIOfTheSharedList) {
     for (const char16_t* text : everyKind) {
         SCOPED_TRACE(utf8(text));
         const AbsoluteIRI iri(text);
-        EXPECT_EQ(vexa::testing::iri::brokenRule(iri), "");
-        EXPECT_EQ(vexa::testing::iri::normalizedKeepsMeaning(text), "");
+        EXPECT_EQ(brokenRule(iri), "");
+        EXPECT_EQ(normalizedKeepsMeaning(text), "");
     }
 }
 
@@ -497,9 +493,7 @@ TEST(IRIRules, RelativePathResolvesBackForEveryPairOfTheSharedList) {
         const AbsoluteIRI base(baseText);
         for (const char16_t* targetText : everyKind) {
             const AbsoluteIRI target(targetText);
-            EXPECT_EQ(vexa::testing::iri::relativePathResolvesBack(base, target,
-                                                                   target.makePathRelativeTo(base)),
-                      "");
+            EXPECT_EQ(relativePathResolvesBack(base, target, target.makePathRelativeTo(base)), "");
         }
     }
 }
