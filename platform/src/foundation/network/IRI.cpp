@@ -102,7 +102,10 @@ template <class Fits> bool finish(std::string& uri, Fits fits, boost::urls::url&
     const bool escapes = uri.find('%') != std::string::npos;
     if (escapes) {
         std::string decoded = uri;
-        if (detail::decodeUnreservedEscapes(decoded) && read(decoded, standIn, misread)) {
+        std::string decodedStandIn;
+        std::optional<HostPlace> decodedMisread;
+        if (detail::decodeUnreservedEscapes(decoded) &&
+            read(decoded, decodedStandIn, decodedMisread)) {
             uri = std::move(decoded);
             parsed = read(uri, standIn, misread);
         }
