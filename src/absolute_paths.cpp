@@ -89,6 +89,9 @@ bool setupPathForURLConstruction(fl::ustring& path, ResolveSymbolicLinks resolve
 // --- URL helpers ---
 
 fl::ustring getURLWithoutQueryAndFragmentComponents(const foundation::network::IRI& iri) {
+    // Rebuilt without the two it does not have, an IRI would only give itself back.
+    if (!iri.hasQuery() && !iri.hasFragment())
+        return iri.toString(foundation::network::iri::Encoding::IRI);
     try {
         foundation::network::IRIArgs args(iri);
         args.query.clear();

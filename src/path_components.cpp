@@ -3,6 +3,7 @@
 #include "path_constants.hpp"
 #include "url_parsing.hpp"
 
+#include <fl/ascii.hpp>
 #include <foundation/core/except/Exception.hpp>
 #include <foundation/network/IRI.hpp>
 #include <foundation/storage/utility/url.hpp>
@@ -70,6 +71,14 @@ fl::ustring normalisedParent(const fl::ustring& parent) {
     }
 }
 
+// Whether a decoded name stands in IRI text just as it is: nothing in it would be escaped.
+bool isPlainSegment(const fl::ustring& name) {
+    for (char16_t c : name)
+        if (!fl::ascii::isSegmentCharacter(c))
+            return false;
+    return true;
+}
+
 // Whether `part` is the start of the IRI text `whole` up to the end of a path segment. The
 // IRI layer writes "/", "?" and "#" only where they delimit (inside a component they stay
 // escaped), and a run of escapes never spans one, so such a start is the layer's own text of
@@ -100,11 +109,16 @@ PathComponents splitURL(const fl::ustring& path, FileSystemType type) {
     if (iri.hasFragment())
         parts.fragment = iri.getFragment(Encoding::IRI);
 
-    bool joined = false; // whether a name was put back into the parent's text
+    // Text the IRI layer wrote itself is in its normal form already, and parsing it again
+    // would give it back unchanged: only joined text, or none at all, needs the round.
+    bool written = true;
     if (!absolute.hasParent()) {
         parts.parent = getURLWithoutQueryAndFragmentComponents(iri);
+        written = !parts.parent.empty();
     } else {
-        parts.parent = getURLWithoutQueryAndFragmentComponents(absolute.getParent().toIRI());
+        // The parent has no query or fragment, so its text is all the rebuild would give;
+        // reading it off the parsed IRI spares making the parent.
+        parts.parent = absolute.getParentText();
         parts.name = absolute.getName();
         parts.extension = getExtension(parts.name);
         // On the web a last segment without an extension is taken for a folder.
@@ -112,15 +126,13 @@ PathComponents splitURL(const fl::ustring& path, FileSystemType type) {
             if (parts.parent.empty() || parts.parent.back() != urlSeparator.front())
                 parts.parent += urlSeparator;
             appendAsSegment(parts.parent, parts.name);
+            // A name with nothing to escape, or joined text that reads as the start of the
+            // URL's own text, is in normal form as it stands.
+            written =
+                isPlainSegment(parts.name) || isLeadingPartOf(absolute.toString(), parts.parent);
             parts.name.clear();
-            joined = true;
         }
     }
-    // Text the IRI layer wrote itself is in its normal form already, and parsing it again
-    // would give it back unchanged: only joined text, or none at all, needs the round. Joined
-    // text that reads the same as the start of the URL's own text needs none either.
-    const bool written =
-        joined ? isLeadingPartOf(absolute.toString(), parts.parent) : !parts.parent.empty();
     if (!written)
         parts.parent = normalisedParent(parts.parent);
     return parts;

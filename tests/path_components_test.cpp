@@ -91,6 +91,14 @@ TEST(PathComponents, Urls) {
         {u"file:///donn%C3%A9es/\u65E5\u672C.txt",
          {u"file:///donn\u00E9es/", u"\u65E5\u672C.txt", u".txt", u"", -1, u"", u""}},
         {u"mailto:a@b.org", {u"mailto:a@b.org", u"", u"", u"", -1, u"", u""}},
+        // A path that starts with "//", and a host name that starts like an IPv4 address.
+        {u"http://h//a.txt", {u"http://h//", u"a.txt", u".txt", u"h", -1, u"", u""}},
+        {u"http://h//a", {u"http://h//a", u"", u"", u"h", -1, u"", u""}},
+        {u"http://1.2.3.4.5:8/d/", {u"http://1.2.3.4.5:8/d", u"", u"", u"1.2.3.4.5", 8, u"", u""}},
+        // A joined name is written as the IRI layer writes it.
+        {u"http://h/a%3Bb", {u"http://h/a;b", u"", u"", u"h", -1, u"", u""}},
+        {u"http://h/a%20b?q", {u"http://h/a%20b", u"", u"", u"h", -1, u"q", u""}},
+        {u"http://h/caf%E9", {u"http://h/caf%E9", u"", u"", u"h", -1, u"", u""}},
         // Text that needs the IRI layer's clean-up before it parses.
         {u"http://h/a b/c.txt", {u"http://h/a%20b/", u"c.txt", u".txt", u"h", -1, u"", u""}},
         {u"  http://h/x/../y.txt ", {u"http://h/", u"y.txt", u".txt", u"h", -1, u"", u""}},
@@ -113,7 +121,9 @@ TEST(PathComponents, RefusedUrls) {
     };
     for (const auto& [url, type, raised] : cases)
         EXPECT_EQ(raisedBy([&] { core::getPathComponents(url, true, type); }), raised) << utf8(url);
-    for (const fl::ustring text : {u"not a url", u"http://h:99999/", u"C:\\x", u" c:/x "})
+    // Dot segments of text without a scheme are no path to resolve: "a/../../b" is not "/b".
+    for (const fl::ustring text :
+         {u"not a url", u"http://h:99999/", u"C:\\x", u" c:/x ", u"a/../../b", u"x/..//etc"})
         for (const auto type : {FileSystemType::Unix, FileSystemType::Windows,
                                 FileSystemType::UrlAsWindows, FileSystemType::UrlAsUnix})
             EXPECT_EQ(raisedBy([&] { core::getPathComponents(text, true, type); }),

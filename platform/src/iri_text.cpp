@@ -54,6 +54,15 @@ void appendUri(std::string& out, fl::ustring_view text) {
     char* const narrow = out.data() + at;
     const char16_t* const wide = text.data();
     const std::size_t size = text.size();
+    // Two passes the compiler turns into vector code: is it all ASCII, then narrow it.
+    char16_t any = 0;
+    for (std::size_t i = 0; i < size; ++i)
+        any |= wide[i];
+    if (any < 0x80) {
+        for (std::size_t i = 0; i < size; ++i)
+            narrow[i] = static_cast<char>(wide[i]);
+        return;
+    }
     std::size_t ascii = 0;
     while (ascii < size && wide[ascii] < 0x80) {
         narrow[ascii] = static_cast<char>(wide[ascii]);
@@ -103,12 +112,10 @@ fl::ustring fromUri(std::string_view uri, iri::Encoding encoding) {
 }
 
 void appendEscapedPath(std::string& out, std::string_view bytes, bool keepSlash) {
-    static constexpr std::string_view allowed = "!$&'()*+,;=:@";
     out.reserve(out.size() + bytes.size());
     for (char c : bytes) {
         const auto b = static_cast<unsigned char>(c);
-        if (isUnreserved(b) || (b < 0x80 && allowed.find(c) != std::string_view::npos) ||
-            (keepSlash && c == '/'))
+        if (fl::ascii::isSegmentCharacter(b) || (keepSlash && c == '/'))
             out += c;
         else
             appendEscape(out, b);

@@ -18,14 +18,23 @@ namespace foundation::network::detail {
 inline bool isHexDigit(char32_t c) {
     return fl::ascii::isDigit(c) || (c >= 'A' && c <= 'F') || (c >= 'a' && c <= 'f');
 }
-inline bool isUnreserved(char32_t c) {
-    return fl::ascii::isLetter(c) || fl::ascii::isDigit(c) || c == '-' || c == '.' || c == '_' ||
-           c == '~';
-}
+using fl::ascii::isSubDelimiter;
+using fl::ascii::isUnreserved;
 
 // Whether [p, last) starts with an escape: "%" and two hex digits.
 template <class Char> bool startsEscape(const Char* p, const Char* last) {
     return last - p > 2 && p[0] == '%' && isHexDigit(p[1]) && isHexDigit(p[2]);
+}
+
+// Whether URI text is a registered name: unreserved characters, sub-delimiters and escapes.
+inline bool isRegName(std::string_view host) {
+    for (std::size_t i = 0; i < host.size(); ++i) {
+        if (startsEscape(host.data() + i, host.data() + host.size()))
+            i += 2;
+        else if (!isUnreserved(static_cast<unsigned char>(host[i])) && !isSubDelimiter(host[i]))
+            return false;
+    }
+    return true;
 }
 
 inline constexpr char hexDigits[] = "0123456789ABCDEF";

@@ -1,7 +1,8 @@
 #pragma once
 
 // ASCII rules for text whose meaning must not depend on the process's locale: schemes,
-// drive letters, escapes, port numbers, the case-insensitive prefixes of paths and URLs.
+// drive letters, escapes, port numbers, the characters of URIs, the case-insensitive
+// prefixes of paths and URLs.
 // Only ASCII is ever matched or changed; every other code unit is left as it is.
 
 #include <optional>
@@ -36,6 +37,22 @@ constexpr bool startsWithIgnoringCase(std::u16string_view text,
         if (toLower(text[i]) != lowerPrefix[i])
             return false;
     return true;
+}
+
+// What a URI never needs to escape (RFC 3986 "unreserved"): letters, digits, "-._~".
+constexpr bool isUnreserved(char32_t c) noexcept {
+    return isLetter(c) || isDigit(c) || c == U'-' || c == U'.' || c == U'_' || c == U'~';
+}
+
+// The delimiters a URI component may hold as they are (RFC 3986 "sub-delims").
+constexpr bool isSubDelimiter(char32_t c) noexcept {
+    return c == U'!' || c == U'$' || c == U'&' || c == U'\'' || c == U'(' || c == U')' ||
+           c == U'*' || c == U'+' || c == U',' || c == U';' || c == U'=';
+}
+
+// What a path segment may hold as it is (RFC 3986 "pchar" less its escapes).
+constexpr bool isSegmentCharacter(char32_t c) noexcept {
+    return isUnreserved(c) || isSubDelimiter(c) || c == U':' || c == U'@';
 }
 
 // A character that may follow the first letter of a scheme.

@@ -108,7 +108,11 @@ public:
     }
 
 private:
+    IRI() = default;
     explicit IRI(boost::urls::url url) : url_(std::move(url)) {}
+    // Parses IRI text into this IRI, which is left unusable when it returns false. The
+    // storage layer parses in place: a move of the parsed form costs a good part of a parse.
+    bool read(fl::ustring_view text);
 
     // The storage layer derives related IRIs (parent, resolved) by editing the URI form,
     // which is already normal and needs no second parse.

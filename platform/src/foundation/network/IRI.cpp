@@ -5,7 +5,10 @@
 #include <fl/i18n.hpp>
 #include <foundation/core/except/Exception.hpp>
 
+#include <boost/url/grammar/error.hpp>
 #include <boost/url/parse.hpp>
+
+#include <algorithm>
 
 namespace foundation::network {
 namespace {
@@ -24,27 +27,87 @@ bool isPortInRange(std::string_view digits) {
     return true;
 }
 
-// Brings URI text, parsed as `parsed` (a view into `uri`), into normal form; `uri` is edited
-// in place. Empty when the text is not acceptable even though it parses: a one-letter scheme
-// (a drive), a port beyond 65535.
-std::optional<boost::urls::url> finish(std::string& uri,
-                                       boost::system::result<boost::urls::url_view> parsed) {
-    if (!parsed || parsed->scheme().size() < 2)
-        return std::nullopt;
-    if (parsed->has_port() && !isPortInRange(view(parsed->port())))
-        return std::nullopt;
-    // Boost.URL 1.81 ends a port at its last digit and reads the rest as a path, so
-    // "http://h:8o/" would pass with the path "o/": after an authority a path starts with "/".
-    const auto path = parsed->encoded_path();
-    if (parsed->has_authority() && !path.empty() && path.front() != '/')
-        return std::nullopt;
+// Boost.URL 1.81 takes the longest IPv4 address at the start of a host for the whole host
+// and reads what follows as the path: "http://1.2.3.4.5/x" would get the host "1.2.3.4" and
+// the path ".5/x". A host is an IPv4 address only when all of it is one; a longer run of
+// reg-name characters is a reg-name ("1.2.3.4.", "1.2.3.4.5", "1.2.3.4a").
+// The end of such a host in `uri`, or npos when Boost.URL read the host whole.
+std::size_t misreadHostEnd(const boost::urls::url_view& parsed, std::string_view uri) {
+    if (!parsed.has_authority() || parsed.host_type() != boost::urls::host_type::ipv4)
+        return std::string_view::npos;
+    const auto host = view(parsed.encoded_host());
+    std::size_t end = static_cast<std::size_t>(host.data() - uri.data()) + host.size();
+    constexpr std::string_view hostEnds = ":/?#";
+    if (end == uri.size() || hostEnds.find(uri[end]) != std::string_view::npos)
+        return std::string_view::npos;
+    while (end < uri.size() && hostEnds.find(uri[end]) == std::string_view::npos)
+        ++end;
+    return end;
+}
+
+// Where a host that Boost.URL would misread lies in the text.
+struct HostPlace {
+    std::size_t begin = 0;
+    std::size_t end = 0;
+};
+
+// URI text read into its components where RFC 3986 puts them. The view reads the text itself,
+// or, when Boost.URL would misread the host (`misread` then says where it lies), `standIn`:
+// the text with that host replaced by as many letters, so that every component lies at the
+// same place in both.
+boost::system::result<boost::urls::url_view> read(std::string_view uri, std::string& standIn,
+                                                  std::optional<HostPlace>& misread) {
+    auto parsed = boost::urls::parse_uri(uri);
+    misread.reset();
+    if (!parsed)
+        return parsed;
+    const std::size_t end = misreadHostEnd(*parsed, uri);
+    if (end == std::string_view::npos)
+        return parsed;
+    const auto begin = static_cast<std::size_t>(parsed->encoded_host().data() - uri.data());
+    if (!detail::isRegName(uri.substr(begin, end - begin)))
+        return boost::urls::grammar::error::invalid;
+    misread = HostPlace{begin, end};
+    standIn.assign(uri);
+    std::fill(standIn.begin() + static_cast<std::ptrdiff_t>(begin),
+              standIn.begin() + static_cast<std::ptrdiff_t>(end), 'x');
+    return boost::urls::parse_uri(standIn);
+}
+
+// Whether a text read as `parsed` is acceptable: not a one-letter scheme (a drive), no port
+// beyond 65535, and a path after an authority that starts with "/" (Boost.URL 1.81 ends a
+// port at its last digit and reads the rest as a path, so "http://h:8o/" would pass with the
+// path "o/").
+bool isAcceptable(const boost::urls::url_view& parsed) {
+    if (parsed.scheme().size() < 2)
+        return false;
+    if (parsed.has_port() && !isPortInRange(view(parsed.port())))
+        return false;
+    const auto path = parsed.encoded_path();
+    return !parsed.has_authority() || path.empty() || path.front() == '/';
+}
+
+// Brings URI text into normal form in `out`; `uri` is edited in place. False when the text is
+// not an acceptable IRI, or when `fits` refuses how it was read (before any change). The
+// result is written where it stays: moving a Boost.URL url costs as much as a good part of
+// the parse.
+template <class Fits> bool finish(std::string& uri, Fits fits, boost::urls::url& out) {
+    std::string standIn;
+    std::optional<HostPlace> misread;
+    auto parsed = read(uri, standIn, misread);
+    if (!parsed || !isAcceptable(*parsed) || !fits(*parsed))
+        return false;
     // Escapes of unreserved characters can only stand where those characters may stand
-    // themselves, so decoding them keeps the text valid; parse again for the new offsets.
-    if (uri.find('%') != std::string::npos) {
+    // themselves, so decoding them keeps the text valid; read it again for the new places.
+    const bool escapes = uri.find('%') != std::string::npos;
+    if (escapes) {
         std::string decoded = uri;
-        if (detail::decodeUnreservedEscapes(decoded) && boost::urls::parse_uri(decoded)) {
+        std::string decodedStandIn;
+        std::optional<HostPlace> decodedMisread;
+        if (detail::decodeUnreservedEscapes(decoded) &&
+            read(decoded, decodedStandIn, decodedMisread)) {
             uri = std::move(decoded);
-            parsed = boost::urls::parse_uri(uri);
+            parsed = read(uri, standIn, misread);
         }
     }
     // Scheme and host lower case, the hex digits of every escape upper case, in one pass:
@@ -57,17 +120,37 @@ std::optional<boost::urls::url> finish(std::string& uri,
     char* hostEnd = end;
     if (parsed->has_authority()) {
         const auto host = parsed->encoded_host();
-        hostBegin = begin + (host.data() - uri.data());
+        hostBegin = begin + (host.data() - parsed->data());
         hostEnd = hostBegin + host.size();
     }
-    detail::foldCase(begin, schemeEnd, true, true);
-    detail::foldCase(schemeEnd, hostBegin, false, true);
-    detail::foldCase(hostBegin, hostEnd, true, true);
-    detail::foldCase(hostEnd, end, false, true);
-    boost::urls::url url(*parsed);
-    if (url.has_port() && url.port().empty())
-        url.remove_port(); // "http://h:/" names the same place as "http://h/"
-    return url;
+    if (escapes) {
+        detail::foldCase(begin, schemeEnd, true, true);
+        detail::foldCase(schemeEnd, hostBegin, false, true);
+        detail::foldCase(hostBegin, hostEnd, true, true);
+        detail::foldCase(hostEnd, end, false, true);
+    } else {
+        std::transform(begin, schemeEnd, begin, fl::ascii::toLower<char>);
+        std::transform(hostBegin, hostEnd, hostBegin, fl::ascii::toLower<char>);
+    }
+    if (!misread) {
+        out = *parsed; // reads `uri`, folded in place
+    } else {
+        // The stand-in takes the folded text around its letters; the host goes in by name.
+        const auto hostAt = static_cast<std::ptrdiff_t>(misread->begin);
+        const auto hostTo = static_cast<std::ptrdiff_t>(misread->end);
+        std::copy(uri.begin(), uri.begin() + hostAt, standIn.begin());
+        std::copy(uri.begin() + hostTo, uri.end(), standIn.begin() + hostTo);
+        out = *parsed;
+        out.set_encoded_host_name(
+            std::string_view(uri).substr(misread->begin, misread->end - misread->begin));
+    }
+    if (out.has_port() && out.port().empty())
+        out.remove_port(); // "http://h:/" names the same place as "http://h/"
+    return true;
+}
+
+bool acceptAll(const boost::urls::url_view&) {
+    return true;
 }
 
 // The URI text sizes of the components as an IRIArgs wrote them.
@@ -178,27 +261,37 @@ IRI::IRI(const IRIArgs& args) {
         }
     }
 
-    auto parsed = boost::urls::parse_uri(text);
-    requireConsistent(parsed.has_value(), "the components do not form an IRI");
-    requireConsistent(splitsAsBuilt(*parsed, args, sizes),
-                      "a component holds a delimiter of another");
-    auto url = finish(text, parsed);
-    requireConsistent(url.has_value(), "a one-letter scheme or a port beyond 65535");
-    url_ = std::move(*url);
+    bool splitAsBuilt = true;
+    const bool finished = finish(
+        text,
+        [&](const boost::urls::url_view& parsed) {
+            splitAsBuilt = splitsAsBuilt(parsed, args, sizes);
+            return splitAsBuilt;
+        },
+        url_);
+    requireConsistent(splitAsBuilt, "a component holds a delimiter of another");
+    requireConsistent(finished, "the components do not form an IRI (a one-letter scheme, a "
+                                "port beyond 65535, ...)");
 }
 
 std::optional<IRI> IRI::parse(fl::ustring_view text) {
-    std::string uri;
-    detail::appendUri(uri, text);
-    return parseUri(std::move(uri));
+    IRI iri;
+    if (!iri.read(text))
+        return std::nullopt;
+    return iri;
 }
 
 std::optional<IRI> IRI::parseUri(std::string uri) {
-    const auto parsed = boost::urls::parse_uri(uri);
-    auto url = finish(uri, parsed);
-    if (!url)
+    IRI iri;
+    if (!finish(uri, acceptAll, iri.url_))
         return std::nullopt;
-    return IRI(std::move(*url));
+    return iri;
+}
+
+bool IRI::read(fl::ustring_view text) {
+    std::string uri;
+    detail::appendUri(uri, text);
+    return finish(uri, acceptAll, url_);
 }
 
 fl::ustring IRI::getScheme() const {

@@ -44,29 +44,47 @@ public:
     // The IRI text: non-ASCII as characters, reserved characters escaped.
     fl::ustring toString() const { return iri_.toString(network::iri::Encoding::IRI); }
 
-    // A root ("http://h/", "file:///") and an IRI whose path has no "/" ("mailto:a@b") have
-    // no parent and an empty name. A trailing "/" is not a segment of its own: "http://h/a/"
-    // is named "a" and has the parent "http://h/".
+    // A root ("http://h/", "file:///", "http://h//") and an IRI whose path has no "/"
+    // ("mailto:a@b") have no parent and an empty name. A trailing "/" is not a segment of its
+    // own: "http://h/a/" is named "a" and has the parent "http://h/". Without an authority a
+    // path that starts with "//" is written behind "/." ("x:/.//a"), which is no segment.
     bool hasParent() const noexcept;
     // The IRI without its last segment, query and fragment, ending in "/". Asking a root
     // for its parent is a fault of the caller: Exception<IInternalException>.
     AbsoluteIRI getParent() const;
+    // getParent().toString(), without making the parent.
+    fl::ustring getParentText() const;
     // The last segment with every escape decoded.
     fl::ustring getName() const;
 
     // The same IRI with "." and ".." segments removed.
     AbsoluteIRI getResolvedIRI() const;
 
-    // How to reach this IRI from `base`, a folder: "c/d.txt", "../x", "." for the folder
-    // itself. Segments of `file` IRIs come decoded (a native relative path), others in IRI
-    // text. When scheme or authority differ there is no relative way: the whole IRI text.
+    // How to reach this IRI from `base`, a folder (with or without its trailing "/"). For
+    // `file` IRIs a native relative path, names decoded, as os.path.relpath gives it: "c/d.txt",
+    // "../x", "." for the folder itself. For other schemes the relative reference that
+    // resolve() on the folder turns back into exactly this IRI: empty segments and a trailing
+    // "/" kept, "./" before a first segment that is empty or holds ":". The whole IRI text
+    // when there is no relative way: scheme or authority differ, a path without a root, a
+    // `file` IRI naming no native path (a query, a fragment, an escaped "/" or U+0000).
     fl::ustring makePathRelativeTo(const AbsoluteIRI& base) const;
+
+    // The IRI that `reference` (IRI text: "../x", "?q", "//host/p", a whole IRI) names when
+    // read from this one (RFC 3986 section 5.2). A single letter before the first ":" is a
+    // drive, never a scheme, so "c:x" is a relative path. A reference that gives no IRI
+    // throws InvalidIRIException.
+    AbsoluteIRI resolve(const fl::ustring& reference) const;
 
     friend bool operator==(const AbsoluteIRI& a, const AbsoluteIRI& b) noexcept {
         return a.iri_ == b.iri_;
     }
 
 protected:
+    // `iri` with another path (as its segments read: no "/." in front), its query and
+    // fragment kept or dropped.
+    static network::IRI withPath(const network::IRI& iri, std::string_view path,
+                                 bool keepQueryAndFragment);
+
     network::IRI iri_;
 };
 
@@ -79,6 +97,9 @@ public:
     // `base` with `leaf` appended as one segment (a "/" in it is escaped); an empty leaf
     // names `base` itself. "." and ".." are dot segments, so they are resolved.
     CanonicalAbsoluteIRI(const CanonicalAbsoluteIRI& base, const fl::ustring& leaf);
+
+private:
+    void canonicalise();
 };
 
 // A `scheme` IRI naming the absolute native path `path`, every byte kept (a path holding

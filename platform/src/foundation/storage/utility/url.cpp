@@ -4,6 +4,8 @@
 
 #include <fl/i18n.hpp>
 
+#include <optional>
+
 namespace foundation::storage::utility {
 namespace {
 
@@ -52,16 +54,22 @@ void lowerCase(fl::ustring& text, std::size_t first, std::size_t last) {
     ndetail::foldCase(text.data() + first, text.data() + last, true, false);
 }
 
-// Lower-cases scheme and host; returns where the path starts.
-std::size_t lowerCaseSchemeAndHost(fl::ustring& text) {
+// Where the path of text with a scheme lies, and whether an authority comes before it.
+struct PathPlace {
+    std::size_t begin;
+    bool afterAuthority;
+};
+
+// Lower-cases scheme and host; nothing for text without a scheme.
+std::optional<PathPlace> lowerCaseSchemeAndHost(fl::ustring& text) {
     const std::size_t colon = text.find(u':');
     if (colon == fl::ustring::npos ||
         !fl::ascii::isSchemeName(fl::ustring_view(text.data(), colon)))
-        return 0;
+        return std::nullopt;
     lowerCase(text, 0, colon);
     const std::size_t authority = colon + 1;
     if (text.compare(authority, 2, u"//") != 0)
-        return authority;
+        return PathPlace{authority, false};
     const std::size_t begin = authority + 2;
     std::size_t end = text.find_first_of(u"/?#", begin);
     if (end == fl::ustring::npos)
@@ -77,7 +85,7 @@ std::size_t lowerCaseSchemeAndHost(fl::ustring& text) {
         hostEnd = port != fl::ustring::npos && port < end ? port : end;
     }
     lowerCase(text, hostBegin, hostEnd);
-    return end;
+    return PathPlace{end, true};
 }
 
 } // namespace
@@ -85,14 +93,23 @@ std::size_t lowerCaseSchemeAndHost(fl::ustring& text) {
 void normalizeURL(fl::ustring& text) {
     trim(text);
     escapeForbidden(text);
-    const std::size_t pathBegin = lowerCaseSchemeAndHost(text);
-    std::size_t pathEnd = text.find_first_of(u"?#", pathBegin);
+    // Dot segments belong to the path of an IRI; in text without a scheme they may be all a
+    // relative path has ("a/../../b" is not "/b").
+    const auto place = lowerCaseSchemeAndHost(text);
+    if (!place)
+        return;
+    std::size_t pathEnd = text.find_first_of(u"?#", place->begin);
     if (pathEnd == fl::ustring::npos)
         pathEnd = text.size();
-    const fl::ustring_view path(text.data() + pathBegin, pathEnd - pathBegin);
+    const fl::ustring_view path(text.data() + place->begin, pathEnd - place->begin);
     if (path.find(u'.') == fl::ustring_view::npos)
         return;
-    text.replace(pathBegin, pathEnd - pathBegin, ndetail::removeDotSegments(path));
+    fl::ustring resolved = ndetail::removeDotSegments(path);
+    // Without an authority "//" would start one ("file:/..//etc" is not the host "etc"): the
+    // path keeps "/." in front, as an IRI writes it.
+    if (!place->afterAuthority && resolved.starts_with(u"//"))
+        resolved.insert(0, u"/.");
+    text.replace(place->begin, pathEnd - place->begin, resolved);
 }
 
 void handleWindowsTrailingDotsAndSpaces(fl::ustring&) {}
