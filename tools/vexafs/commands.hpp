@@ -17,5 +17,6 @@ void addLinkCommand(CLI::App& app);
 void addLsCommand(CLI::App& app);
 void addPackageCommand(CLI::App& app);
 void addResolveCommand(CLI::App& app);
+void addCatCommand(CLI::App& app);
 
 } // namespace vexafs

@@ -68,6 +68,7 @@ int main(int argc, char** argv) {
     vexafs::addLsCommand(app);
     vexafs::addPackageCommand(app);
     vexafs::addResolveCommand(app);
+    vexafs::addCatCommand(app);
     if (argc <= 1) {
         std::cout << app.help();
         return 0;

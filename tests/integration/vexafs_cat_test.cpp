@@ -1,0 +1,53 @@
+// vexafs cat: content streamed to standard output or to a file replaced only when complete.
+
+#include "TempDir.hpp"
+#include "Vexafs.hpp"
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+namespace {
+
+using ::testing::HasSubstr;
+using vexa::testing::TempDir;
+
+std::string contentOf(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), {}};
+}
+
+void write(const std::string& path, const std::string& content) {
+    std::ofstream(path, std::ios::binary) << content;
+}
+
+// Every byte arrives, whatever its value and however many reads it takes; what cannot be
+// read leaves an existing output file as it was, and nothing else behind.
+TEST(VexafsCat, CopiesEveryByteOrLeavesTheOutputAlone) {
+    TempDir dir;
+    std::string binary(200'000, '\0');
+    for (std::size_t i = 0; i < binary.size(); ++i)
+        binary[i] = static_cast<char>(i * 7919 % 251);
+    write(dir / "data.bin", binary);
+    write(dir / "kept", "kept as it was");
+    dir.makeFolders({"folder"});
+    const vexa::testing::VexafsRun runs[] = {
+        {{"cat", dir / "data.bin"}, 0, binary},
+        {{"cat", "file://" + dir / "data.bin", "--output", dir / "copy"}, 0, ""},
+        {{"cat", dir / "missing", "-o", dir / "kept"},
+         1,
+         "",
+         HasSubstr("Identifier: VEXA:virtualfilesystem:resourceNotFound")},
+        {{"cat", dir / "folder", "-o", dir / "kept"}, 1, "", HasSubstr("Identifier: VEXA:")},
+        {{"cat", dir / "data.bin", "-o", dir / "no/such/folder/x"}, 1, "", HasSubstr("Error: ")},
+    };
+    vexa::testing::expectRuns(runs);
+    EXPECT_EQ(contentOf(dir / "copy"), binary);
+    EXPECT_EQ(contentOf(dir / "kept"), "kept as it was");
+    std::size_t items = 0;
+    for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator(dir.path()))
+        ++items;
+    EXPECT_EQ(items, 4u); // data.bin, kept, folder, copy
+}
+
+} // namespace
