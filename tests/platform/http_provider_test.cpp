@@ -99,8 +99,7 @@ template <class Call> std::string reasonOf(Call call) {
 
 TEST_F(HttpProvider, Existence) {
     const std::string secure = server->secureUrl("/files/notes.txt");
-    const std::string closed =
-        "http://127.0.0.1:" + std::to_string(HttpServer::closedPort()) + "/files/notes.txt";
+    const std::string closed = HttpServer::closedUrl("/files/notes.txt");
     const struct {
         std::string location;
         Client client;
@@ -232,8 +231,7 @@ TEST_F(HttpProvider, BodiesRead) {
         EXPECT_TRUE(body(file(location)) == expected) << location;
 
     // Failures found before the first byte is handed out, by the opening itself.
-    const std::string closed =
-        "http://127.0.0.1:" + std::to_string(HttpServer::closedPort()) + "/x";
+    const std::string closed = HttpServer::closedUrl("/files/notes.txt");
     const std::tuple<std::string, Client, int> refused[] = {
         {"/files/missing.txt", Trusting, -1},
         {"/status/401", Trusting, -2},

@@ -78,8 +78,10 @@ public:
     std::string secureUrl(std::string_view path) const {
         return origin("https", securePort_).append(path);
     }
-    // A port on 127.0.0.1 where nothing listens, for a refused connection.
-    static int closedPort() { return freePort(); }
+    // The same on a port where nothing listens: a refused connection.
+    static std::string closedUrl(std::string_view path) {
+        return origin("http", freePort()).append(path);
+    }
 
     // The certificate that makes the https port trusted.
     std::string caFile() const { return dir_ / "cert.pem"; }
@@ -98,11 +100,17 @@ private:
         return std::string(scheme) + "://127.0.0.1:" + std::to_string(port);
     }
 
-    static int freePort() {
-        const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    static sockaddr_in loopback(int port) {
         sockaddr_in address{};
         address.sin_family = AF_INET;
         address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        address.sin_port = htons(static_cast<std::uint16_t>(port));
+        return address;
+    }
+
+    static int freePort() {
+        const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        sockaddr_in address = loopback(0); // the system chooses
         socklen_t length = sizeof address;
         const bool bound = fd >= 0 &&
                            ::bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 &&
@@ -116,17 +124,14 @@ private:
 
     static bool accepts(int port) {
         const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        address.sin_port = htons(static_cast<std::uint16_t>(port));
+        const sockaddr_in address = loopback(port);
         const bool connected =
-            ::connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
+            ::connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
         ::close(fd);
         return connected;
     }
 
-    void write(const std::string& name, const std::string& bytes, bool knownTime = true) const {
+    void addFile(const std::string& name, const std::string& bytes, bool knownTime = true) const {
         const std::filesystem::path path = dir_.path() / "www" / name;
         std::filesystem::create_directories(path.parent_path());
         if (!(std::ofstream(path, std::ios::binary) << bytes))
@@ -137,20 +142,20 @@ private:
     }
 
     void makeContent() const {
-        write("files/notes.txt", "hello\n");
-        write("files/report.csv", "a,b\n1,2\n");
-        write("files/a b \u00fc.txt", "spaced\n");
-        write("files/x&y#z?%.txt", "marks\n");
-        write("files/a:b.txt", "colon\n");
-        write("files/big.bin", bigContent());
-        write("files/sub/inner.txt", "inner\n");
-        write("files/sub/deeper/leaf.txt", "leaf\n");
-        write("page/index.html",
-              "<html><head><title>Home</title></head><body><a href=\"x\">x</a></body></html>\n");
-        write("refusing/405.txt", "no head\n");
-        write("refusing/501.txt", "no head\n");
-        write("slow.bin", std::string(4000, 's'), false);
-        write("whole/cut.bin", std::string(100000, 'c'), false);
+        addFile("files/notes.txt", "hello\n");
+        addFile("files/report.csv", "a,b\n1,2\n");
+        addFile("files/a b \u00fc.txt", "spaced\n");
+        addFile("files/x&y#z?%.txt", "marks\n");
+        addFile("files/a:b.txt", "colon\n");
+        addFile("files/big.bin", bigContent());
+        addFile("files/sub/inner.txt", "inner\n");
+        addFile("files/sub/deeper/leaf.txt", "leaf\n");
+        addFile("page/index.html",
+                "<html><head><title>Home</title></head><body><a href=\"x\">x</a></body></html>\n");
+        addFile("refusing/405.txt", "no head\n");
+        addFile("refusing/501.txt", "no head\n");
+        addFile("slow.bin", std::string(4000, 's'), false);
+        addFile("whole/cut.bin", std::string(100000, 'c'), false);
         // Whatever user nginx serves as reads the tree: the temporary folder is private.
         std::filesystem::permissions(dir_.path(), std::filesystem::perms::owner_all |
                                                       std::filesystem::perms::group_read |
