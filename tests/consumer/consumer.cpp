@@ -2,6 +2,8 @@
 // family, through the one umbrella header.
 #include <vexa/io/filesystem/core.hpp>
 
+#include <foundation/storage/provider/HttpProvider.hpp>
+
 #include <cstdio>
 #include <iostream>
 #include <string>
@@ -55,10 +57,12 @@ int main(int argc, char** argv) {
                       "status and result handler");
     failures += check(&core::log::getLogger() == &core::log::getLogger(), "logger");
 
-    // A host program chooses its storage system: here the file provider alone.
+    // A host program chooses its storage system: here the file and http(s) providers.
     auto system = std::make_shared<vfs::StorageSystem>();
     system->addProvider(std::make_shared<foundation::storage::provider::LocalFileProvider>());
+    system->addProvider(std::make_shared<foundation::storage::provider::HttpProvider>());
     Quarrow::VexaStorageSystem::SetStorageSystemReference(vfs::StorageSystemReference(system));
+    failures += check(vfs::hasIRIPrefix(u"https://h/x"), "the http(s) provider registered");
     const fl::ustring folder = fl::i18n::to_ustring(scratch);
     const vfs::AbsoluteIRI item(folder + u"/consumer/a/b.txt");
     const auto storage = Quarrow::VexaStorageSystem::GetStorageSystemReference();

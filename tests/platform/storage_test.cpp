@@ -29,6 +29,8 @@ namespace pt = boost::posix_time;
 namespace vfs = foundation::storage::vfs;
 namespace provider = foundation::storage::provider;
 using ::testing::ElementsAre;
+using vexa::testing::failure;
+using vexa::testing::outcome;
 using vexa::testing::TempDir;
 using vexa::testing::u;
 using vfs::AbsoluteIRI;
@@ -40,23 +42,6 @@ vfs::StorageSystemReference host() {
 
 AbsoluteIRI at(const std::string& text) {
     return AbsoluteIRI(u(text));
-}
-
-// What a call answered, or minus the storage code it threw (so 0 is never a failure).
-template <class Call> int outcome(Call call) {
-    try {
-        return static_cast<int>(call());
-    } catch (const vfs::Exception& error) {
-        virtualfileio::ExceptionContextHandler::ClearPendingContext();
-        return -error.getErrorCode();
-    }
-}
-
-template <class Call> int failure(Call call) {
-    return outcome([&] {
-        call();
-        return 100;
-    });
 }
 
 class Storage : public ::testing::Test {

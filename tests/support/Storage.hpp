@@ -8,6 +8,7 @@
 #include <Quarrow/VexaStorageSystem.hpp>
 #include <foundation/storage/provider/StorageProvider.hpp>
 #include <foundation/storage/vfs/Exception.hpp>
+#include <virtualfileio/ExceptionContextHandler.hpp>
 
 #include <array>
 #include <atomic>
@@ -153,6 +154,25 @@ inline std::shared_ptr<FaultyProvider> faultyFiles(FaultyProvider::Operation ope
 // provider under their names, for tests of what only depends on a scheme being served.
 inline std::shared_ptr<FaultyProvider> servedSchemes(std::vector<std::string> schemes) {
     return std::make_shared<FaultyProvider>(ScopedStorageSystem::real("file"), std::move(schemes));
+}
+
+// What a call answered, or minus the storage code it threw (so 0 is never a failure); the
+// failure's pending context is cleared.
+template <class Call> int outcome(Call call) {
+    try {
+        return static_cast<int>(call());
+    } catch (const vfs::Exception& error) {
+        virtualfileio::ExceptionContextHandler::ClearPendingContext();
+        return -error.getErrorCode();
+    }
+}
+
+// 100 for a call that returned, or minus the storage code it threw.
+template <class Call> int failure(Call call) {
+    return outcome([&] {
+        call();
+        return 100;
+    });
 }
 
 } // namespace vexa::testing

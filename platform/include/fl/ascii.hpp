@@ -27,16 +27,29 @@ template <class Char> constexpr Char toUpper(Char c) noexcept {
     return c >= Char('a') && c <= Char('z') ? static_cast<Char>(c - ('a' - 'A')) : c;
 }
 
-// Whether `text` starts with `lowerPrefix`, ASCII case ignored in `text`. The prefix is
-// given in lower case already, so that only one side is folded: this runs on every path.
-constexpr bool startsWithIgnoringCase(std::u16string_view text,
-                                      std::u16string_view lowerPrefix) noexcept {
+namespace detail {
+template <class Char>
+constexpr bool startsWithIgnoringCase(std::basic_string_view<Char> text,
+                                      std::basic_string_view<Char> lowerPrefix) noexcept {
     if (text.size() < lowerPrefix.size())
         return false;
     for (std::size_t i = 0; i < lowerPrefix.size(); ++i)
         if (toLower(text[i]) != lowerPrefix[i])
             return false;
     return true;
+}
+} // namespace detail
+
+// Whether `text` starts with `lowerPrefix`, ASCII case ignored in `text`. The prefix is
+// given in lower case already, so that only one side is folded: this runs on every path.
+constexpr bool startsWithIgnoringCase(std::u16string_view text,
+                                      std::u16string_view lowerPrefix) noexcept {
+    return detail::startsWithIgnoringCase(text, lowerPrefix);
+}
+// The same for narrow text: header values, media types.
+constexpr bool startsWithIgnoringCase(std::string_view text,
+                                      std::string_view lowerPrefix) noexcept {
+    return detail::startsWithIgnoringCase(text, lowerPrefix);
 }
 
 // What a URI never needs to escape (RFC 3986 "unreserved"): letters, digits, "-._~".

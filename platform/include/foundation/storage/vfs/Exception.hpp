@@ -72,8 +72,11 @@ private:
 };
 
 // The context a provider attaches when `operation` on `path` fails with `code`: the
-// message of the code with the path as its argument.
-provider::ExceptionContext makeContext(std::string operation, const fl::ustring& path, int code);
+// message of the code with the path as its argument, and `reason` as a second argument when
+// the storage said why (a server's status, a network library's text): a code alone cannot
+// tell a refused connection from a server error.
+provider::ExceptionContext makeContext(std::string operation, const fl::ustring& path, int code,
+                                       std::string reason = {});
 
 // Raises the failure of `operation` on `path` after a system call left `error` in errno,
 // leaving its context pending on this thread (virtualfileio::ExceptionContextHandler).
@@ -82,7 +85,9 @@ provider::ExceptionContext makeContext(std::string operation, const fl::ustring&
 // Raises `error`, leaving its innermost context pending on this thread.
 [[noreturn]] void raise(Exception error);
 
-// Raises the failure of `operation` on `path` with `code`, its context pending.
-[[noreturn]] void raise(int code, std::string operation, const fl::ustring& path);
+// Raises the failure of `operation` on `path` with `code`, its context (with `reason`, when
+// given) pending.
+[[noreturn]] void raise(int code, std::string operation, const fl::ustring& path,
+                        std::string reason = {});
 
 } // namespace foundation::storage::vfs

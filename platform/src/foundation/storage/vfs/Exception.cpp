@@ -47,10 +47,14 @@ void Exception::addContext(provider::ExceptionContext context) {
     contexts_.push_back(std::move(context));
 }
 
-provider::ExceptionContext makeContext(std::string operation, const fl::ustring& path, int code) {
+provider::ExceptionContext makeContext(std::string operation, const fl::ustring& path, int code,
+                                       std::string reason) {
     const std::string name(errorMessageName(code));
     return provider::ExceptionContext(
-        std::move(operation), path, resource_core::BaseMsgID(messageComponent, name.c_str(), path));
+        std::move(operation), path,
+        reason.empty()
+            ? resource_core::BaseMsgID(messageComponent, name.c_str(), path)
+            : resource_core::BaseMsgID(messageComponent, name.c_str(), path, std::move(reason)));
 }
 
 void raise(Exception error) {
@@ -59,9 +63,9 @@ void raise(Exception error) {
     throw std::move(error);
 }
 
-void raise(int code, std::string operation, const fl::ustring& path) {
+void raise(int code, std::string operation, const fl::ustring& path, std::string reason) {
     Exception failure(code, path);
-    failure.addContext(makeContext(std::move(operation), path, code));
+    failure.addContext(makeContext(std::move(operation), path, code, std::move(reason)));
     raise(std::move(failure));
 }
 

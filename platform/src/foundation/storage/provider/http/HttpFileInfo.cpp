@@ -1,0 +1,132 @@
+// The http(s) provider looking at items: one HEAD request, or a GET of the first byte where
+// the server refuses HEAD, gives the probe, the attributes and the extended attributes.
+
+#include <foundation/storage/provider/HttpProvider.hpp>
+
+#include "HttpRequest.hpp"
+
+#include <foundation/storage/vfs/Exception.hpp>
+
+#include <boost/date_time/posix_time/conversion.hpp>
+
+#include <charconv>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace foundation::storage::provider {
+namespace {
+
+using http::Method;
+using http::Transfer;
+
+// What the headers of a good answer tell of the item.
+struct Look {
+    std::optional<http::Failure> missing = {}; // 404 or 410: nothing there, an answer
+    boost::posix_time::ptime lastModified = {};
+    std::uint64_t size = 0;
+    std::optional<std::string> contentType = {};
+    std::optional<std::string> etag = {};
+};
+
+std::optional<std::uint64_t> number(std::string_view text) {
+    std::uint64_t value = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (error != std::errc() || end != text.data() + text.size())
+        return std::nullopt;
+    return value;
+}
+
+// Last-Modified, or the answer's own Date where the server keeps no time for the item; curl
+// reads either with its time zone.
+boost::posix_time::ptime timeOf(const Transfer& transfer) {
+    for (const char* name : {"Last-Modified", "Date"})
+        if (const auto text = transfer.header(name)) {
+            const time_t time = curl_getdate(std::string(*text).c_str(), nullptr);
+            if (time != -1)
+                return boost::posix_time::from_time_t(time);
+        }
+    return {};
+}
+
+// The whole size: after the "/" of Content-Range for the ranged GET ("bytes 0-0/1234"),
+// else Content-Length; 0 when the server does not say (a body sent in chunks).
+std::uint64_t sizeOf(const Transfer& transfer) {
+    if (transfer.status() == 206)
+        if (const auto range = transfer.header("Content-Range"))
+            return number(range->substr(range->rfind('/') + 1)).value_or(0);
+    if (const auto length = transfer.header("Content-Length"))
+        return number(*length).value_or(0);
+    return 0;
+}
+
+std::optional<std::string> text(std::optional<std::string_view> header) {
+    return header ? std::optional<std::string>(*header) : std::nullopt;
+}
+
+// What one request tells; none when it is a HEAD request that the server refuses.
+std::optional<Look> ask(const HttpOptions& options, const vfs::AbsoluteIRI& location, Method method,
+                        const char* operation) {
+    Transfer transfer(options, location, method);
+    transfer.awaitAnswer();
+    if (const auto failure = transfer.failure()) {
+        const long status = transfer.status();
+        if (method == Method::Head && (status == 405 || status == 501))
+            return std::nullopt;
+        if (failure->code != vfs::ResourceNotFound)
+            http::raise(*failure, operation, location);
+        return Look{.missing = failure};
+    }
+    return Look{.lastModified = timeOf(transfer),
+                .size = sizeOf(transfer),
+                .contentType = text(transfer.header("Content-Type")),
+                .etag = text(transfer.header("ETag"))};
+}
+
+Look look(const HttpOptions& options, const vfs::AbsoluteIRI& location, const char* operation) {
+    if (auto item = ask(options, location, Method::Head, operation))
+        return std::move(*item);
+    // A GET of the first byte tells the same; its session is the HEAD request's, given back.
+    return *ask(options, location, Method::FirstByte, operation);
+}
+
+// A look that found the item; what it found missing is raised.
+Look found(const HttpOptions& options, const vfs::AbsoluteIRI& location, const char* operation) {
+    Look item = look(options, location, operation);
+    if (item.missing)
+        http::raise(*item.missing, operation, location);
+    return item;
+}
+
+} // namespace
+
+ItemStatus HttpProvider::probe(const vfs::AbsoluteIRI& location) const {
+    const Look item = look(options_, location, "probe");
+    ItemStatus status;
+    if (item.missing)
+        return status; // Nothing, ResourceNotFound
+    // A server has no kinds of items: a path that ends in "/" (or the root) names a folder.
+    const std::string_view path = location.toIRI().uriPath();
+    status.type = path.empty() || path.back() == '/' ? ItemType::Folder : ItemType::File;
+    status.lastModified = item.lastModified;
+    status.size = item.size;
+    return status;
+}
+
+FileAttributes HttpProvider::attributes(const vfs::AbsoluteIRI& location) const {
+    const Look item = found(options_, location, "attributes");
+    return FileAttributes(false, item.lastModified, item.size);
+}
+
+ExtendedAttributes HttpProvider::extendedAttributes(const vfs::AbsoluteIRI& location) const {
+    Look item = found(options_, location, "extendedAttributes");
+    ExtendedAttributes attributes;
+    if (item.contentType)
+        attributes.setAttribute("http.contentType", std::move(*item.contentType));
+    if (item.etag)
+        attributes.setAttribute("http.etag", std::move(*item.etag));
+    return attributes;
+}
+
+} // namespace foundation::storage::provider

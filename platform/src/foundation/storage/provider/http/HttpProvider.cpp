@@ -1,0 +1,226 @@
+// The http(s) provider: construction, the changes it refuses, the requests every member
+// makes, and the body read as it arrives.
+
+#include <foundation/storage/provider/HttpProvider.hpp>
+
+#include "HttpRequest.hpp"
+
+#include <foundation/storage/vfs/Exception.hpp>
+
+#include <algorithm>
+#include <cstring>
+#include <new>
+
+namespace foundation::storage::provider {
+namespace http {
+namespace {
+
+// What curl may hand over beyond what read() has taken: a few of its 16 KiB writes.
+constexpr std::size_t bufferLimit = 64 * 1024;
+// The longest wait on the sockets between two looks at the transfer; curl's own timers
+// (timeouts, the low-speed check) end a wait sooner.
+constexpr int pollMilliseconds = 1000;
+
+// One idle session per thread: requests one after another on a thread (the usual case)
+// reuse its connections; a request made while another is open on the thread (a probe while
+// a body is read) gets a session of its own.
+thread_local std::unique_ptr<Session> idleSession;
+
+std::unique_ptr<Session> takeSession() {
+    if (idleSession)
+        return std::move(idleSession);
+    auto session = std::make_unique<Session>(
+        Session{EasyHandle(curl_easy_init()), MultiHandle(curl_multi_init())});
+    if (!session->easy || !session->multi)
+        throw std::bad_alloc();
+    return session;
+}
+
+void giveBack(std::unique_ptr<Session> session) {
+    if (!idleSession)
+        idleSession = std::move(session);
+}
+
+} // namespace
+
+Transfer::Transfer(const HttpOptions& options, const vfs::AbsoluteIRI& location, Method method)
+    : session_(takeSession()) {
+    CURL* easy = session_->easy.get();
+    // A reset keeps the connections: they belong to the multi handle.
+    curl_easy_reset(easy);
+    // curl takes the IRI's URI form: names with spaces and non-ASCII travel escaped.
+    curl_easy_setopt(easy, CURLOPT_URL, std::string(location.toIRI().uriText()).c_str());
+    curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, errorText_);
+    curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L); // timeouts without signals, on any thread
+    curl_easy_setopt(easy, CURLOPT_PROTOCOLS_STR, "http,https");
+    curl_easy_setopt(easy, CURLOPT_FOLLOWLOCATION, 1L);
+    curl_easy_setopt(easy, CURLOPT_MAXREDIRS, options.maxRedirects);
+    // A redirect to another scheme (file:, ftp:) would leave the storage this provider serves.
+    curl_easy_setopt(easy, CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
+    curl_easy_setopt(easy, CURLOPT_CONNECTTIMEOUT_MS,
+                     static_cast<long>(options.connectTimeout.count()));
+    curl_easy_setopt(easy, CURLOPT_LOW_SPEED_LIMIT, options.lowSpeedLimit);
+    curl_easy_setopt(easy, CURLOPT_LOW_SPEED_TIME, static_cast<long>(options.lowSpeedTime.count()));
+    // The file replaces the default bundle; curl's default folder of the system's
+    // certificates (CURLOPT_CAPATH) stays, so both are trusted.
+    if (!options.caFile.empty())
+        curl_easy_setopt(easy, CURLOPT_CAINFO, options.caFile.c_str());
+    curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, &Transfer::onBody);
+    curl_easy_setopt(easy, CURLOPT_WRITEDATA, this);
+    if (method == Method::Head)
+        curl_easy_setopt(easy, CURLOPT_NOBODY, 1L);
+    else if (method == Method::FirstByte)
+        curl_easy_setopt(easy, CURLOPT_RANGE, "0-0");
+    curl_multi_add_handle(session_->multi.get(), easy);
+}
+
+Transfer::~Transfer() {
+    // An unfinished transfer's connection is closed here; a finished one's stays cached.
+    curl_multi_remove_handle(session_->multi.get(), session_->easy.get());
+    giveBack(std::move(session_));
+}
+
+std::size_t Transfer::onBody(char* data, std::size_t size, std::size_t count, void* self) {
+    auto& transfer = *static_cast<Transfer*>(self);
+    const std::size_t length = size * count;
+    transfer.answered_ = true;
+    // curl keeps what it could not hand over and offers it again once the transfer resumes.
+    if (transfer.buffered() > 0 && transfer.buffered() + length > bufferLimit) {
+        transfer.paused_ = true;
+        return CURL_WRITEFUNC_PAUSE;
+    }
+    transfer.buffer_.erase(0, transfer.taken_);
+    transfer.taken_ = 0;
+    transfer.buffer_.append(data, length);
+    return length;
+}
+
+template <class Ready> void Transfer::driveUntil(Ready ready) {
+    CURLM* multi = session_->multi.get();
+    for (;;) {
+        int running = 0;
+        const CURLMcode driven = curl_multi_perform(multi, &running);
+        if (driven != CURLM_OK) {
+            done_ = true;
+            result_ = CURLE_FAILED_INIT;
+            std::strncpy(errorText_, curl_multi_strerror(driven), sizeof errorText_ - 1);
+        }
+        int queued = 0;
+        while (const CURLMsg* message = curl_multi_info_read(multi, &queued))
+            if (message->msg == CURLMSG_DONE) {
+                done_ = true;
+                result_ = message->data.result;
+            }
+        if (done_ || ready())
+            return;
+        curl_multi_poll(multi, nullptr, 0, pollMilliseconds, nullptr);
+    }
+}
+
+void Transfer::awaitAnswer() {
+    driveUntil([this] { return answered_; });
+}
+
+long Transfer::status() const {
+    long status = 0;
+    curl_easy_getinfo(session_->easy.get(), CURLINFO_RESPONSE_CODE, &status);
+    return status;
+}
+
+std::optional<std::string_view> Transfer::header(const char* name) const {
+    curl_header* found = nullptr;
+    // Request -1: the last one, the answer the redirects led to.
+    if (curl_easy_header(session_->easy.get(), name, 0, CURLH_HEADER, -1, &found) != CURLHE_OK)
+        return std::nullopt;
+    return std::string_view(found->value);
+}
+
+std::optional<Failure> Transfer::failure() const {
+    if (done_ && result_ != CURLE_OK)
+        return Failure{vfs::IOError, errorText_[0] ? errorText_ : curl_easy_strerror(result_)};
+    const long code = status();
+    if (code >= 200 && code < 300)
+        return std::nullopt;
+    std::string reason = "HTTP " + std::to_string(code);
+    switch (code) {
+    case 404:
+    case 410:
+        return Failure{vfs::ResourceNotFound, std::move(reason)};
+    case 401:
+    case 403:
+    case 407:
+        return Failure{vfs::PermissionDenied, std::move(reason)};
+    default:
+        return Failure{vfs::IOError, std::move(reason)};
+    }
+}
+
+std::size_t Transfer::read(std::span<char> buffer) {
+    if (buffered() == 0 && paused_) {
+        paused_ = false;
+        // May hand over what curl kept at once, through onBody.
+        curl_easy_pause(session_->easy.get(), CURLPAUSE_CONT);
+    }
+    if (buffered() == 0)
+        driveUntil([this] { return buffered() > 0; });
+    const std::size_t length = std::min(buffer.size(), buffered());
+    std::memcpy(buffer.data(), buffer_.data() + taken_, length);
+    taken_ += length;
+    return length;
+}
+
+void raise(const Failure& failure, const char* operation, const vfs::AbsoluteIRI& location) {
+    // Messages name the location by its IRI text, as the provider's describe() does.
+    vfs::raise(failure.code, operation, location.toString(), failure.reason);
+}
+
+BodyReader::BodyReader(const HttpOptions& options, const vfs::AbsoluteIRI& location,
+                       const char* operation)
+    : transfer_(std::make_unique<Transfer>(options, location, Method::Get)), location_(location) {
+    // The status is known before a byte is handed out: an error page is never content.
+    transfer_->awaitAnswer();
+    if (const auto failure = transfer_->failure())
+        raise(*failure, operation, location_);
+}
+
+std::size_t BodyReader::read(std::span<char> buffer) {
+    const std::size_t length = transfer_->read(buffer);
+    // curl reports a body shorter than its Content-Length, or a chunked body never ended,
+    // as a failed transfer: the end of the body is only an end when the transfer succeeded.
+    if (length == 0 && !buffer.empty())
+        if (const auto failure = transfer_->failure())
+            raise(*failure, "read", location_);
+    return length;
+}
+
+} // namespace http
+
+HttpProvider::HttpProvider(HttpOptions options) : options_(std::move(options)) {
+    // Once per process, before the first handle; curl would do it less safely on its own.
+    static const CURLcode initialised = curl_global_init(CURL_GLOBAL_DEFAULT);
+    (void)initialised;
+}
+
+HttpProvider::~HttpProvider() = default;
+
+std::vector<std::string> HttpProvider::schemes() const {
+    return {"http", "https"};
+}
+
+void HttpProvider::createFile(const vfs::AbsoluteIRI& location) const {
+    vfs::raise(vfs::ReadOnlyProvider, "createFile", describe(location));
+}
+
+void HttpProvider::removeFile(const vfs::AbsoluteIRI& location) const {
+    vfs::raise(vfs::ReadOnlyProvider, "removeFile", describe(location));
+}
+
+void HttpProvider::createFolder(const vfs::AbsoluteIRI& location) const {
+    vfs::raise(vfs::ReadOnlyProvider, "createFolder", describe(location));
+}
+
+std::unique_ptr<InputStream> HttpProvider::openForReading(const vfs::AbsoluteIRI& location) const {
+    return std::make_unique<http::BodyReader>(options_, location, "open");
+}
+
+} // namespace foundation::storage::provider

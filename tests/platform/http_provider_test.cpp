@@ -1,0 +1,280 @@
+// The http(s) provider against a real nginx (tests/support/HttpServer.hpp): what each kind
+// of answer becomes through exists, existsExtended, File, Folder and IODevice.
+
+#include <foundation/storage/provider/HttpProvider.hpp>
+#include <foundation/storage/vfs/Exists.hpp>
+#include <foundation/storage/vfs/Folder.hpp>
+#include <foundation/storage/vfs/IODevice.hpp>
+
+#include "HttpServer.hpp"
+#include "Storage.hpp"
+#include "Text.hpp"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <boost/date_time/posix_time/posix_time.hpp>
+
+#include <chrono>
+#include <functional>
+#include <map>
+#include <memory>
+#include <tuple>
+#include <variant>
+
+namespace {
+
+namespace pt = boost::posix_time;
+namespace vfs = foundation::storage::vfs;
+namespace provider = foundation::storage::provider;
+using provider::ItemType;
+using vexa::testing::failure;
+using vexa::testing::HttpServer;
+using vexa::testing::outcome;
+using vexa::testing::u;
+
+const pt::ptime fileTime = pt::from_time_t(HttpServer::fileTime);
+
+// The providers the tables choose from.
+enum Client { Trusting, Untrusting, TwoRedirects, Impatient };
+
+class HttpProvider : public ::testing::Test {
+protected:
+    static void SetUpTestSuite() { server = std::make_unique<HttpServer>(); }
+    static void TearDownTestSuite() { server.reset(); }
+
+    // A storage system whose http(s) provider is `client`: trusting the server's certificate
+    // unless Untrusting, following two redirects at most, or abandoning a transfer slower
+    // than 1000 bytes a second for a second.
+    static vfs::StorageSystemReference storage(Client client = Trusting) {
+        provider::HttpOptions options;
+        if (client != Untrusting)
+            options.caFile = server->caFile();
+        if (client == TwoRedirects)
+            options.maxRedirects = 2;
+        if (client == Impatient) {
+            options.lowSpeedLimit = 1000;
+            options.lowSpeedTime = std::chrono::seconds(1);
+        }
+        auto system = std::make_shared<vfs::StorageSystem>();
+        system->addProvider(std::make_shared<provider::HttpProvider>(options));
+        return vfs::StorageSystemReference(system);
+    }
+
+    // A path on the server, or a whole IRI.
+    static vfs::AbsoluteIRI at(const std::string& pathOrIri) {
+        return vfs::AbsoluteIRI(u(pathOrIri.starts_with("/") ? server->url(pathOrIri) : pathOrIri));
+    }
+    static vfs::File file(const std::string& pathOrIri, Client client = Trusting) {
+        return vfs::File(at(pathOrIri), storage(client));
+    }
+
+    // The whole body, read 1000 bytes at a time (less than curl hands over at once, so the
+    // buffer is drained in parts and fills up); the bytes that came before a failure stay
+    // in `got`.
+    static std::string body(const vfs::File& source, std::string* got = nullptr) {
+        std::string local;
+        std::string& bytes = got ? *got : local;
+        vfs::IODevice device(source);
+        char chunk[1000];
+        while (const std::size_t n = device.read(chunk))
+            bytes.append(chunk, n);
+        return bytes;
+    }
+
+    static inline std::unique_ptr<HttpServer> server;
+};
+
+// What the failure's context says besides the location: the status or curl's text.
+template <class Call> std::string reasonOf(Call call) {
+    try {
+        call();
+    } catch (const vfs::Exception& error) {
+        virtualfileio::ExceptionContextHandler::ClearPendingContext();
+        const auto& arguments = error.getContexts().front().message().arguments();
+        return arguments.size() > 1 ? std::get<std::string>(arguments[1]) : "";
+    }
+    return "";
+}
+
+TEST_F(HttpProvider, Existence) {
+    const std::string secure = server->secureUrl("/files/notes.txt");
+    const std::string closed = HttpServer::closedUrl("/files/notes.txt");
+    const struct {
+        std::string location;
+        Client client;
+        int extended, plain; // negative: the code thrown
+        std::string reason;  // part of the failure's reason
+    } cases[] = {
+        {"/files/notes.txt", Trusting, 0, 0, ""},
+        {"/files/", Trusting, 2, 1, ""},
+        {"/files/sub/deeper/", Trusting, 2, 1, ""},
+        {"/files/a%20b%20\u00fc.txt", Trusting, 0, 0, ""},
+        {"/files/x%26y%23z%3F%25.txt", Trusting, 0, 0, ""},
+        {"/files/missing.txt", Trusting, -1, 2, ""},
+        {"/files/missing/", Trusting, -1, 2, ""},
+        {"/status/410", Trusting, -1, 2, ""},
+        {"/status/401", Trusting, -2, -2, "HTTP 401"},
+        {"/status/403", Trusting, -2, -2, "HTTP 403"},
+        {"/status/407", Trusting, -2, -2, "HTTP 407"},
+        {"/status/500", Trusting, -9, -9, "HTTP 500"},
+        {"/status/418", Trusting, -9, -9, "HTTP 418"},
+        {"/refusing/405.txt", Trusting, 0, 0, ""}, // HEAD refused: a GET of byte 0
+        {"/refusing/501.txt", Trusting, 0, 0, ""},
+        {"/hop/1", Trusting, 0, 0, ""},
+        {"/hop/1", TwoRedirects, -9, -9, "Maximum (2) redirects"},
+        {"/loop/a", Trusting, -9, -9, "Maximum (10) redirects"},
+        {secure, Trusting, 0, 0, ""},
+        {secure, Untrusting, -9, -9, "certificate"},
+        {closed, Trusting, -9, -9, "connect"},
+    };
+    for (const auto& c : cases) {
+        const vfs::AbsoluteIRI location = at(c.location);
+        const auto system = storage(c.client);
+        EXPECT_EQ(outcome([&] { return vfs::existsExtended(location, system); }), c.extended)
+            << c.location;
+        EXPECT_EQ(outcome([&] { return vfs::exists(location, system); }), c.plain) << c.location;
+        if (c.plain < 0) {
+            EXPECT_THAT(reasonOf([&] { vfs::exists(location, system); }),
+                        ::testing::HasSubstr(c.reason))
+                << c.location;
+        }
+    }
+}
+
+TEST_F(HttpProvider, AttributesFromTheHeaders) {
+    const pt::ptime now = pt::second_clock::universal_time();
+    const struct {
+        std::string location;
+        std::uint64_t size;
+        pt::ptime time; // not_a_date_time: the answer's Date, now
+    } cases[] = {
+        {"/files/notes.txt", 6, fileTime},
+        {"/files/a%20b%20\u00fc.txt", 7, fileTime},
+        {"/hop/1", 6, fileTime},              // the answer the redirects led to
+        {"/refusing/405.txt", 8, fileTime},   // the size after the "/" of Content-Range
+        {"/zoned.txt", 6, fileTime},          // "06:06:07 +0100"
+        {"/unsized", 0, pt::not_a_date_time}, // no Content-Length, no Last-Modified
+        {server->secureUrl("/files/report.csv"), 8, fileTime},
+    };
+    for (const auto& c : cases) {
+        const auto attributes = file(c.location).getAttributes();
+        EXPECT_FALSE(attributes.isWritable()) << c.location;
+        EXPECT_EQ(attributes.getSize(), c.size) << c.location;
+        if (c.time.is_not_a_date_time())
+            EXPECT_LE(pt::time_duration(attributes.getLastModified() - now).abs(), pt::seconds(60))
+                << c.location;
+        else
+            EXPECT_EQ(attributes.getLastModified(), c.time) << c.location;
+    }
+    for (const auto& [location, code] : std::vector<std::pair<std::string, int>>{
+             {"/files/missing.txt", -1}, {"/status/403", -2}, {"/status/500", -9}})
+        EXPECT_EQ(failure([&] { file(location).getAttributes(); }), code) << location;
+}
+
+TEST_F(HttpProvider, ExtendedAttributesAsTheServerSendsThem) {
+    using Attributes = std::map<std::string, std::string>;
+    const std::pair<std::string, Attributes> cases[] = {
+        {"/files/report.csv",
+         {{"http.contentType", "text/csv; charset=utf-8"}, {"http.etag", "\"60406abf-8\""}}},
+        {"/refusing/501.txt",
+         {{"http.contentType", "text/plain"}, {"http.etag", "\"60406abf-8\""}}},
+        {"/zoned.txt", {{"http.contentType", "text/plain"}, {"http.etag", "\"zoned-1\""}}},
+        {"/unsized", {{"http.contentType", "application/octet-stream"}}},
+    };
+    for (const auto& [location, expected] : cases)
+        EXPECT_EQ(file(location).getExtendedAttributes().all(), expected) << location;
+    EXPECT_EQ(failure([&] { file("/files/missing.txt").getExtendedAttributes(); }), -1);
+}
+
+TEST_F(HttpProvider, IndexPagesListed) {
+    using Entries = std::vector<std::pair<fl::ustring, ItemType>>;
+    const auto entries = [](const std::string& location) {
+        Entries found;
+        for (const auto& entry : vfs::Folder(at(location), storage()).listEntries(u""))
+            found.emplace_back(entry.name, entry.type);
+        return found;
+    };
+    const Entries files = {{u"a b \u00fc.txt", ItemType::File}, {u"a:b.txt", ItemType::File},
+                           {u"big.bin", ItemType::File},        {u"notes.txt", ItemType::File},
+                           {u"report.csv", ItemType::File},     {u"sub", ItemType::Folder},
+                           {u"x&y#z?%.txt", ItemType::File}};
+    EXPECT_EQ(entries("/files/"), files);
+    EXPECT_EQ(entries("/files"), files); // redirected to the folder
+    EXPECT_EQ(entries("/files/sub/"),
+              (Entries{{u"deeper", ItemType::Folder}, {u"inner.txt", ItemType::File}}));
+    EXPECT_EQ(entries(server->secureUrl("/files/sub/deeper/")),
+              (Entries{{u"leaf.txt", ItemType::File}}));
+    // A page that is no index (an index.html, a text file) cannot be listed.
+    for (const auto& [location, code] :
+         std::vector<std::pair<std::string, int>>{{"/page/", -11},
+                                                  {"/files/notes.txt", -11},
+                                                  {"/files/missing/", -1},
+                                                  {"/status/403", -2},
+                                                  {"/status/500", -9}})
+        EXPECT_EQ(failure([&] { vfs::Folder(at(location), storage()).listAll(u""); }), code)
+            << location;
+}
+
+TEST_F(HttpProvider, BodiesRead) {
+    const std::string big = HttpServer::bigContent();
+    const std::pair<std::string, std::string> cases[] = {
+        {"/files/notes.txt", "hello\n"},
+        {"/files/a%20b%20\u00fc.txt", "spaced\n"},
+        {"/files/big.bin", big},
+        {server->secureUrl("/files/big.bin"), big},
+        {"/hop/1", "hello\n"},
+        {"/unsized", "streamed\n"},
+        {"/refusing/405.txt", "no head\n"},
+    };
+    for (const auto& [location, expected] : cases)
+        EXPECT_TRUE(body(file(location)) == expected) << location;
+
+    // Failures found before the first byte is handed out, by the opening itself.
+    const std::string closed = HttpServer::closedUrl("/files/notes.txt");
+    const std::tuple<std::string, Client, int> refused[] = {
+        {"/files/missing.txt", Trusting, -1},
+        {"/status/401", Trusting, -2},
+        {"/status/500", Trusting, -9},
+        {"/loop/a", Trusting, -9},
+        {closed, Trusting, -9},
+        {server->secureUrl("/files/notes.txt"), Untrusting, -9},
+    };
+    for (const auto& [location, client, code] : refused)
+        EXPECT_EQ(failure([&] { vfs::IODevice{file(location, client)}; }), code) << location;
+}
+
+// A body that ends early fails: cut short (the connection closed before Content-Length)
+// on the read that finds the end, after the bytes that came; too slow, once the low-speed
+// limit has waited long enough.
+TEST_F(HttpProvider, BodiesCutShortFail) {
+    const auto start = std::chrono::steady_clock::now();
+    std::string got;
+    EXPECT_EQ(failure([&] { body(file("/cut.bin"), &got); }), -9);
+    EXPECT_GT(got.size(), 0u);
+    EXPECT_LT(got.size(), 100000u);
+    EXPECT_EQ(failure([&] { body(file("/slow.bin", Impatient)); }), -9);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
+}
+
+TEST_F(HttpProvider, ChangesRefused) {
+    const auto system = storage();
+    const std::function<void()> changes[] = {
+        [&] { file("/files/notes.txt").createFile(); },
+        [&] { file("/files/new.txt").createFile(); },
+        [&] { file("/files/notes.txt").removeFile(); },
+        [&] { vfs::Folder(at("/files/new/a/"), system).createFolderRecursive(); },
+    };
+    for (const auto& change : changes)
+        EXPECT_EQ(failure(change), -5);
+}
+
+// Requests one after another on a thread share a connection.
+TEST_F(HttpProvider, ConnectionReused) {
+    const auto connection = [] { return body(file("/connection")); };
+    const std::string first = connection();
+    EXPECT_EQ(vfs::exists(at("/files/notes.txt"), storage()), vfs::existence::file);
+    EXPECT_EQ(connection(), first);
+}
+
+} // namespace

@@ -1,0 +1,294 @@
+#pragma once
+
+// A real web server for the http(s) provider's tests and benchmark: nginx on 127.0.0.1, with
+// its configuration, content, logs and temporary files in a fresh folder, one process
+// (master_process off) that ends with this object, and with the test process should that
+// die first. Its content:
+//
+//   /files/                 autoindex: notes.txt, report.csv (text/csv; charset=utf-8),
+//                           "a b ü.txt", "x&y#z?%.txt", "a:b.txt", big.bin (1 MiB), sub/
+//   /files/sub/             autoindex: inner.txt, deeper/ (holding leaf.txt)
+//   /page/                  a folder whose index.html is served instead of a listing
+//   /refusing/405.txt, /refusing/501.txt   HEAD answered 405 or 501, GET served
+//   /status/N               N for 401, 403, 404, 407, 410, 418, 500
+//   /hop/1 -> /hop/2 -> /hop/3 -> /files/notes.txt     302, 301, 307
+//   /loop/a <-> /loop/b
+//   /zoned.txt              Last-Modified with a time zone (+0100), ETag "zoned-1"
+//   /unsized                a body in chunks: no Content-Length
+//   /slow.bin               4000 bytes at 100 bytes a second
+//   /cut.bin                Content-Length 100000, then the connection closes after some
+//                           10 kB: a proxy to a body that stalls, with a short read timeout
+//   /connection             the number of the connection that asked
+//
+// https: the same on a second port, with a certificate made for the run for the IP
+// 127.0.0.1, trusted through caFile().
+
+#include "RunProgram.hpp"
+#include "TempDir.hpp"
+
+#include <chrono>
+#include <csignal>
+#include <ctime>
+#include <filesystem>
+#include <fstream>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <thread>
+
+#include <arpa/inet.h>
+#include <fcntl.h>
+#include <netinet/in.h>
+#include <sys/prctl.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <utime.h>
+
+namespace vexa::testing {
+
+class HttpServer {
+public:
+    // The time of every file with a known time: 2021-03-04 05:06:07 UTC.
+    static constexpr std::time_t fileTime = 1614834367;
+    static constexpr std::size_t bigSize = 1 << 20;
+
+    HttpServer() {
+        makeContent();
+        makeCertificate();
+        for (int attempt = 0;; ++attempt) {
+            // Another process may take a port between the look and nginx's bind: try again.
+            port_ = freePort();
+            do
+                securePort_ = freePort();
+            while (securePort_ == port_);
+            writeConfiguration();
+            if (start())
+                break;
+            if (attempt == 3)
+                throw std::runtime_error("nginx did not start: " + errorLog());
+        }
+    }
+    ~HttpServer() { stop(); }
+    HttpServer(const HttpServer&) = delete;
+    HttpServer& operator=(const HttpServer&) = delete;
+
+    // "http://127.0.0.1:PORT" and `path`; secureUrl the same over https.
+    std::string url(std::string_view path) const { return origin("http", port_).append(path); }
+    std::string secureUrl(std::string_view path) const {
+        return origin("https", securePort_).append(path);
+    }
+    // The same on a port where nothing listens: a refused connection.
+    static std::string closedUrl(std::string_view path) {
+        return origin("http", freePort()).append(path);
+    }
+
+    // The certificate that makes the https port trusted.
+    std::string caFile() const { return dir_ / "cert.pem"; }
+    // The folder served as "/": more content may be added while the server runs.
+    std::string content() const { return dir_ / "www"; }
+    // The bytes of /files/big.bin.
+    static std::string bigContent() {
+        std::string bytes(bigSize, '\0');
+        for (std::size_t i = 0; i < bytes.size(); ++i)
+            bytes[i] = static_cast<char>(i * 7 % 251);
+        return bytes;
+    }
+
+private:
+    static std::string origin(const char* scheme, int port) {
+        return std::string(scheme) + "://127.0.0.1:" + std::to_string(port);
+    }
+
+    static sockaddr_in loopback(int port) {
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        address.sin_port = htons(static_cast<std::uint16_t>(port));
+        return address;
+    }
+
+    static int freePort() {
+        const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        sockaddr_in address = loopback(0); // the system chooses
+        socklen_t length = sizeof address;
+        const bool bound = fd >= 0 &&
+                           ::bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 &&
+                           ::getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length) == 0;
+        if (fd >= 0)
+            ::close(fd);
+        if (!bound)
+            throw std::runtime_error("no free port");
+        return ntohs(address.sin_port);
+    }
+
+    static bool accepts(int port) {
+        const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        const sockaddr_in address = loopback(port);
+        const bool connected =
+            ::connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+        ::close(fd);
+        return connected;
+    }
+
+    void addFile(const std::string& name, const std::string& bytes, bool knownTime = true) const {
+        const std::filesystem::path path = dir_.path() / "www" / name;
+        std::filesystem::create_directories(path.parent_path());
+        if (!(std::ofstream(path, std::ios::binary) << bytes))
+            throw std::runtime_error("cannot write " + path.string());
+        const utimbuf times{fileTime, fileTime};
+        if (knownTime && ::utime(path.c_str(), &times) != 0)
+            throw std::runtime_error("cannot set the time of " + path.string());
+    }
+
+    void makeContent() const {
+        addFile("files/notes.txt", "hello\n");
+        addFile("files/report.csv", "a,b\n1,2\n");
+        addFile("files/a b \u00fc.txt", "spaced\n");
+        addFile("files/x&y#z?%.txt", "marks\n");
+        addFile("files/a:b.txt", "colon\n");
+        addFile("files/big.bin", bigContent());
+        addFile("files/sub/inner.txt", "inner\n");
+        addFile("files/sub/deeper/leaf.txt", "leaf\n");
+        addFile("page/index.html",
+                "<html><head><title>Home</title></head><body><a href=\"x\">x</a></body></html>\n");
+        addFile("refusing/405.txt", "no head\n");
+        addFile("refusing/501.txt", "no head\n");
+        addFile("slow.bin", std::string(4000, 's'), false);
+        addFile("whole/cut.bin", std::string(100000, 'c'), false);
+        // Whatever user nginx serves as reads the tree: the temporary folder is private.
+        std::filesystem::permissions(dir_.path(), std::filesystem::perms::owner_all |
+                                                      std::filesystem::perms::group_read |
+                                                      std::filesystem::perms::group_exec |
+                                                      std::filesystem::perms::others_read |
+                                                      std::filesystem::perms::others_exec);
+        std::filesystem::create_directories(dir_.path() / "temp");
+    }
+
+    void makeCertificate() const {
+        // A self-signed EC certificate is made in milliseconds and is its own CA.
+        const auto made =
+            runProgram("/usr/bin/openssl",
+                       {"req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:prime256v1",
+                        "-nodes", "-keyout", dir_ / "key.pem", "-out", dir_ / "cert.pem", "-days",
+                        "2", "-subj", "/CN=127.0.0.1", "-addext", "subjectAltName=IP:127.0.0.1"});
+        if (made.exitCode != 0)
+            throw std::runtime_error("openssl failed: " + made.err);
+    }
+
+    // Paths are relative to the prefix (-p): the folder of this server.
+    void writeConfiguration() const {
+        const std::string port = std::to_string(port_);
+        std::string statuses;
+        for (const char* code : {"401", "403", "404", "407", "410", "418", "500"})
+            statuses += std::string("location = /status/") + code + " { return " + code + "; }\n";
+        std::ofstream(dir_ / "nginx.conf") << R"(
+master_process off;
+pid nginx.pid;
+error_log error.log;
+load_module /usr/lib/nginx/modules/ngx_http_echo_module.so;
+events { worker_connections 256; }
+http {
+    access_log off;
+    client_body_temp_path temp/body;
+    proxy_temp_path temp/proxy;
+    fastcgi_temp_path temp/fastcgi;
+    uwsgi_temp_path temp/uwsgi;
+    scgi_temp_path temp/scgi;
+    types { text/plain txt; text/csv csv; text/html html; }
+    default_type application/octet-stream;
+    charset_types text/csv;
+    keepalive_requests 1000000;
+    server {
+        listen 127.0.0.1:)" << port << R"(;
+        listen 127.0.0.1:)" << securePort_ << R"( ssl;
+        ssl_certificate cert.pem;
+        ssl_certificate_key key.pem;
+        root www;
+        autoindex on;
+        location /files/ { charset utf-8; }
+        location = /refusing/405.txt { if ($request_method = HEAD) { return 405; } }
+        location = /refusing/501.txt { if ($request_method = HEAD) { return 501; } }
+        )" << statuses << R"(
+        location = /hop/1 { return 302 /hop/2; }
+        location = /hop/2 { return 301 /hop/3; }
+        location = /hop/3 { return 307 /files/notes.txt; }
+        location = /loop/a { return 302 /loop/b; }
+        location = /loop/b { return 302 /loop/a; }
+        location = /zoned.txt {
+            add_header Last-Modified "Thu, 04 Mar 2021 06:06:07 +0100";
+            add_header ETag '"zoned-1"';
+            return 200 "zoned\n";
+        }
+        location = /unsized { echo "streamed"; }
+        location = /slow.bin { limit_rate 100; }
+        location = /cut.bin {
+            proxy_pass http://127.0.0.1:)" << port
+                                           << R"(/whole/cut.bin;
+            proxy_buffering off;
+            proxy_read_timeout 300ms;
+        }
+        location /whole/ { limit_rate_after 10000; limit_rate 1; }
+        location = /connection { return 200 "$connection"; }
+    }
+}
+)";
+    }
+
+    bool start() {
+        // Everything the child needs is made before the fork: after it, only system calls.
+        const std::string prefix = dir_.path().string();
+        const std::string configuration = dir_ / "nginx.conf";
+        const std::string logFile = dir_ / "error.log";
+        const char* argv[] = {
+            "nginx",         "-p", prefix.c_str(), "-c",   configuration.c_str(), "-e",
+            logFile.c_str(), "-g", "daemon off;",  nullptr};
+        const int log = ::open(logFile.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
+        pid_ = ::fork();
+        if (pid_ == 0) {
+            // nginx goes with the test process, even one that crashes.
+            ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+            ::dup2(log, 1);
+            ::dup2(log, 2);
+            ::execv("/usr/sbin/nginx", const_cast<char**>(argv));
+            ::_exit(127);
+        }
+        ::close(log);
+        if (pid_ < 0)
+            throw std::runtime_error("fork failed");
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+        while (std::chrono::steady_clock::now() < deadline) {
+            int status = 0;
+            if (::waitpid(pid_, &status, WNOHANG) == pid_) {
+                pid_ = -1;
+                return false;
+            }
+            if (accepts(port_) && accepts(securePort_))
+                return true;
+            std::this_thread::sleep_for(std::chrono::milliseconds(2));
+        }
+        stop();
+        return false;
+    }
+
+    void stop() {
+        if (pid_ <= 0)
+            return;
+        ::kill(pid_, SIGTERM);
+        int status = 0;
+        ::waitpid(pid_, &status, 0);
+        pid_ = -1;
+    }
+
+    std::string errorLog() const {
+        std::ifstream in(dir_ / "error.log");
+        return std::string(std::istreambuf_iterator<char>(in), {});
+    }
+
+    TempDir dir_;
+    int port_ = 0;
+    int securePort_ = 0;
+    pid_t pid_ = -1;
+};
+
+} // namespace vexa::testing
