@@ -163,6 +163,10 @@ std::optional<std::string> nativePathOf(const IRI& fileIri) {
         return std::nullopt;
     if (path.empty())
         return "/";
+    // Without an escape the names are the segments as they stand, and URI text holds neither
+    // a U+0000 nor a "/" inside a segment: nothing to decode, nothing to refuse.
+    if (path.find('%') == std::string_view::npos)
+        return std::string(path);
     // Each segment decoded on its own: a "/" decoded inside one would split a name in two,
     // and a U+0000 would cut the path short at the system call.
     static constexpr std::string_view breaksAName("/\0", 2);
