@@ -4,6 +4,8 @@
 
 #include <fl/i18n.hpp>
 
+#include <array>
+
 namespace foundation::network::detail {
 namespace {
 
@@ -119,6 +121,30 @@ void appendEscapedPath(std::string& out, std::string_view bytes, bool keepSlash)
             out += c;
         else
             appendEscape(out, b);
+    }
+}
+
+void appendNativePath(std::string& out, fl::ustring_view path) {
+    // A canonical path is nearly always ASCII that a path holds as it is: such text is
+    // narrowed as it goes, without the conversion to bytes and a look at each byte. Anything
+    // else goes the general way from the start.
+    static constexpr auto plain = [] {
+        std::array<bool, 0x80> table{};
+        for (char32_t c = 0; c < table.size(); ++c)
+            table[c] = fl::ascii::isSegmentCharacter(c) || c == U'/';
+        return table;
+    }();
+    const std::size_t at = out.size();
+    out.resize(at + path.size());
+    char* const narrow = out.data() + at;
+    for (std::size_t i = 0; i < path.size(); ++i) {
+        const char16_t c = path[i];
+        if (c >= plain.size() || !plain[c]) {
+            out.resize(at);
+            appendEscapedPath(out, fl::i18n::to_string(path), true);
+            return;
+        }
+        narrow[i] = static_cast<char>(c);
     }
 }
 

@@ -386,7 +386,7 @@ AbsoluteIRI toAbsoluteIRI(const fl::ustring& scheme, const fl::ustring& path) {
     std::string uri = fl::ascii::toLowerNarrow(scheme);
     uri += "://"; // an empty authority: the path is on this machine
     const std::size_t pathStart = uri.size();
-    ndetail::appendEscapedPath(uri, fl::i18n::to_string(path), true);
+    ndetail::appendNativePath(uri, path);
     // Every byte is allowed in a path or escaped, with the escapes' digits in upper case: the
     // text is in normal form already, and put together from its parts it needs no parse.
     // Boost.URL 1.81 writes some paths otherwise than asked ("/" as "/./", "//a" behind
