@@ -393,6 +393,7 @@ AbsoluteIRI toAbsoluteIRI(const fl::ustring& scheme, const fl::ustring& path) {
     // "/."): such a path is parsed instead.
     const std::string_view encodedPath = std::string_view(uri).substr(pathStart);
     boost::urls::url url;
+    url.reserve(uri.size()); // one allocation for the three parts, not one for each
     url.set_scheme(std::string_view(uri).substr(0, pathStart - 3));
     url.set_encoded_host("");
     url.set_encoded_path(encodedPath);
