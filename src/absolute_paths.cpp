@@ -1,6 +1,6 @@
 #include <vexa/io/filesystem/core/absolute_paths.hpp>
 
-#include <vexa/io/filesystem/core/path_predicates.hpp>
+#include "own_status.hpp"
 
 #include <fl/filesystem.hpp>
 #include <fl/filesystemSharedFcns.hpp>
@@ -15,14 +15,19 @@ namespace {
 namespace fs = fl::filesystem;
 namespace shared = filesystemSharedFcns;
 
-enum class Resolution { Canonical, AbsoluteOnly };
+enum class Resolution {
+    Canonical,        // canonical when the item exists, otherwise only absolute
+    CanonicalOfThere, // the same for an item the caller has just seen there
+    AbsoluteOnly,
+};
 
 // Puts `path` in the best form the file system allows: canonical when the item exists
 // (if asked), otherwise only absolute. A failure leaves `path` as it was, because the
 // caller still has a usable text and the storage layer reports a missing item better.
 void resolve(fl::ustring& path, Resolution resolution) {
     try {
-        if (resolution == Resolution::Canonical && shared::exists(path)) {
+        if (resolution == Resolution::CanonicalOfThere ||
+            (resolution == Resolution::Canonical && shared::exists(path))) {
             // No fallback to absolute here: an item that is there but cannot be resolved
             // (a folder on its way became unreadable) keeps the text the caller gave.
             path = fs::canonical(path, {});
@@ -60,9 +65,17 @@ void relativeToAbsolute(fl::ustring& path, ResolveSymbolicLinks resolveLinks, bo
     if (shared::startsWithSlashSlashOnWindows(path))
         return;
     // Following links needs no look at the path first.
-    if (resolveLinks == ResolveSymbolicLinks::FollowLinks ||
-        isSymlink(path) != LinkStatus::IsLink) {
+    if (resolveLinks == ResolveSymbolicLinks::FollowLinks) {
         resolve(path, Resolution::Canonical);
+        return;
+    }
+    const detail::OwnItem own = detail::ownItem(path);
+    if (own != detail::OwnItem::Link) {
+        // An item that is there and no link is there when links are followed too: the look
+        // that found it answers whether it exists, and only a path it could not read is
+        // asked again.
+        resolve(path, own == detail::OwnItem::NotLink ? Resolution::CanonicalOfThere
+                                                      : Resolution::Canonical);
         return;
     }
     // Values above Literal act as Literal: only the link's own path is made absolute.

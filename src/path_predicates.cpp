@@ -1,5 +1,6 @@
 #include <vexa/io/filesystem/core/path_predicates.hpp>
 
+#include "own_status.hpp"
 #include "path_constants.hpp"
 #include "url_parsing.hpp"
 
@@ -75,15 +76,20 @@ int platformSpecificErrorCode() {
 
 LinkStatus isSymlink(const fl::ustring& path) {
     // An unreadable status is answered as "not a link"; it has no type.
-    std::error_code unreadable;
-    const auto own = fl::filesystem::symlink_status(path, unreadable);
-    if ((own.mode() & fl::filesystem::file_status::file_type_mask) ==
-        fl::filesystem::file_status::symlink_file)
-        return LinkStatus::IsLink;
-    return LinkStatus::NotLink;
+    return detail::ownItem(path) == detail::OwnItem::Link ? LinkStatus::IsLink
+                                                          : LinkStatus::NotLink;
 }
 
 namespace detail {
+
+OwnItem ownItem(const fl::ustring& path) {
+    std::error_code unreadable;
+    const auto own = fl::filesystem::symlink_status(path, unreadable);
+    if (unreadable)
+        return OwnItem::Unreadable;
+    return own.type() == fl::filesystem::file_status::symlink_file ? OwnItem::Link
+                                                                   : OwnItem::NotLink;
+}
 
 foundation::storage::vfs::AbsoluteIRI parseURLText(const fl::ustring& text) {
     using foundation::storage::vfs::AbsoluteIRI;

@@ -4,6 +4,8 @@
 
 #include <fl/i18n.hpp>
 
+#include <array>
+
 namespace foundation::network::detail {
 namespace {
 
@@ -122,6 +124,30 @@ void appendEscapedPath(std::string& out, std::string_view bytes, bool keepSlash)
     }
 }
 
+void appendNativePath(std::string& out, fl::ustring_view path) {
+    // A canonical path is nearly always ASCII that a path holds as it is: such text is
+    // narrowed as it goes, without the conversion to bytes and a look at each byte. Anything
+    // else goes the general way from the start.
+    static constexpr auto plain = [] {
+        std::array<bool, 0x80> table{};
+        for (char32_t c = 0; c < table.size(); ++c)
+            table[c] = fl::ascii::isSegmentCharacter(c) || c == U'/';
+        return table;
+    }();
+    const std::size_t at = out.size();
+    out.resize(at + path.size());
+    char* const narrow = out.data() + at;
+    for (std::size_t i = 0; i < path.size(); ++i) {
+        const char16_t c = path[i];
+        if (c >= plain.size() || !plain[c]) {
+            out.resize(at);
+            appendEscapedPath(out, fl::i18n::to_string(path), true);
+            return;
+        }
+        narrow[i] = static_cast<char>(c);
+    }
+}
+
 void appendDecoded(std::string& out, std::string_view uri) {
     out.reserve(out.size() + uri.size());
     for (std::size_t i = 0; i < uri.size(); ++i) {
@@ -163,6 +189,10 @@ std::optional<std::string> nativePathOf(const IRI& fileIri) {
         return std::nullopt;
     if (path.empty())
         return "/";
+    // Without an escape the names are the segments as they stand, and URI text holds neither
+    // a U+0000 nor a "/" inside a segment: nothing to decode, nothing to refuse.
+    if (path.find('%') == std::string_view::npos)
+        return std::string(path);
     // Each segment decoded on its own: a "/" decoded inside one would split a name in two,
     // and a U+0000 would cut the path short at the system call.
     static constexpr std::string_view breaksAName("/\0", 2);

@@ -82,6 +82,10 @@ fl::ustring fromUri(std::string_view uri, iri::Encoding encoding);
 // "/" is kept when `keepSlash`, every other byte escaped.
 void appendEscapedPath(std::string& out, std::string_view bytes, bool keepSlash);
 
+// A native path, given as text, as URI text of a path: appendEscapedPath of its bytes with
+// "/" kept.
+void appendNativePath(std::string& out, fl::ustring_view path);
+
 // `uri` with every escape decoded, appended to `out` as bytes.
 void appendDecoded(std::string& out, std::string_view uri);
 

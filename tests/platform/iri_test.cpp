@@ -513,6 +513,28 @@ TEST(GetStringFromIRI, NativePathsRoundTrip) {
     }
 }
 
+// Plain ASCII paths are narrowed straight into the IRI and escapes are decoded only where a
+// path holds one; a path built from names appended as leaves, each escaped byte by byte,
+// must come out the same, and back to the same native path.
+TEST(GetStringFromIRI, PathsOfEveryASCIICharacterAndBeyond) {
+    std::vector<fl::ustring> names = {u"%",         u"100%",          u"%41%2F", u"a b",
+                                      u"?#[]\\",    u":@!$&'()*+,;=", u"-._~",   u"x\x7F\t",
+                                      u"caf\u00E9", u"\u65E5\u672C",  u"\xDCE9", u"\U0001F600"};
+    for (char16_t c = 1; c < 0x80; ++c)
+        if (c != u'/')
+            names.push_back(fl::ustring(u"a") + c);
+    const CanonicalAbsoluteIRI root(u"file:///");
+    for (const fl::ustring& name : names) {
+        const fl::ustring path = u"/" + name + u"/x" + name;
+        const AbsoluteIRI iri = toAbsoluteIRI(u"file", path);
+        EXPECT_EQ(
+            iri.toIRI().uriText(),
+            CanonicalAbsoluteIRI(CanonicalAbsoluteIRI(root, name), u"x" + name).toIRI().uriText())
+            << utf8(path);
+        EXPECT_EQ(GetStringFromIRI(iri), path);
+    }
+}
+
 TEST(GetStringFromIRI, FileNameHoldingInvalidUtf8) {
     vexa::testing::TempDir dir;
     const std::string name = "caf\xE9 \xFF\xC3(%41?#).txt";

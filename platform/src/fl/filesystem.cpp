@@ -7,6 +7,7 @@
 #include "errno_rules.hpp"
 #include "text_rules.hpp"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <memory>
@@ -96,11 +97,13 @@ bool is_absolute(ustring_view path) {
 }
 
 ustring make_native_form(ustring_view path, bool removeTrailingSeparator) {
-    ustring native;
-    native.reserve(path.size());
-    for (const char16_t c : path)
-        if (c != separator || !endsWithSeparator(native))
-            native += c;
+    // Copied whole and folded in place: most paths have no run of separators to fold, and
+    // appending unit by unit costs more than the copy.
+    ustring native(path);
+    native.erase(
+        std::unique(native.begin(), native.end(),
+                    [](char16_t a, char16_t b) { return a == separator && b == separator; }),
+        native.end());
     if (removeTrailingSeparator && native.size() > 1 && endsWithSeparator(native))
         native.pop_back();
     return native;

@@ -386,13 +386,14 @@ AbsoluteIRI toAbsoluteIRI(const fl::ustring& scheme, const fl::ustring& path) {
     std::string uri = fl::ascii::toLowerNarrow(scheme);
     uri += "://"; // an empty authority: the path is on this machine
     const std::size_t pathStart = uri.size();
-    ndetail::appendEscapedPath(uri, fl::i18n::to_string(path), true);
+    ndetail::appendNativePath(uri, path);
     // Every byte is allowed in a path or escaped, with the escapes' digits in upper case: the
     // text is in normal form already, and put together from its parts it needs no parse.
     // Boost.URL 1.81 writes some paths otherwise than asked ("/" as "/./", "//a" behind
     // "/."): such a path is parsed instead.
     const std::string_view encodedPath = std::string_view(uri).substr(pathStart);
     boost::urls::url url;
+    url.reserve(uri.size()); // one allocation for the three parts, not one for each
     url.set_scheme(std::string_view(uri).substr(0, pathStart - 3));
     url.set_encoded_host("");
     url.set_encoded_path(encodedPath);

@@ -1,0 +1,18 @@
+#pragma once
+
+// What a path itself is, a final link not followed, from one look at the file system.
+
+#include <fl/ustring.hpp>
+
+namespace vexa::io::filesystem::core::detail {
+
+enum class OwnItem {
+    Link,
+    NotLink,    // an item is there, and it is no link
+    Unreadable, // nothing there, or its status could not be read: it has no type
+};
+
+// Never throws: a status that cannot be read is an answer.
+OwnItem ownItem(const fl::ustring& path);
+
+} // namespace vexa::io::filesystem::core::detail
