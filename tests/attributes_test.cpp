@@ -4,6 +4,7 @@
 #include <foundation/storage/vfs/AbsoluteIRI.hpp>
 #include <virtualfileio/ExceptionContextHandler.hpp>
 
+#include "RemoteStorage.hpp"
 #include "Storage.hpp"
 #include "TempDir.hpp"
 #include "Text.hpp"
@@ -258,6 +259,47 @@ TEST(GetAttributes, TimesInLocalTime) {
             << zone.tz << " " << old.lastModified;
         EXPECT_TRUE(old.readable && old.writable && old.size == 1) << zone.tz;
     }
+}
+
+// Remote items: a web server takes no new file, so no folder there is writable; times are
+// the server's Last-Modified (any zone it is given in), else its Date, in local time. A file
+// the server does not have fails the writability query, which lets its failure out.
+TEST(GetAttributes, RemoteItems) {
+    const Zone& zone = zones[0];
+    const vexa::testing::ScopedTimeZone inZone(zone.tz);
+    const vexa::testing::RemoteStorage remote;
+    const auto storage = Quarrow::VexaStorageSystem::GetStorageSystemReference();
+    const pt::ptime serverDate = pt::not_a_date_time,
+                    someSecondThere = zone.someSecondThere - pt::microseconds(123456);
+    const struct {
+        std::string path;
+        bool folder;
+        core::PathAttributes expected;
+    } cases[] = {
+        {"/files/notes.txt", false, {true, false, someSecondThere, 6}},
+        {"/zoned.txt", false, {true, false, someSecondThere, 6}},
+        {"/unsized", false, {true, false, serverDate, 0}},
+        {"/files/", true, {true, false, serverDate, 0}},
+        {"/page/", true, {false, false, someSecondThere, 0}}, // its index.html; not listed
+    };
+    for (const auto& c : cases)
+        for (const fl::ustring& text : {remote.url(c.path), remote.secureUrl(c.path)}) {
+            const vfs::AbsoluteIRI location(text);
+            const Item item = c.folder ? Item(vfs::Folder(location, storage))
+                                       : Item(vfs::File(location, storage));
+            core::PathAttributes got = core::getAttributes(item, text);
+            if (c.expected.lastModified.is_special()) {
+                EXPECT_TRUE(isNearNow(got.lastModified, zone.offset))
+                    << c.path << " " << got.lastModified;
+                got.lastModified = c.expected.lastModified;
+            }
+            EXPECT_EQ(got, c.expected) << vexa::testing::utf8(text);
+        }
+    EXPECT_FALSE(ExceptionContextHandler::PendingContext());
+    EXPECT_THROW(
+        core::getAttributes(vfs::File(vfs::AbsoluteIRI(remote.url("/status/404")), storage), {}),
+        vfs::Exception);
+    ExceptionContextHandler::ClearPendingContext();
 }
 
 } // namespace

@@ -4,6 +4,7 @@
 #include <virtualfileio/ExceptionContextHandler.hpp>
 
 #include "HostState.hpp"
+#include "RemoteStorage.hpp"
 #include "Storage.hpp"
 #include "TempDir.hpp"
 #include "Text.hpp"
@@ -23,6 +24,7 @@ using vexa::testing::u;
 
 // The recorded type, or "" and one caught-error record for whatever kept it from being read.
 TEST(GetContentTypeCaller, RecordedTypeOrNothing) {
+    const vexa::testing::RemoteStorage remote; // a server's type, as it sends it
     TempDir dir;
     dir.makeFile("typed");
     dir.makeFile("plain");
@@ -43,6 +45,9 @@ TEST(GetContentTypeCaller, RecordedTypeOrNothing) {
         {u(dir / "missing"), u"", true},
         {u"typed", u"", true}, // relative text names no location
         {u"", u"", true},
+        {remote.url("/files/report.csv"), u"text/csv; charset=utf-8", false},
+        {remote.secureUrl("/zoned.txt"), u"text/plain", false},
+        {remote.url("/status/404"), u"", true},
     };
     const vexa::testing::ScopedLogLevels levels(core::log::caughtErrorLevel);
     for (const auto& c : cases) {

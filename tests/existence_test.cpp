@@ -1,9 +1,10 @@
 #include <vexa/io/filesystem/core/existence.hpp>
 
-#include <foundation/storage/vfs/AbsoluteIRI.hpp>
 #include <fl/filesystem.hpp>
+#include <foundation/storage/vfs/AbsoluteIRI.hpp>
 #include <virtualfileio/ExceptionContextHandler.hpp>
 
+#include "RemoteStorage.hpp"
 #include "Storage.hpp"
 #include "TempDir.hpp"
 #include "Text.hpp"
@@ -11,7 +12,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
-
 
 namespace {
 
@@ -36,10 +36,11 @@ TEST(ExistenceType, FileFolderAndLinkValues) {
     const struct {
         std::int32_t value;
         bool file, folder, link;
-    } cases[] = {{0, true, false, false},  {1, true, false, false},   {2, false, true, false},
-                 {3, false, false, true},  {4, false, false, true},   {5, false, false, true},
-                 {6, false, false, false}, {7, false, false, false},  {-1, false, false, false},
-                 {-3, false, false, false}, {INT32_MIN, false, false, false}};
+    } cases[] = {
+        {0, true, false, false},   {1, true, false, false},         {2, false, true, false},
+        {3, false, false, true},   {4, false, false, true},         {5, false, false, true},
+        {6, false, false, false},  {7, false, false, false},        {-1, false, false, false},
+        {-3, false, false, false}, {INT32_MIN, false, false, false}};
     for (const auto& c : cases) {
         EXPECT_EQ(core::isFile(typeOf(c.value)), c.file) << c.value;
         EXPECT_EQ(core::isFolder(typeOf(c.value)), c.folder) << c.value;
@@ -59,8 +60,8 @@ int answer(const AbsoluteIRI& iri, bool throwOnError) {
     } catch (const vfs::Exception& error) {
         const auto pending = ExceptionContextHandler::PendingContext();
         EXPECT_FALSE(error.getContexts().empty());
-        EXPECT_TRUE(pending && pending->message().name() ==
-                                   vfs::errorMessageName(error.getErrorCode()));
+        EXPECT_TRUE(pending &&
+                    pending->message().name() == vfs::errorMessageName(error.getErrorCode()));
         ExceptionContextHandler::ClearPendingContext();
         return -error.getErrorCode();
     }
@@ -73,10 +74,10 @@ TEST(GetExtendedExistenceType, RealItems) {
         std::string name;
         int quiet, throwing;
     } cases[] = {
-        {"file", 0, 0},          {"fifo", 1, 1},     {"folder", 2, 2},    {"linkFile", 3, 3},
-        {"linkFolder", 4, 4},    {"dangling", 3, 3}, {"loopA", 3, 3},     {"missing", 6, -1},
-        {"file/x", 6, -4},
-        {"loopA/x", 3, 3}, // the native probe meets the loop on the way, and says so
+        {"file", 0, 0},       {"fifo", 1, 1},     {"folder", 2, 2}, {"linkFile", 3, 3},
+        {"linkFolder", 4, 4}, {"dangling", 3, 3}, {"loopA", 3, 3},  {"missing", 6, -1},
+        {"file/x", 6, -4},    {"loopA/x", 3, 3}, // the native probe meets the loop on the way, and
+                                                 // says so
     };
     for (const auto& c : cases) {
         const AbsoluteIRI iri(u(dir / c.name));
@@ -96,9 +97,8 @@ TEST(GetExtendedExistenceType, StorageFaults) {
         std::string name;
         int quiet, throwing;
     } cases[] = {
-        {9, "file", 6, -9},     {9, "dangling", 3, 3}, {1, "dangling", 6, -1},
-        {4, "dangling", 6, -4}, {2, "file", 6, -2},    {8, "file", 6, -8},
-        {10, "file", 6, -10},   {11, "file", 6, -11},
+        {9, "file", 6, -9}, {9, "dangling", 3, 3}, {1, "dangling", 6, -1}, {4, "dangling", 6, -4},
+        {2, "file", 6, -2}, {8, "file", 6, -8},    {10, "file", 6, -10},   {11, "file", 6, -11},
     };
     for (const auto& c : cases) {
         const ScopedStorageSystem storage({faultyFiles(Op::Probe, c.code)});
@@ -109,7 +109,7 @@ TEST(GetExtendedExistenceType, StorageFaults) {
     // Another scheme is probed through its IRI text as a native path: what that probe
     // throws, other than a loop, reaches the caller whatever throwOnError says.
     auto remote = std::make_shared<vexa::testing::FaultyProvider>(ScopedStorageSystem::real("file"),
-                                                                 std::vector<std::string>{"mem"});
+                                                                  std::vector<std::string>{"mem"});
     remote->failing(Op::Probe, 9);
     const ScopedStorageSystem storage({remote});
     for (const bool throwOnError : {false, true})
@@ -124,9 +124,11 @@ TEST(GetExtendedExistenceType, EarlierPendingFailureSurvivesAnAnswer) {
     // A missing item answered from the look; a link whose look failed, found by the probe.
     for (const bool faulty : {false, true}) {
         const ScopedStorageSystem storage(
-            faulty ? std::vector<std::shared_ptr<const vexa::testing::provider::StorageProvider>>{
-                         faultyFiles(Op::Probe, vfs::IOError)}
-                   : std::vector<std::shared_ptr<const vexa::testing::provider::StorageProvider>>{});
+            faulty
+                ? std::vector<
+                      std::shared_ptr<const vexa::testing::provider::StorageProvider>>{faultyFiles(
+                      Op::Probe, vfs::IOError)}
+                : std::vector<std::shared_ptr<const vexa::testing::provider::StorageProvider>>{});
         const std::string name = faulty ? "dangling" : "missing";
         ExceptionContextHandler::SetPendingContext(
             vfs::makeContext("earlier", u"/earlier", vfs::NoSpaceLeft));
@@ -135,6 +137,37 @@ TEST(GetExtendedExistenceType, EarlierPendingFailureSurvivesAnAnswer) {
         ASSERT_TRUE(pending) << name;
         EXPECT_EQ(pending->operation(), "earlier") << name;
     }
+    ExceptionContextHandler::ClearPendingContext();
+}
+
+// Remote items through the same call: a server's refusals are answers like a missing file;
+// a failure of the server or the network is an I/O failure, whose native probe of the
+// IRI text finds nothing there and lets that failure out.
+TEST(GetExtendedExistenceType, RemoteItems) {
+    const vexa::testing::RemoteStorage remote;
+    const struct {
+        std::string path;
+        int quiet, throwing;
+    } cases[] = {
+        {"/files/notes.txt", 0, 0}, {"/files/", 2, 2},
+        {"/files/sub/", 2, 2},      {"/files/a%20b%20%C3%BC.txt", 0, 0},
+        {"/hop/1", 0, 0},           {"/refusing/405.txt", 0, 0},
+        {"/status/404", 6, -1},     {"/status/410", 6, -1},
+        {"/status/401", 6, -2},     {"/status/403", 6, -2},
+        {"/files/gone.txt", 6, -1},
+    };
+    for (const auto& c : cases)
+        for (const fl::ustring& text : {remote.url(c.path), remote.secureUrl(c.path)}) {
+            const AbsoluteIRI iri(text);
+            EXPECT_EQ(answer(iri, false), c.quiet) << c.path;
+            EXPECT_EQ(answer(iri, true), c.throwing) << c.path;
+        }
+    for (const std::string path : {"/status/500", "/loop/a"})
+        for (const bool throwOnError : {false, true})
+            EXPECT_THROW(
+                core::getExtendedExistenceType(AbsoluteIRI(remote.url(path)), throwOnError),
+                fl::filesystem::PathNotFound)
+                << path;
     ExceptionContextHandler::ClearPendingContext();
 }
 

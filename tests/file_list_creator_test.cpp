@@ -38,9 +38,8 @@ using Names = std::vector<std::string>;
 Names below(const std::string& root, const Names& entries) {
     Names shortened;
     for (const std::string& entry : entries)
-        shortened.push_back(!root.empty() && entry.starts_with(root + "/")
-                                ? entry.substr(root.size() + 1)
-                                : entry);
+        shortened.push_back(
+            !root.empty() && entry.starts_with(root + "/") ? entry.substr(root.size() + 1) : entry);
     return shortened;
 }
 
@@ -100,13 +99,15 @@ TEST_F(Creator, BothAddersOverTheSamePatterns) {
         bool recursive;
         Names files, list; // AddFiles, AddToList
     } cases[] = {
-        {"empty/*", true, {}, {}}, // "." and ".." are left out
+        {"empty/*", true, {}, {}},                        // "." and ".." are left out
         {"empty/.?", false, {"empty//.."}, {"empty/.."}}, // ... unless ".." is all there is
         {"tree/*", false, tree, tree},
         {"tree/*", true, treeDeep, treeListed},
         {"tree/*.txt", true, {"tree/a.txt", "tree/z.txt"}, {"tree/a.txt", "tree/z.txt"}},
         {"tree/?", true, content, content},
-        {"tree/b/*", true, {"tree/b/c.txt", "tree/b/d/e.txt", "tree/b/d"},
+        {"tree/b/*",
+         true,
+         {"tree/b/c.txt", "tree/b/d/e.txt", "tree/b/d"},
          {"tree/b/c.txt", "tree/b/d/e.txt", "tree/b/d"}},
         {"tree/lnk/*", false, {"tree/lnk/c.txt", "tree/lnk/d"}, {"tree/lnk/c.txt", "tree/lnk/d"}},
         // A name without wildcards: AddFiles lists the entry it resolves to; AddToList takes
@@ -193,12 +194,13 @@ TEST_F(Creator, IRIsInStepWithTheNames) {
     const vexa::testing::ScopedStorageSystem storage({odd});
     core::FileListCreator placeholder;
     placeholder.AddFiles(u(root + "/tree/a*"), boost::none, true, true, false);
-    EXPECT_THAT(below(root, [&] {
-                    Names listed;
-                    for (const auto& name : placeholder.GetNameList())
-                        listed.push_back(utf8(name));
-                    return listed;
-                }()),
+    EXPECT_THAT(below(root,
+                      [&] {
+                          Names listed;
+                          for (const auto& name : placeholder.GetNameList())
+                              listed.push_back(utf8(name));
+                          return listed;
+                      }()),
                 ElementsAre(std::string("tree/a\0b", 8), "tree/a.txt"));
     ASSERT_EQ(placeholder.GetIRIList().size(), 2u);
     EXPECT_EQ(placeholder.GetIRIList()[0].toString(), u"dummyscheme:///dummyIRI");

@@ -6,9 +6,9 @@
 #include <virtualfileio/ExceptionContextHandler.hpp>
 
 #include "Operations.hpp"
+#include "Raised.hpp"
 #include "Storage.hpp"
 #include "TempDir.hpp"
-#include "Raised.hpp"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -54,8 +54,8 @@ TEST(FileManipulator, VfsErrorCodesGiveTheirIdentifiers) {
     const vfs::AbsoluteIRI folder(fl::i18n::to_ustring(dir / "new"));
     const std::u16string path = u"/donn\u00e9es/x";
     for (const auto& [code, name] : cases) {
-        const vexa::testing::ScopedStorageSystem storage(
-            {vexa::testing::faultyFiles(vexa::testing::FaultyProvider::Operation::CreateFolder, code)});
+        const vexa::testing::ScopedStorageSystem storage({vexa::testing::faultyFiles(
+            vexa::testing::FaultyProvider::Operation::CreateFolder, code)});
         NoOperation recorded, pending;
         try {
             vfs::Folder(folder, Quarrow::VexaStorageSystem::GetStorageSystemReference())

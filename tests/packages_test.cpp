@@ -16,9 +16,9 @@ namespace core = vexa::io::filesystem::core;
 namespace vfs = foundation::storage::vfs;
 
 std::string claimant(const std::string& folder) {
-    const auto package = core::GetClaimingPackage(vfs::Folder(
-        vfs::AbsoluteIRI(vexa::testing::u(folder)),
-        Quarrow::VexaStorageSystem::GetStorageSystemReference()));
+    const auto package = core::GetClaimingPackage(
+        vfs::Folder(vfs::AbsoluteIRI(vexa::testing::u(folder)),
+                    Quarrow::VexaStorageSystem::GetStorageSystemReference()));
     return package ? vexa::testing::utf8(package->name + u" " + package->rootFolder) : "none";
 }
 

@@ -31,11 +31,15 @@ TEST(CreateParentIfNeeded, MakesOnlyAMissingParent) {
     dir.makeFile("file");
     dir.makeFolders({"folder"});
     const std::pair<std::string, std::string> cases[] = {
-        {"a/b/c/item.txt", "a/b/c"}, {"folder/item", "folder"}, {"folder/x/", "folder"},
-        {"file/item", "file"},       {"n/m/", "n"},
+        {"a/b/c/item.txt", "a/b/c"},
+        {"folder/item", "folder"},
+        {"folder/x/", "folder"},
+        {"file/item", "file"},
+        {"n/m/", "n"},
     };
     for (const auto& [item, parent] : cases) {
-        EXPECT_NO_THROW(core::createParentIfNeeded(vfs::AbsoluteIRI(u(dir / item)), host())) << item;
+        EXPECT_NO_THROW(core::createParentIfNeeded(vfs::AbsoluteIRI(u(dir / item)), host()))
+            << item;
         EXPECT_TRUE(std::filesystem::exists(dir / parent)) << item;
         EXPECT_FALSE(std::filesystem::exists(dir / item)) << item;
     }

@@ -5,6 +5,7 @@
 
 #include "CurrentFolder.hpp"
 #include "HostState.hpp"
+#include "RemoteStorage.hpp"
 #include "Storage.hpp"
 #include "TempDir.hpp"
 #include "Text.hpp"
@@ -147,6 +148,47 @@ TEST_F(PathResolution, WithAttributes) {
     EXPECT_EQ(core::resolvePathWithAttributes(u("missing"), {}),
               (core::ResolvedPathAttributes{u"", Kind::Nothing, {}}));
     EXPECT_THROW(core::resolvePathWithAttributes(u("dangling"), {}), vexa::testing::vfs::Exception);
+}
+
+// Web addresses: IRI text with its dot segments folded, whatever the options; the kind the
+// server gives; a server's folder is never writable.
+TEST(RemotePathResolution, TextKindAndAttributes) {
+    const vexa::testing::RemoteStorage remote;
+    const core::ResolvePathOptions follow{true, false, false}, native{false, true, false};
+    const struct {
+        std::string input;
+        core::ResolvePathOptions options;
+        std::string path; // on the server; "" for nothing
+        Kind kind;
+        std::uint64_t size;
+    } cases[] = {
+        {"/files/notes.txt", {}, "/files/notes.txt", Kind::File, 6},
+        {"/files/sub/../report.csv", native, "/files/report.csv", Kind::File, 8},
+        {"/files/a%20b%20%C3%BC.txt", follow, "/files/a%20b%20\xC3\xBC.txt", Kind::File, 7},
+        {"/hop/1", {}, "/hop/1", Kind::File, 6}, // the text typed; what the hops lead to
+        {"/files/sub/", follow, "/files/sub/", Kind::Folder, 0},
+        {"/files/sub", {}, "/files/sub", Kind::File, 0}, // the server's redirect is not asked
+        {"/status/404", {}, "", Kind::Nothing, 0},
+        {"/status/403", {}, "", Kind::Nothing, 0},
+    };
+    for (const auto& c : cases)
+        for (const bool secure : {false, true}) {
+            const auto at = [&](const std::string& path) {
+                return utf8(secure ? remote.secureUrl(path) : remote.url(path));
+            };
+            const fl::ustring input = u(at(c.input));
+            const std::string path = c.path.empty() ? "" : at(c.path);
+            const core::ResolvedPath got = core::resolvePath(input, c.options);
+            EXPECT_EQ(utf8(got.path), path) << utf8(input);
+            EXPECT_EQ(got.kind, c.kind) << utf8(input);
+            const auto withAttributes = core::resolvePathWithAttributes(input, c.options);
+            EXPECT_EQ(utf8(withAttributes.path), path) << utf8(input);
+            const core::PathAttributes& attributes = withAttributes.attributes;
+            EXPECT_EQ(attributes.readable, !c.path.empty()) << utf8(input);
+            EXPECT_FALSE(attributes.writable) << utf8(input);
+            EXPECT_EQ(attributes.lastModified.is_special(), c.path.empty()) << utf8(input);
+            EXPECT_EQ(attributes.size, c.size) << utf8(input);
+        }
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 // vexafs cat: content streamed to standard output or to a file replaced only when complete.
 
+#include "HttpServer.hpp"
 #include "TempDir.hpp"
 #include "Vexafs.hpp"
 
@@ -48,6 +49,32 @@ TEST(VexafsCat, CopiesEveryByteOrLeavesTheOutputAlone) {
     for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator(dir.path()))
         ++items;
     EXPECT_EQ(items, 4u); // data.bin, kept, folder, copy
+}
+
+// A body as the server sends it, in full; one cut short by the server fails and leaves the
+// output file as it was.
+TEST(VexafsCat, StreamsWebBodies) {
+    const vexa::testing::HttpServer server;
+    TempDir dir;
+    write(dir / "kept", "kept as it was");
+    const vexa::testing::VexafsRun runs[] = {
+        {{"cat", server.url("/files/big.bin")}, 0, vexa::testing::HttpServer::bigContent()},
+        {{"cat", "--ca-file", server.caFile(), server.secureUrl("/hop/1"), "-o", dir / "notes"},
+         0,
+         ""},
+        {{"cat", server.url("/cut.bin"), "-o", dir / "kept"},
+         1,
+         "",
+         HasSubstr("Identifier: VEXA:virtualfilesystem:ioError\nReason: transfer closed")},
+        {{"cat", server.url("/status/404"), "-o", dir / "kept"},
+         1,
+         "",
+         HasSubstr("Identifier: VEXA:virtualfilesystem:resourceNotFound\nReason: HTTP 404")},
+    };
+    vexa::testing::expectRuns(runs);
+    EXPECT_EQ(contentOf(dir / "notes"), "hello\n");
+    EXPECT_EQ(contentOf(dir / "kept"), "kept as it was");
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.path()), {}), 2);
 }
 
 } // namespace

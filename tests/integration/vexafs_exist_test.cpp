@@ -5,7 +5,6 @@
 
 #include <filesystem>
 
-
 namespace {
 
 using ::testing::HasSubstr;
@@ -18,9 +17,14 @@ TEST(VexafsExist, TellsEachKindOfItem) {
     std::vector<std::string> args{"exist", "--json"};
     std::string json = "[";
     const std::tuple<std::string, int, std::string> items[] = {
-        {"file", 0, "file"},          {"fifo", 1, "file"},      {"folder", 2, "folder"},
-        {"linkFile", 3, "link to a file"}, {"linkFolder", 4, "link to a folder"},
-        {"dangling", 3, "link"},      {"missing", 6, "nothing"}, {"file/x", 6, "nothing"},
+        {"file", 0, "file"},
+        {"fifo", 1, "file"},
+        {"folder", 2, "folder"},
+        {"linkFile", 3, "link to a file"},
+        {"linkFolder", 4, "link to a folder"},
+        {"dangling", 3, "link"},
+        {"missing", 6, "nothing"},
+        {"file/x", 6, "nothing"},
     };
     for (const auto& [name, type, kind] : items) {
         args.push_back(dir / name);
@@ -58,7 +62,8 @@ TEST(VexafsContentType, ReadsWhatSetfattrRecorded) {
     TempDir dir;
     dir.makeFile("data.csv");
     dir.makeFile("plain");
-    const std::string setfattr = "setfattr -n user.http.contentType -v text/csv " + dir / "data.csv";
+    const std::string setfattr =
+        "setfattr -n user.http.contentType -v text/csv " + dir / "data.csv";
     ASSERT_EQ(std::system(setfattr.c_str()), 0);
     const vexa::testing::VexafsRun runs[] = {
         {{"content-type", dir / "data.csv", dir / "plain", dir / "missing"},

@@ -19,7 +19,9 @@ TEST(VexafsLs, ListsARealTreeInPostOrderWithItsIRIs) {
     dir.makeLink("b", "t/lnk");
     const std::string t = dir.real() + "/t/", iri = "file://" + t;
     const vexa::testing::VexafsRun runs[] = {
-        {{"ls", t + "*"}, 0, t + "a.txt\n" + t + "b\n" + t + "caf\xE9\n" + t + "lnk\n" + t + "sp ace\n"},
+        {{"ls", t + "*"},
+         0,
+         t + "a.txt\n" + t + "b\n" + t + "caf\xE9\n" + t + "lnk\n" + t + "sp ace\n"},
         {{"ls", "--recursive", t + "*.txt", t + "?"},
          0,
          t + "a.txt\n" + t + "b/c.txt\n" + t + "b\n"},
@@ -51,7 +53,8 @@ TEST(VexafsPackage, TheNearestRootClaims) {
          "[\n {\"input\": \"" + root + "/a/b\", \"claimed\": true, \"package\": \"inner\", " +
              "\"root\": \"" + root + "/a/b\"},\n {\"input\": \"" + root +
              "/a/bc\", \"claimed\": true, \"package\": \"outer\", \"root\": \"" + root +
-             "\"},\n {\"input\": \"/\", \"claimed\": false, \"package\": \"\", \"root\": \"\"}\n]\n"},
+             "\"},\n {\"input\": \"/\", \"claimed\": false, \"package\": \"\", \"root\": "
+             "\"\"}\n]\n"},
         {{"package", root}, 0, root + "\n  claimed: no\n  package: \n  root:    \n"},
         {{"package", root, "--package", "nameless"}, Ne(0), "", HasSubstr("NAME=ROOT")},
     };

@@ -1,6 +1,7 @@
 // vexafs resolve as a user and a script see it.
 
 #include "CurrentFolder.hpp"
+#include "HttpServer.hpp"
 #include "TempDir.hpp"
 #include "TimeZone.hpp"
 #include "Vexafs.hpp"
@@ -97,6 +98,50 @@ TEST(VexafsResolve, NamesAsTheHostResolvesThem) {
         {{"resolve", "http://[::1/x"}, 1, "", HasSubstr("Error: cannot make 'http://[::1/x'")},
     };
     vexa::testing::expectRuns(runs);
+}
+
+// Web addresses through the same command: the server's size, time and kind over https with
+// the run's certificate (as an option or from the environment), refusals as nothing, and a
+// failure with the server's or the network's own words.
+TEST(VexafsResolve, WebAddresses) {
+    const vexa::testing::ScopedTimeZone inZone("<+0530>-5:30");
+    const vexa::testing::HttpServer server;
+    const std::string file = server.secureUrl("/files/a%20b%20%C3%BC.txt");
+    const std::string shownFile = server.secureUrl("/files/a%20b%20\xC3\xBC.txt");
+    const std::string caFile = server.caFile();
+    const vexa::testing::VexafsRun runs[] = {
+        {{"resolve", "--attributes", "--ca-file", caFile, file},
+         0,
+         shown(file, shownFile, "file", "yes,no,2021-03-04T10:36:07.000000,7")},
+        {{"--ca-file", caFile, "resolve", server.secureUrl("/files/sub/"),
+          server.url("/status/404")},
+         0,
+         shown(server.secureUrl("/files/sub/"), server.secureUrl("/files/sub/"), "folder") +
+             shown(server.url("/status/404"), "", "nothing")},
+        {{"resolve", file}, 1, "", HasSubstr("Reason: SSL certificate problem")},
+        {{"resolve", server.url("/status/500")},
+         1,
+         "",
+         HasSubstr("Identifier: VEXA:virtualfilesystem:ioError\nReason: HTTP 500\n")},
+        {{"resolve", "--ca-file", "/nonexistent.pem", file},
+         ::testing::Ne(0),
+         "",
+         HasSubstr("--ca-file: File does not exist")},
+    };
+    vexa::testing::expectRuns(runs);
+    ASSERT_EQ(::setenv("VEXAFS_CA_FILE", caFile.c_str(), 1), 0);
+    const vexa::testing::VexafsRun fromEnvironment[] = {
+        {{"exist", file, server.url("/files/"), server.url("/status/403")},
+         0,
+         file + "\n  type: 0\n  kind: file\n" + server.url("/files/") +
+             "\n  type: 2\n  kind: folder\n" + server.url("/status/403") +
+             "\n  type: 6\n  kind: nothing\n"},
+        {{"content-type", server.secureUrl("/files/report.csv")},
+         0,
+         HasSubstr("content type: text/csv; charset=utf-8\n")},
+    };
+    vexa::testing::expectRuns(fromEnvironment);
+    ::unsetenv("VEXAFS_CA_FILE");
 }
 
 } // namespace

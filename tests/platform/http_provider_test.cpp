@@ -91,8 +91,7 @@ template <class Call> std::string reasonOf(Call call) {
         call();
     } catch (const vfs::Exception& error) {
         virtualfileio::ExceptionContextHandler::ClearPendingContext();
-        const auto& arguments = error.getContexts().front().message().arguments();
-        return arguments.size() > 1 ? std::get<std::string>(arguments[1]) : "";
+        return error.getContexts().front().reason();
     }
     return "";
 }

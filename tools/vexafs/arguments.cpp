@@ -1,6 +1,8 @@
 #include "arguments.hpp"
 
+#include <Quarrow/VexaStorageSystem.hpp>
 #include <fl/i18n.hpp>
+#include <foundation/storage/vfs/Exists.hpp>
 #include <host/EngineDispatcher.hpp>
 
 #include <iostream>
@@ -24,6 +26,13 @@ CLI::Option* addRulesOption(CLI::App& command, vexa::io::filesystem::core::FileS
 
 foundation::storage::vfs::AbsoluteIRI locationOf(const fl::ustring& text) {
     return EngineDispatcher::getDispatcher().GetCurrentWorkingFolder().absolutize(text);
+}
+
+void raiseStorageFailure(const fl::ustring& text) {
+    const auto location = locationOf(text);
+    if (location.getScheme() != u"file")
+        foundation::storage::vfs::existsExtended(
+            location, Quarrow::VexaStorageSystem::GetStorageSystemReference());
 }
 
 void reportEachPath(const PathArguments& arguments,

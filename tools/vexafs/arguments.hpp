@@ -7,6 +7,7 @@
 
 #include <vexa/io/filesystem/core/path_predicates.hpp>
 
+#include <fl/filesystem.hpp>
 #include <foundation/storage/vfs/AbsoluteIRI.hpp>
 
 #include <CLI/CLI.hpp>
@@ -32,6 +33,23 @@ CLI::Option* addRulesOption(CLI::App& command, vexa::io::filesystem::core::FileS
 // The location a user's text names: IRI text as it is, a path made absolute against the
 // current folder. Text that can name no location throws FailedToAbsolutizeException.
 foundation::storage::vfs::AbsoluteIRI locationOf(const fl::ustring& text);
+
+// Raises the storage's own failure for the location named by `text`, if it has one now
+// and is not the native file system.
+void raiseStorageFailure(const fl::ustring& text);
+
+// Runs `look`, a library query about `location`. Where a remote storage fails, the
+// library's query asks the native file system whether the location's text is a link and
+// lets that look's failure out ("No such file or directory: http://..."); the user is
+// told instead what the storage itself said, by asking it once more.
+template <class Look> auto showingStorageFailure(const fl::ustring& location, Look look) {
+    try {
+        return look();
+    } catch (const fl::filesystem::FsysExceptionBase&) {
+        raiseStorageFailure(location);
+        throw;
+    }
+}
 
 // Describes each path, converted to UTF-16 without loss, and prints the records.
 void reportEachPath(const PathArguments& arguments,

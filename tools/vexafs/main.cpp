@@ -2,12 +2,15 @@
 
 #include "commands.hpp"
 
+#include <Quarrow/VexaStorageSystem.hpp>
 #include <fl/i18n.hpp>
 #include <foundation/core/except/IException.hpp>
+#include <foundation/storage/provider/HttpProvider.hpp>
 #include <foundation/storage/vfs/AbsoluteIRI.hpp>
 #include <vexa/io/filesystem/core.hpp>
 
 #include <iostream>
+#include <memory>
 
 namespace {
 
@@ -23,11 +26,17 @@ int reportFailure();
 int reportStatus(const foundation::storage::vfs::Exception& error) {
     ReportOnly report;
     report.SetVFSErrorStatus(error, error.getPath());
+    int exitCode = 1;
     try {
         boost::rethrow_exception(report.GetStatus().exception);
     } catch (...) {
-        return reportFailure();
+        exitCode = reportFailure();
     }
+    // What the storage said beside its code: a server's status, the network's failure.
+    if (const auto& contexts = error.getContexts();
+        !contexts.empty() && !contexts.front().reason().empty())
+        std::cerr << "Reason: " << contexts.front().reason() << "\n";
+    return exitCode;
 }
 
 // A failure reaches the user as its message text and, where it has one, its identifier.
@@ -56,6 +65,20 @@ int reportFailure() {
 int main(int argc, char** argv) {
     CLI::App app{"vexafs: the filesystem core of the Vexa host, from the command line"};
     app.name("vexafs");
+    // Every command reaches web servers as it reaches local files, once the options are read.
+    std::string caFile;
+    app.add_option("--ca-file", caFile,
+                   "PEM certificates trusted for https beside the system's store (also "
+                   "VEXAFS_CA_FILE)")
+        ->envname("VEXAFS_CA_FILE")
+        ->check(CLI::ExistingFile);
+    app.fallthrough();
+    app.parse_complete_callback([&caFile] {
+        foundation::storage::provider::HttpOptions options;
+        options.caFile = caFile;
+        Quarrow::VexaStorageSystem::GetStorageSystemReference()->addProvider(
+            std::make_shared<foundation::storage::provider::HttpProvider>(std::move(options)));
+    });
     vexafs::addClassifyCommand(app);
     vexafs::addAbsoluteCommand(app);
     vexafs::addRuleCommand(app);

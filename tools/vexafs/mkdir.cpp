@@ -46,7 +46,8 @@ public:
         const auto storage = Quarrow::VexaStorageSystem::GetStorageSystemReference();
         std::optional<vfs::AbsoluteIRI> location;
         try {
-            location = EngineDispatcher::getDispatcher().GetCurrentWorkingFolder().absolutize(folder_);
+            location =
+                EngineDispatcher::getDispatcher().GetCurrentWorkingFolder().absolutize(folder_);
         } catch (const Quarrow::current_working_folder::FailedToAbsolutizeException&) {
             // Text no path can hold (a U+0000): the system's word for it.
             errno = EINVAL;

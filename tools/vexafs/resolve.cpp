@@ -62,12 +62,13 @@ Record describe(const fl::ustring& name, const ResolveOptions& options) {
     locationOf(name);
     Record record{name, {}};
     if (!options.attributes) {
-        const core::ResolvedPath resolved = core::resolvePath(name, options.resolution);
+        const core::ResolvedPath resolved = showingStorageFailure(
+            name, [&] { return core::resolvePath(name, options.resolution); });
         record.add("path", resolved.path).add("kind", kindWord(resolved.kind));
         return record;
     }
-    const core::ResolvedPathAttributes resolved =
-        core::resolvePathWithAttributes(name, options.resolution);
+    const core::ResolvedPathAttributes resolved = showingStorageFailure(
+        name, [&] { return core::resolvePathWithAttributes(name, options.resolution); });
     const core::PathAttributes& attributes = resolved.attributes;
     record.add("path", resolved.path)
         .add("kind", kindWord(resolved.kind))

@@ -72,9 +72,7 @@ private:
 };
 
 // The context a provider attaches when `operation` on `path` fails with `code`: the
-// message of the code with the path as its argument, and `reason` as a second argument when
-// the storage said why (a server's status, a network library's text): a code alone cannot
-// tell a refused connection from a server error.
+// message of the code with the path as its argument, and `reason` when the storage said why.
 provider::ExceptionContext makeContext(std::string operation, const fl::ustring& path, int code,
                                        std::string reason = {});
 

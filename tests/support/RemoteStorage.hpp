@@ -1,0 +1,38 @@
+#pragma once
+
+// The host's storage system serving http and https from a real nginx (HttpServer.hpp) for
+// one test, its provider trusting the server's certificate; the previous system comes back
+// at the end.
+
+#include "HttpServer.hpp"
+#include "Storage.hpp"
+#include "Text.hpp"
+
+#include <foundation/storage/provider/HttpProvider.hpp>
+
+#include <memory>
+#include <string>
+
+namespace vexa::testing {
+
+class RemoteStorage {
+public:
+    RemoteStorage() : storage_({trusting(server_.caFile())}) {}
+
+    const HttpServer& server() const noexcept { return server_; }
+    // "http://127.0.0.1:PORT" + path, or over https.
+    fl::ustring url(std::string_view path) const { return u(server_.url(path)); }
+    fl::ustring secureUrl(std::string_view path) const { return u(server_.secureUrl(path)); }
+
+private:
+    static std::shared_ptr<const provider::StorageProvider> trusting(std::string caFile) {
+        provider::HttpOptions options;
+        options.caFile = std::move(caFile);
+        return std::make_shared<provider::HttpProvider>(std::move(options));
+    }
+
+    HttpServer server_;
+    ScopedStorageSystem storage_;
+};
+
+} // namespace vexa::testing
