@@ -277,7 +277,6 @@ TEST(GetAttributes, RemoteItems) {
         core::PathAttributes expected;
     } cases[] = {
         {"/files/notes.txt", false, {true, false, someSecondThere, 6}},
-        {"/zoned.txt", false, {true, false, someSecondThere, 6}},
         {"/unsized", false, {true, false, serverDate, 0}},
         {"/files/", true, {true, false, serverDate, 0}},
         {"/page/", true, {false, false, someSecondThere, 0}}, // its index.html; not listed
