@@ -16,6 +16,7 @@
 #include <boost/date_time/posix_time/posix_time.hpp>
 
 #include <chrono>
+#include <cstring>
 #include <functional>
 #include <map>
 #include <memory>
@@ -139,6 +140,20 @@ TEST_F(HttpProvider, Existence) {
                 << c.location;
         }
     }
+}
+
+// A password in the location never reaches a message; the user name does.
+TEST_F(HttpProvider, PasswordsKeptOutOfMessages) {
+    const std::string authority = "me:s3cret@" + server->url("").substr(std::strlen("http://"));
+    for (const std::string path : {"/status/500", "/status/404"})
+        try {
+            vfs::existsExtended(at("http://" + authority + path), storage());
+            ADD_FAILURE() << path;
+        } catch (const vfs::Exception& error) {
+            virtualfileio::ExceptionContextHandler::ClearPendingContext();
+            EXPECT_EQ(vexa::testing::utf8(error.getPath()),
+                      "http://me:***@" + authority.substr(authority.find('@') + 1) + path);
+        }
 }
 
 TEST_F(HttpProvider, AttributesFromTheHeaders) {

@@ -35,6 +35,8 @@ public:
     const HttpOptions& options() const noexcept { return options_; }
 
     std::vector<std::string> schemes() const override;
+    // The IRI text, a password in it shown as "***": messages end up in logs and terminals.
+    fl::ustring describe(const vfs::AbsoluteIRI& location) const override;
     // One HEAD request (a ranged GET of byte 0 where the server refuses HEAD).
     ItemStatus probe(const vfs::AbsoluteIRI& location) const override;
     // The links of the server's index page that name entries directly below the folder.

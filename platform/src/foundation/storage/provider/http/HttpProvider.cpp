@@ -169,9 +169,20 @@ std::size_t Transfer::read(std::span<char> buffer) {
     return length;
 }
 
+fl::ustring shown(const vfs::AbsoluteIRI& location) {
+    const network::IRI& iri = location.toIRI();
+    if (!iri.hasUserInfo())
+        return location.toString();
+    network::IRIArgs parts(iri);
+    const auto colon = parts.userInfo.find(u':');
+    if (colon == fl::ustring::npos)
+        return location.toString();
+    parts.userInfo.replace(colon + 1, fl::ustring::npos, u"***");
+    return network::IRI(parts).toString(network::iri::Encoding::IRI);
+}
+
 void raise(const Failure& failure, const char* operation, const vfs::AbsoluteIRI& location) {
-    // Messages name the location by its IRI text, as the provider's describe() does.
-    vfs::raise(failure.code, operation, location.toString(), failure.reason);
+    vfs::raise(failure.code, operation, shown(location), failure.reason);
 }
 
 BodyReader::BodyReader(const HttpOptions& options, const vfs::AbsoluteIRI& location,
@@ -205,6 +216,10 @@ HttpProvider::~HttpProvider() = default;
 
 std::vector<std::string> HttpProvider::schemes() const {
     return {"http", "https"};
+}
+
+fl::ustring HttpProvider::describe(const vfs::AbsoluteIRI& location) const {
+    return http::shown(location);
 }
 
 void HttpProvider::createFile(const vfs::AbsoluteIRI& location) const {

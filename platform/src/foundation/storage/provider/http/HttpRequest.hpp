@@ -90,7 +90,11 @@ private:
     char errorText_[CURL_ERROR_SIZE] = {};
 };
 
-// Raises `failure` as `operation` on `location`, its reason in the context.
+// How messages name a location: its IRI text, with the password of "user:password@"
+// replaced by "***".
+fl::ustring shown(const vfs::AbsoluteIRI& location);
+
+// Raises `failure` as `operation` on `location` (as shown), its reason in the context.
 [[noreturn]] void raise(const Failure& failure, const char* operation,
                         const vfs::AbsoluteIRI& location);
 
