@@ -12,12 +12,14 @@
 #include <fl/i18n.hpp>
 #include <foundation/storage/vfs/AbsoluteIRI.hpp>
 #include <foundation/storage/vfs/Exception.hpp>
+#include <foundation/storage/vfs/IODevice.hpp>
 #include <host/HostArray.hpp>
 #include <virtualfileio/ExceptionContextHandler.hpp>
 
 #include "HostState.hpp"
 #include "Operations.hpp"
 #include "Packages.hpp"
+#include "RemoteStorage.hpp"
 #include "TempDir.hpp"
 #include "Threads.hpp"
 
@@ -163,7 +165,8 @@ TEST(Threads, FoldersListedAndClaimedWhilePackagesAreAdded) {
         for (int round = 0; round < 20; ++round) {
             if (round == i % 4)
                 core::GetCurrentPackageRegistry()->AddPackage(
-                    {i % 2 ? u"outer" : u"inner", fl::i18n::to_ustring(dir / (i % 2 ? "" : "pkg"))});
+                    {i % 2 ? u"outer" : u"inner",
+                     fl::i18n::to_ustring(dir / (i % 2 ? "" : "pkg"))});
             core::FileListCreator creator;
             creator.AddFiles(fl::i18n::to_ustring(dir / "pkg/*"), boost::none, true, true, false);
             wrong += creator.GetNameList().size() != 2 || creator.GetIRIList().size() != 2;
@@ -173,6 +176,31 @@ TEST(Threads, FoldersListedAndClaimedWhilePackagesAreAdded) {
         }
     });
     EXPECT_EQ(wrong, 0);
+}
+
+// Remote looks from many threads at once: each answer right, each thread on a connection of
+// its own (nginx numbers them) that it keeps from one request to the next.
+TEST(Threads, RemoteLooksKeepOneConnectionPerThread) {
+    const vexa::testing::RemoteStorage remote;
+    const auto connection = [&] {
+        vfs::IODevice body(vfs::File(vfs::AbsoluteIRI(remote.url("/connection")),
+                                     Quarrow::VexaStorageSystem::GetStorageSystemReference()));
+        char number[32];
+        return std::string(number, body.read(number));
+    };
+    std::vector<std::string> first(threadCount), second(threadCount);
+    std::atomic<int> wrong = 0;
+    onThreads([&](int i) {
+        first[i] = connection();
+        for (const auto& [path, type] :
+             {std::pair{"/files/notes.txt", 0}, {"/files/", 2}, {"/status/404", 6}})
+            if (core::getExtendedExistenceType(vfs::AbsoluteIRI(remote.url(path)), false) != type)
+                ++wrong;
+        second[i] = connection();
+    });
+    EXPECT_EQ(wrong, 0);
+    EXPECT_EQ(first, second);
+    EXPECT_EQ(std::set(first.begin(), first.end()).size(), std::size_t{threadCount});
 }
 
 } // namespace
