@@ -244,10 +244,13 @@ http {
             "nginx",         "-p", prefix.c_str(), "-c",   configuration.c_str(), "-e",
             logFile.c_str(), "-g", "daemon off;",  nullptr};
         const int log = ::open(logFile.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
+        const pid_t parent = ::getpid();
         pid_ = ::fork();
         if (pid_ == 0) {
-            // nginx goes with the test process, even one that crashes.
+            // nginx goes with the test process, even one that crashes, also before this line.
             ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+            if (::getppid() != parent)
+                ::_exit(127);
             ::dup2(log, 1);
             ::dup2(log, 2);
             ::execv("/usr/sbin/nginx", const_cast<char**>(argv));
