@@ -29,6 +29,7 @@ namespace pt = boost::posix_time;
 namespace vfs = foundation::storage::vfs;
 namespace provider = foundation::storage::provider;
 using provider::ItemType;
+using vexa::testing::contextOf;
 using vexa::testing::failure;
 using vexa::testing::HttpServer;
 using vexa::testing::outcome;
@@ -86,17 +87,6 @@ protected:
     static inline std::unique_ptr<HttpServer> server;
 };
 
-// What the failure's context says besides the location: the status or curl's text.
-template <class Call> std::string reasonOf(Call call) {
-    try {
-        call();
-    } catch (const vfs::Exception& error) {
-        virtualfileio::ExceptionContextHandler::ClearPendingContext();
-        return error.getContexts().front().reason();
-    }
-    return "";
-}
-
 TEST_F(HttpProvider, Existence) {
     const std::string secure = server->secureUrl("/files/notes.txt");
     const std::string closed = HttpServer::closedUrl("/files/notes.txt");
@@ -135,7 +125,7 @@ TEST_F(HttpProvider, Existence) {
             << c.location;
         EXPECT_EQ(outcome([&] { return vfs::exists(location, system); }), c.plain) << c.location;
         if (c.plain < 0) {
-            EXPECT_THAT(reasonOf([&] { vfs::exists(location, system); }),
+            EXPECT_THAT(contextOf([&] { vfs::exists(location, system); })->reason(),
                         ::testing::HasSubstr(c.reason))
                 << c.location;
         }

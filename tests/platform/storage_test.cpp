@@ -18,6 +18,9 @@
 #include <boost/date_time/posix_time/posix_time.hpp>
 #include <boost/optional/optional_io.hpp>
 
+#include <cerrno>
+#include <tuple>
+
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/xattr.h>
@@ -29,6 +32,7 @@ namespace pt = boost::posix_time;
 namespace vfs = foundation::storage::vfs;
 namespace provider = foundation::storage::provider;
 using ::testing::ElementsAre;
+using vexa::testing::contextOf;
 using vexa::testing::failure;
 using vexa::testing::outcome;
 using vexa::testing::TempDir;
@@ -46,9 +50,7 @@ AbsoluteIRI at(const std::string& text) {
 
 class Storage : public ::testing::Test {
 protected:
-    Storage() {
-        dir.makeItemsOfEveryKind();
-    }
+    Storage() { dir.makeItemsOfEveryKind(); }
     TempDir dir;
 };
 
@@ -59,9 +61,9 @@ TEST_F(Storage, ExistenceOfRealItems) {
         int extended, plain; // negative: the code thrown
     };
     const Case cases[] = {
-        {"file", 0, 0},         {"fifo", 1, 0},       {"folder", 2, 1},     {"linkFile", 3, 0},
-        {"linkFolder", 4, 1},   {"dangling", -9, 2},  {"loopA", -9, -9},    {"loopA/x", -9, -9},
-        {"file/x", -4, 2},      {"missing", -1, 2},   {"folder/", 2, 1},    {"linkFolder/", 4, 1},
+        {"file", 0, 0},       {"fifo", 1, 0},      {"folder", 2, 1},  {"linkFile", 3, 0},
+        {"linkFolder", 4, 1}, {"dangling", -9, 2}, {"loopA", -9, -9}, {"loopA/x", -9, -9},
+        {"file/x", -4, 2},    {"missing", -1, 2},  {"folder/", 2, 1}, {"linkFolder/", 4, 1},
         {"file/", 0, 0}, // a trailing "/" is no segment: the file itself
     };
     for (const auto& c : cases) {
@@ -69,6 +71,10 @@ TEST_F(Storage, ExistenceOfRealItems) {
         EXPECT_EQ(outcome([&] { return vfs::existsExtended(location, host()); }), c.extended)
             << c.name;
         EXPECT_EQ(outcome([&] { return vfs::exists(location, host()); }), c.plain) << c.name;
+        if (c.extended < 0) { // a failure names the native path
+            EXPECT_EQ(contextOf([&] { vfs::existsExtended(location, host()); })->location(),
+                      u(dir / c.name));
+        }
     }
     // IRIs that name no local item, and a scheme without a provider.
     for (const auto& [text, extended, plain] : std::vector<std::tuple<std::string, int, int>>{
@@ -132,9 +138,10 @@ TEST_F(Storage, ExtendedAttributesOfTheUserNamespace) {
     ASSERT_EQ(::setxattr(file.c_str(), "trusted.hidden", "x", 1, 0), 0);
     for (const char* name : {"file", "linkFile"}) {
         const auto attributes = vfs::File(at(dir / name), host()).getExtendedAttributes();
-        EXPECT_THAT(attributes.all(), ElementsAre(std::pair{"empty", ""},
-                                                  std::pair{"http.contentType", "text/csv"}));
-        EXPECT_EQ(attributes.getOptAttributeAs<std::string>("http.contentType"), std::string("text/csv"));
+        EXPECT_THAT(attributes.all(),
+                    ElementsAre(std::pair{"empty", ""}, std::pair{"http.contentType", "text/csv"}));
+        EXPECT_EQ(attributes.getOptAttributeAs<std::string>("http.contentType"),
+                  std::string("text/csv"));
         EXPECT_FALSE(attributes.getOptAttributeAs<int>("http.contentType"));
     }
     EXPECT_TRUE(vfs::File(at(dir / "folder"), host()).getExtendedAttributes().all().empty());
@@ -160,31 +167,14 @@ TEST_F(Storage, FilesAndFoldersMadeAndListed) {
     const struct {
         std::string name;
         int result;
-    } folders[] = {{"new/a/b/c", 100}, {"new/a", 100}, {"linkFolder/x/y", 100},
-                   {"file", -3},      {"file/x/y", -4}, {"dangling", -3}};
+    } folders[] = {{"new/a/b/c", 100}, {"new/a", 100},   {"linkFolder/x/y", 100},
+                   {"file", -3},       {"file/x/y", -4}, {"dangling", -3}};
     for (const auto& f : folders)
         EXPECT_EQ(failure([&] { vfs::Folder(at(dir / f.name), host()).createFolderRecursive(); }),
                   f.result)
             << f.name;
     EXPECT_EQ(vfs::exists(at(dir / "new/a/b/c"), host()), vfs::existence::folder);
     EXPECT_EQ(vfs::exists(at(dir / "folder/x/y"), host()), vfs::existence::folder);
-}
-
-// Failures leave their context pending on the thread that met them, with the message of
-// their code, until reported.
-TEST_F(Storage, FailuresLeaveTheirContextPending) {
-    using virtualfileio::ExceptionContextHandler;
-    const std::pair<std::string, std::string> cases[] = {{"file/x", "resourceNotFound"},
-                                                         {"missing", "resourceNotFound"},
-                                                         {"dangling", "ioError"}};
-    for (const auto& [name, message] : cases) {
-        EXPECT_THROW(vfs::existsExtended(at(dir / name), host()), vfs::Exception);
-        const auto pending = ExceptionContextHandler::PendingContext();
-        ASSERT_TRUE(pending) << name;
-        EXPECT_EQ(pending->message().name(), message) << name;
-        EXPECT_EQ(pending->location(), u(dir / name));
-        ExceptionContextHandler::ClearPendingContext();
-    }
 }
 
 // A provider that implements only the look, and says no more than "nothing" about anything.
@@ -214,7 +204,42 @@ TEST(StorageSystem, ProvidersByScheme) {
     EXPECT_EQ(failure([&] { vfs::File(at("mem://h/x"), storage).createFile(); }), -11);
     EXPECT_EQ(failure([&] { vfs::Folder(at("mem://h/x/y"), storage).createFolderRecursive(); }),
               -11);
-    EXPECT_THROW(vfs::StorageSystemReference(nullptr), foundation::core::except::IInternalException);
+    EXPECT_THROW(vfs::StorageSystemReference(nullptr),
+                 foundation::core::except::IInternalException);
+}
+
+// Real failures of real system calls, raised the way a provider raises them: the code, the
+// exception's context and the pending context agree.
+TEST(StorageErrors, RealFailuresLeaveTheirContextPending) {
+    TempDir dir;
+    dir.makeFolders({"full"});
+    dir.makeFile("full/file");
+    using Call = int (*)(const char*);
+    const Call rmdir = [](const char* p) { return ::rmdir(p); };
+    const Call mkdir = [](const char* p) { return ::mkdir(p, 0755); };
+    const std::tuple<std::string, Call, int, const char*> cases[] = {
+        {dir / "full", rmdir, 0, "folderNotEmpty"},
+        {dir / "full", mkdir, 3, "resourceAlreadyExists"},
+        {dir / "full/file/x", mkdir, 4, "resourceNotFound"},
+        {dir / "none/x", mkdir, 1, "resourceNotFound"},
+    };
+    for (const auto& [name, call, code, message] : cases) {
+        ASSERT_NE(call(name.c_str()), 0) << name;
+        const fl::ustring path = u(name);
+        try {
+            vfs::throwFromErrno(errno, "op", path);
+        } catch (const vfs::Exception& error) {
+            EXPECT_EQ(error.getErrorCode(), code) << name;
+            EXPECT_EQ(error.getPath(), path);
+            ASSERT_EQ(error.getContexts().size(), 1u);
+            EXPECT_EQ(error.getContexts()[0].operation(), "op");
+        }
+        const auto pending = virtualfileio::ExceptionContextHandler::PendingContext();
+        ASSERT_TRUE(pending) << name;
+        EXPECT_EQ(pending->message().name(), message);
+        EXPECT_EQ(pending->location(), path);
+        virtualfileio::ExceptionContextHandler::ClearPendingContext();
+    }
 }
 
 } // namespace

@@ -10,10 +10,13 @@
 #include <foundation/storage/vfs/Exception.hpp>
 #include <virtualfileio/ExceptionContextHandler.hpp>
 
+#include <gtest/gtest.h>
+
 #include <array>
 #include <atomic>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -88,7 +91,8 @@ public:
         check(Operation::ExtendedAttributes, at);
         return inner_->extendedAttributes(at);
     }
-    std::unique_ptr<provider::InputStream> openForReading(const vfs::AbsoluteIRI& at) const override {
+    std::unique_ptr<provider::InputStream>
+    openForReading(const vfs::AbsoluteIRI& at) const override {
         check(Operation::Open, at);
         return inner_->openForReading(at);
     }
@@ -156,15 +160,31 @@ inline std::shared_ptr<FaultyProvider> servedSchemes(std::vector<std::string> sc
     return std::make_shared<FaultyProvider>(ScopedStorageSystem::real("file"), std::move(schemes));
 }
 
-// What a call answered, or minus the storage code it threw (so 0 is never a failure); the
-// failure's pending context is cleared.
+// What a call answered, or minus the storage code it threw (so 0 is never a failure). A
+// failure leaves its context pending, with its code's message and its location, for the
+// caller to report; that is checked here and the context cleared.
 template <class Call> int outcome(Call call) {
     try {
         return static_cast<int>(call());
     } catch (const vfs::Exception& error) {
+        const auto pending = virtualfileio::ExceptionContextHandler::PendingContext();
+        EXPECT_TRUE(pending && pending->location() == error.getPath() &&
+                    pending->message().name() == vfs::errorMessageName(error.getErrorCode()))
+            << "no pending context for " << error.what();
         virtualfileio::ExceptionContextHandler::ClearPendingContext();
         return -error.getErrorCode();
     }
+}
+
+// The context a call's failure carries: its location, message and reason.
+template <class Call> std::optional<provider::ExceptionContext> contextOf(Call call) {
+    try {
+        call();
+    } catch (const vfs::Exception& error) {
+        virtualfileio::ExceptionContextHandler::ClearPendingContext();
+        return error.getContexts().front();
+    }
+    return std::nullopt;
 }
 
 // 100 for a call that returned, or minus the storage code it threw.
