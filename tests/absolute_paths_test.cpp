@@ -30,19 +30,10 @@ fl::ustring toAbsolute(fl::ustring path, ResolveSymbolicLinks resolve) {
 // folder as the current folder.
 TEST(RelativeToAbsolute, RelativePathsForEachLinkTreatment) {
     TempDir dir;
-    dir.makeFolders({"real", "real/data"});
-    dir.makeFile("real/data/\xF0\x9F\x93\x84");
-    const std::pair<const char*, const char*> links[] = {
-        {"real/data/\xF0\x9F\x93\x84", "lnk"},
-        {"real", "via"},
-        {"data/\xF0\x9F\x93\x84", "real/inner"},
-        {"missing", "dangling"},
-        {"real/data", "l*nk"},
-        {"real", "caf\xE9"},
-        {"loop", "loop"},
-    };
-    for (const auto& [target, name] : links)
-        dir.makeLink(target, name);
+    dir.make({"real/", "real/data/", "real/data/\xF0\x9F\x93\x84",
+              "lnk -> real/data/\xF0\x9F\x93\x84", "via -> real",
+              "real/inner -> data/\xF0\x9F\x93\x84", "dangling -> missing", "l*nk -> real/data",
+              "caf\xE9 -> real", "loop -> loop"});
     const std::string root = dir.real();
     const std::string file = root + "/real/data/\xF0\x9F\x93\x84";
     CurrentFolder inside(dir.path());
@@ -77,8 +68,7 @@ TEST(RelativeToAbsolute, RelativePathsForEachLinkTreatment) {
 // relativeToAbsolute alone leaves in a path that does not exist.
 TEST(SetupPathForURLConstruction, UrlsAndLocalPaths) {
     TempDir dir;
-    dir.makeFolders({"real", "real/sub"});
-    dir.makeLink("real/sub", "deep");
+    dir.make({"real/", "real/sub/", "deep -> real/sub"});
     const std::string root = dir.real();
     CurrentFolder inside(dir.path());
     const vexa::testing::ScopedStorageSystem storage({vexa::testing::servedSchemes({"https"})});

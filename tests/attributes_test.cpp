@@ -137,10 +137,7 @@ TEST(GetAttributes, ProbesAnswerForTheProcessThatAsks) {
         {"file-no-access", false, 0000, true, true, false, false},
     };
     for (const auto& c : cases) {
-        if (c.folder)
-            dir.makeFolders({c.name});
-        else
-            dir.makeFile(c.name);
+        dir.make({c.folder ? c.name + "/" : c.name});
         ASSERT_EQ(::chmod((dir / c.name).c_str(), c.mode), 0);
     }
     // One bit per case that answered otherwise.
@@ -195,8 +192,7 @@ TEST(GetAttributes, StorageFaults) {
         const std::string what = std::to_string(static_cast<int>(c.operation)) + " call " +
                                  std::to_string(c.onlyCall) + (c.folder ? " folder" : " file");
         TempDir dir;
-        dir.makeFolders({"folder"});
-        dir.makeFile("folder/file");
+        dir.make({"folder/", "folder/file"});
         ASSERT_EQ(::truncate((dir / "folder/file").c_str(), 5), 0);
         setModified(dir / "folder/file", someSecond, someNanoseconds);
         setModified(dir / "folder", someSecond, someNanoseconds);
@@ -236,9 +232,7 @@ TEST(GetAttributes, TimesInLocalTime) {
     for (const Zone& zone : zones) {
         const vexa::testing::ScopedTimeZone inZone(zone.tz);
         TempDir dir;
-        dir.makeFolders({"new", "old"});
-        dir.makeFile("new.txt");
-        dir.makeFile("old.txt");
+        dir.make({"new/", "old/", "new.txt", "old.txt"});
         for (const char* name : {"new", "new.txt"})
             setModified(dir / name, someSecond, someNanoseconds);
         for (const char* name : {"old", "old.txt"})

@@ -90,8 +90,7 @@ TEST(GetExtendedExistenceType, RealItems) {
 // by the native probe turns it into an answer.
 TEST(GetExtendedExistenceType, StorageFaults) {
     TempDir dir;
-    dir.makeFile("file");
-    dir.makeLink("missing", "dangling");
+    dir.make({"file", "dangling -> missing"});
     const struct {
         int code;
         std::string name;
@@ -120,7 +119,7 @@ TEST(GetExtendedExistenceType, StorageFaults) {
 // A failure the caller has not reported yet survives a query that answers for its own.
 TEST(GetExtendedExistenceType, EarlierPendingFailureSurvivesAnAnswer) {
     TempDir dir;
-    dir.makeLink("missing", "dangling");
+    dir.make({"dangling -> missing"});
     // A missing item answered from the look; a link whose look failed, found by the probe.
     for (const bool faulty : {false, true}) {
         const ScopedStorageSystem storage(

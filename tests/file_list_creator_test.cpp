@@ -65,13 +65,11 @@ Names addToList(const std::string& pattern, bool recursive, const std::string& r
 class Creator : public ::testing::Test {
 protected:
     void SetUp() override {
-        dir.makeFolders({"tree", "tree/b", "tree/b/d", "empty", "care", "\xC3\xA9t\xC3\xA9"});
-        for (const char* file : {"tree/a.txt", "tree/b/c.txt", "tree/b/d/e.txt", "tree/z.txt",
-                                 "\xC3\xA9t\xC3\xA9/x.txt"})
-            dir.makeFile(file);
-        dir.makeLink("b", "tree/lnk");
+        dir.make({"tree/", "tree/b/", "tree/b/d/", "empty/", "care/", "\xC3\xA9t\xC3\xA9/",
+                  "tree/a.txt", "tree/b/c.txt", "tree/b/d/e.txt", "tree/z.txt",
+                  "\xC3\xA9t\xC3\xA9/x.txt", "tree/lnk -> b"});
         for (const std::string& name : care)
-            dir.makeFile("care/" + name);
+            dir.make({"care/" + name});
     }
 
     TempDir dir;
@@ -212,8 +210,7 @@ TEST_F(Creator, IRIsInStepWithTheNames) {
 // The listing goes on past a folder the process may not read: the folder is listed, its
 // content is not, and what follows it is.
 TEST_F(Creator, AnUnreadableSubfolderIsListedWithoutItsContent) {
-    dir.makeFolders({"tree/b/locked"});
-    dir.makeFile("tree/b/locked/secret.txt");
+    dir.make({"tree/b/locked/", "tree/b/locked/secret.txt"});
     std::filesystem::permissions(dir.path(), std::filesystem::perms::all);
     ASSERT_EQ(::chmod((dir / "tree/b/locked").c_str(), 0), 0);
     const Names expected = {"tree/b/c.txt", "tree/b/d/e.txt", "tree/b/d", "tree/b/locked"};

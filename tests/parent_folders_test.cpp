@@ -28,8 +28,7 @@ vfs::StorageSystemReference host() {
 // where it should be is left for the operation that needs the folder.
 TEST(CreateParentIfNeeded, MakesOnlyAMissingParent) {
     TempDir dir;
-    dir.makeFile("file");
-    dir.makeFolders({"folder"});
+    dir.make({"file", "folder/"});
     const std::pair<std::string, std::string> cases[] = {
         {"a/b/c/item.txt", "a/b/c"},
         {"folder/item", "folder"},
@@ -50,7 +49,7 @@ TEST(CreateParentIfNeeded, MakesOnlyAMissingParent) {
 // failures reach the caller as they are.
 TEST(CreateParentIfNeeded, AsksOnlyWhatItNeeds) {
     TempDir dir;
-    dir.makeFolders({"folder"});
+    dir.make({"folder/"});
     {
         const ScopedStorageSystem storage({faultyFiles(Op::Probe, vfs::IOError)});
         EXPECT_NO_THROW(core::createParentIfNeeded(vfs::AbsoluteIRI(u"file:///"), host()));

@@ -139,13 +139,8 @@ TEST(PathPredicates, MakeLowerCaseChangesAsciiLettersOnly) {
 
 TEST(PathPredicates, IsSymlinkAsksTheFileSystem) {
     vexa::testing::TempDir dir;
-    dir.makeFile("file");
-    dir.makeLink("file", "link");
-    dir.makeLink("missing", "dangling");
-    dir.makeLink("loop2", "loop1");
-    dir.makeLink("loop1", "loop2");
-    dir.makeLink(dir.path(), "to-dir");
-
+    dir.make({"file", "link -> file", "dangling -> missing", "loop1 -> loop2", "loop2 -> loop1",
+              "to-dir -> " + dir.path().string()});
     using core::LinkStatus;
     const std::pair<std::string, LinkStatus> cases[] = {
         {dir / "file", LinkStatus::NotLink},

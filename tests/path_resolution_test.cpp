@@ -34,10 +34,7 @@ protected:
           searchPath_(std::make_shared<Quarrow::PathManagement::PathManager>(
               std::vector<fl::ustring>{u(dir / "lib")})) {
         dir.makeItemsOfEveryKind();
-        dir.makeFile("caf\xE9");
-        dir.makeFolders({"lib"});
-        dir.makeFile("lib/only-in-lib.m");
-        dir.makeFile("lib/dangling");
+        dir.make({"caf\xE9", "lib/", "lib/only-in-lib.m", "lib/dangling"});
         ::truncate((dir / "file").c_str(), 5);
     }
 

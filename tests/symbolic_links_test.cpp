@@ -34,8 +34,7 @@ std::optional<Raised> linkError(const std::string& name, const std::string& argu
 // missing piece was. Relative arguments are named as given, never made absolute.
 TEST(CreateSymbolicLink, FailuresAsLinkErrors) {
     TempDir dir;
-    dir.makeFile("file");
-    dir.makeFile("taken");
+    dir.make({"file", "taken"});
     vexa::testing::CurrentFolder inside(dir.path());
     const std::string file = dir / "file", tooLong = dir / std::string(256, 'n');
     const std::tuple<std::string, std::string, std::optional<Raised>> cases[] = {
@@ -59,7 +58,7 @@ TEST(CreateSymbolicLink, UnwritableFolderIsAccessDeniedNamingTheLink) {
     TempDir dir;
     ASSERT_EQ(::chmod(dir.path().c_str(), 0755), 0);
     ASSERT_EQ(::mkdir((dir / "locked").c_str(), 0555), 0);
-    dir.makeFile("file");
+    dir.make({"file"});
     const std::string link = dir / "locked/link";
     EXPECT_EQ(vexa::testing::runAsUnprivileged([&] {
                   const auto raised =

@@ -13,8 +13,7 @@ using vexa::testing::vexafs;
 // Each --links value from the current folder, as text and as JSON with a non-UTF-8 name.
 TEST(VexafsAbsolute, LinkTreatments) {
     TempDir dir;
-    dir.makeFolders({"real"});
-    dir.makeLink("real", "caf\xE9");
+    dir.make({"real/", "caf\xE9 -> real"});
     const std::string root = dir.real();
     CurrentFolder inside(dir.path());
     const std::pair<std::vector<std::string>, std::string> cases[] = {

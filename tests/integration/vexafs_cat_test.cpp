@@ -31,7 +31,7 @@ TEST(VexafsCat, CopiesEveryByteOrLeavesTheOutputAlone) {
         binary[i] = static_cast<char>(i * 7919 % 251);
     write(dir / "data.bin", binary);
     write(dir / "kept", "kept as it was");
-    dir.makeFolders({"folder"});
+    dir.make({"folder/"});
     const vexa::testing::VexafsRun runs[] = {
         {{"cat", dir / "data.bin"}, 0, binary},
         {{"cat", "file://" + dir / "data.bin", "--output", dir / "copy"}, 0, ""},

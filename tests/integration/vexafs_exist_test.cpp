@@ -43,7 +43,7 @@ TEST(VexafsExist, TellsEachKindOfItem) {
 // The missing chain is made; a refused level is reported with the storage layer's message.
 TEST(VexafsMkparent, MakesTheMissingChain) {
     TempDir dir;
-    dir.makeFile("file");
+    dir.make({"file"});
     const vexa::testing::VexafsRun runs[] = {
         {{"mkparent", dir / "a/b/c.txt"}, 0, dir / "a/b/c.txt\n  parent: file://" + dir / "a/b/\n"},
         {{"mkparent", dir / "file/x"}, 0, HasSubstr("parent: file://")}, // a file is left be
@@ -60,8 +60,7 @@ TEST(VexafsMkparent, MakesTheMissingChain) {
 // A type set by a user with setfattr comes back; none is an empty answer.
 TEST(VexafsContentType, ReadsWhatSetfattrRecorded) {
     TempDir dir;
-    dir.makeFile("data.csv");
-    dir.makeFile("plain");
+    dir.make({"data.csv", "plain"});
     const std::string setfattr =
         "setfattr -n user.http.contentType -v text/csv " + dir / "data.csv";
     ASSERT_EQ(std::system(setfattr.c_str()), 0);

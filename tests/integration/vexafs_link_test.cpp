@@ -14,7 +14,7 @@ using vexa::testing::TempDir;
 // with or without --json.
 TEST(VexafsLink, MadeSilentlyOrRefused) {
     TempDir dir;
-    dir.makeFile("file");
+    dir.make({"file"});
     const std::string link = dir / "link", missing = dir / "missing";
     const vexa::testing::VexafsRun runs[] = {
         {{"link", "file", link}, 0, ""},

@@ -13,10 +13,8 @@ using vexa::testing::TempDir;
 // UTF-16 listing only; names that are not UTF-8 kept as bytes, escaped in JSON.
 TEST(VexafsLs, ListsARealTreeInPostOrderWithItsIRIs) {
     TempDir dir;
-    dir.makeFolders({"t", "t/b", "empty"});
-    for (const char* file : {"t/a.txt", "t/b/c.txt", "t/sp ace", "t/caf\xE9"})
-        dir.makeFile(file);
-    dir.makeLink("b", "t/lnk");
+    dir.make(
+        {"t/", "t/b/", "empty/", "t/a.txt", "t/b/c.txt", "t/sp ace", "t/caf\xE9", "t/lnk -> b"});
     const std::string t = dir.real() + "/t/", iri = "file://" + t;
     const vexa::testing::VexafsRun runs[] = {
         {{"ls", t + "*"},

@@ -25,7 +25,7 @@ protected:
 // The outputs asked for carry the result; a failure with none to carry it is an error, with
 // message and identifier on stderr. Only the folder asked for is ever made.
 TEST_F(VexafsMkdir, ResultsByNargout) {
-    dir.makeFile("file");
+    dir.make({"file"});
     const std::string made = dir / "a/b/c", below = dir / "file/sub";
     const std::string notFound = "Cannot find '" + below + "': no such file or folder.";
     const std::string prefix = dir / "p/",

@@ -42,10 +42,7 @@ TEST(VexafsResolve, NamesAsTheHostResolvesThem) {
     const vexa::testing::ScopedTimeZone inZone("<+0530>-5:30"); // for vexafs too
     TempDir dir;
     dir.makeItemsOfEveryKind();
-    dir.makeFolders({"lib"});
-    dir.makeFile("lib/only.m");
-    dir.makeFile("lib/dangling");
-    dir.makeFile("caf\xE9");
+    dir.make({"lib/", "lib/only.m", "lib/dangling", "caf\xE9"});
     ASSERT_EQ(::truncate((dir / "file").c_str(), 5), 0);
     const timespec times[] = {{0, UTIME_OMIT}, {1614834367, 123456789}};
     for (const char* name : {"file", "lib/only.m"})

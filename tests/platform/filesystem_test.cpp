@@ -74,15 +74,8 @@ std::string existsOf(const fl::ustring& path) {
 
 TEST(FileStatus, RealItemsFollowedAndOwn) {
     TempDir dir;
-    dir.makeFile("file");
-    dir.makeFile("caf\xE9");
-    dir.makeFolders({"folder"});
-    dir.makeLink("file", "to-file");
-    dir.makeLink("folder", "to-folder");
-    dir.makeLink("to-folder", "to-to-folder");
-    dir.makeLink("missing", "dangling");
-    dir.makeLink("b", "a");
-    dir.makeLink("a", "b");
+    dir.make({"file", "caf\xE9", "folder/", "to-file -> file", "to-folder -> folder",
+              "to-to-folder -> to-folder", "dangling -> missing", "a -> b", "b -> a"});
     ASSERT_EQ(::mkfifo((dir / "fifo").c_str(), 0644), 0);
     const std::tuple<std::string, std::string, std::string, std::string, bool> cases[] = {
         // name, status, symlink_status, exists, isDir
@@ -156,13 +149,8 @@ std::string heldBy(const std::string& link) {
 // must be there as the link will see it, from the link's folder.
 TEST(CreateSymlink, MadeOnlyToAReachableTargetAtAFreePath) {
     TempDir dir;
-    dir.makeFolders({"folder", "links", "cwd"});
-    dir.makeFile("file");
-    dir.makeFile("links/only-here");
-    dir.makeFile("cwd/only-in-cwd");
-    dir.makeFile("links/taken");
-    dir.makeLink("nowhere", "links/dangling");
-    dir.makeLink("loop", "links/loop");
+    dir.make({"folder/", "links/", "cwd/", "file", "links/only-here", "cwd/only-in-cwd",
+              "links/taken", "links/dangling -> nowhere", "links/loop -> loop"});
     CurrentFolder inside(dir / "cwd");
     const std::string file = dir / "file", links = dir / "links";
     constexpr unsigned autoType = fs::file_status::file_type_auto;
@@ -209,9 +197,8 @@ TEST(FileStatus, RefusedPermissionIsAccessDenied) {
     ASSERT_EQ(::chmod(dir.path().c_str(), 0755), 0);
     ASSERT_EQ(::mkdir((dir / "locked").c_str(), 0555), 0);
     ASSERT_EQ(::mkdir((dir / "private").c_str(), 0700), 0);
-    dir.makeFolders({"private/sub", "open"});
+    dir.make({"private/sub/", "open/", "file"});
     ASSERT_EQ(::chmod((dir / "open").c_str(), 0777), 0); // the link could be made there
-    dir.makeFile("file");
     const fl::ustring hidden = u(dir / "private/sub");
     constexpr unsigned autoType = fs::file_status::file_type_auto;
     const std::function<void()> refused[] = {
@@ -281,13 +268,8 @@ TEST(NativePaths, AbsoluteIsALexicalJoin) {
 // The canonical path, or what canonical threw.
 TEST(NativePaths, CanonicalResolvesLinksDotsAndDotDots) {
     TempDir dir;
-    dir.makeFolders({"real", "real/sub"});
-    dir.makeFile("real/sub/caf\xE9");
-    dir.makeFile("file");
-    dir.makeLink("real", "to-real");
-    dir.makeLink("../to-real/sub", "real/hop");
-    dir.makeLink("missing", "dangling");
-    dir.makeLink("loop", "loop");
+    dir.make({"real/", "real/sub/", "real/sub/caf\xE9", "file", "to-real -> real",
+              "real/hop -> ../to-real/sub", "dangling -> missing", "loop -> loop"});
     const std::string root = dir.real(), file = root + "/real/sub/caf\xE9";
     CurrentFolder inside(dir.path());
     const std::pair<std::string, std::string> cases[] = {

@@ -86,8 +86,7 @@ TEST_F(Storage, ExistenceOfRealItems) {
 
 // A refused look is a failure, never "nothing there": from an unprivileged process.
 TEST_F(Storage, RefusedLookIsPermissionDenied) {
-    dir.makeFolders({"private"});
-    dir.makeFile("private/f");
+    dir.make({"private/", "private/f"});
     ASSERT_EQ(::chmod((dir / "private").c_str(), 0700), 0);
     const AbsoluteIRI inside = at(dir / "private/f");
     EXPECT_EQ(vexa::testing::runAsUnprivileged([&] {
@@ -212,8 +211,7 @@ TEST(StorageSystem, ProvidersByScheme) {
 // exception's context and the pending context agree.
 TEST(StorageErrors, RealFailuresLeaveTheirContextPending) {
     TempDir dir;
-    dir.makeFolders({"full"});
-    dir.makeFile("full/file");
+    dir.make({"full/", "full/file"});
     using Call = int (*)(const char*);
     const Call rmdir = [](const char* p) { return ::rmdir(p); };
     const Call mkdir = [](const char* p) { return ::mkdir(p, 0755); };

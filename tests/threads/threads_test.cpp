@@ -123,8 +123,7 @@ namespace {
 // every query sees one whole system, old or new, and the answers do not change.
 TEST(Threads, StorageQueriesWhileTheStorageSystemChanges) {
     const vexa::testing::TempDir dir;
-    dir.makeFile("file");
-    dir.makeLink("missing", "dangling");
+    dir.make({"file", "dangling -> missing"});
     const vfs::AbsoluteIRI file(fl::i18n::to_ustring(dir / "file"));
     const vfs::AbsoluteIRI dangling(fl::i18n::to_ustring(dir / "dangling"));
     const auto original = Quarrow::VexaStorageSystem::GetStorageSystemReference();
@@ -155,8 +154,7 @@ namespace {
 // whole, and the nearest root claims.
 TEST(Threads, FoldersListedAndClaimedWhilePackagesAreAdded) {
     const vexa::testing::TempDir dir;
-    dir.makeFolders({"pkg", "pkg/sub"});
-    dir.makeFile("pkg/sub/a.m");
+    dir.make({"pkg/", "pkg/sub/", "pkg/sub/a.m"});
     const vexa::testing::ScopedPackageRegistry scoped(true);
     const vfs::Folder sub(vfs::AbsoluteIRI(fl::i18n::to_ustring(dir / "pkg/sub")),
                           Quarrow::VexaStorageSystem::GetStorageSystemReference());
