@@ -18,8 +18,9 @@ using namespace std::string_literals;
 using vexa::testing::u;
 using vexa::testing::utf8;
 
-// Absoluteness of file paths, Unix and Windows rules side by side.
-TEST(PathPredicates, GetIsAbsoluteUnixAndWindows) {
+// Absoluteness of file paths, Unix and Windows rules side by side. Their path type is not
+// looked at: the type alone decides, value 2 being named "Windows".
+TEST(PathPredicates, FilePathsAbsolutenessAndType) {
     const std::tuple<fl::ustring, bool, bool> cases[] = {
         // path, Unix rules, Windows rules
         {u"", false, false},
@@ -47,6 +48,10 @@ TEST(PathPredicates, GetIsAbsoluteUnixAndWindows) {
         EXPECT_EQ(core::getIsAbsolute(path, false, FileSystemType::UrlAsUnix), unix);
         // A URL is absolute without being looked at.
         EXPECT_TRUE(core::getIsAbsolute(path, true, FileSystemType::Unix));
+        EXPECT_EQ(core::getPathType(path, false, FileSystemType::Unix), u"Unix");
+        EXPECT_EQ(core::getPathType(path, false, FileSystemType::Windows), u"Windows");
+        EXPECT_EQ(core::getPathType(path, false, FileSystemType::UrlAsWindows), u"Windows");
+        EXPECT_EQ(core::getPathType(path, false, FileSystemType::UrlAsUnix), u"Unix");
     }
 }
 
@@ -88,16 +93,6 @@ TEST(PathPredicates, PrefixesAndExtension) {
         EXPECT_EQ(core::isLongPath(path), longPath) << utf8(path);
         EXPECT_EQ(core::hasHttpPrefix(path), http) << utf8(path);
         EXPECT_EQ(core::getExtension(path), extension) << utf8(path);
-    }
-}
-
-TEST(PathPredicates, GetPathTypeOfFilePathsFollowsTheType) {
-    // The path is not looked at: the type alone decides, value 2 being named "Windows".
-    for (const fl::ustring path : {u"C:\\x", u"/usr", u""}) {
-        EXPECT_EQ(core::getPathType(path, false, FileSystemType::Unix), u"Unix");
-        EXPECT_EQ(core::getPathType(path, false, FileSystemType::Windows), u"Windows");
-        EXPECT_EQ(core::getPathType(path, false, FileSystemType::UrlAsWindows), u"Windows");
-        EXPECT_EQ(core::getPathType(path, false, FileSystemType::UrlAsUnix), u"Unix");
     }
 }
 
