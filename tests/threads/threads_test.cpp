@@ -115,10 +115,6 @@ TEST(Threads, NotificationsFromManyThreadsAreAllCounted) {
         EXPECT_EQ(entry.notifications, static_cast<std::size_t>(threadCount));
 }
 
-} // namespace
-
-namespace {
-
 // Queries on many threads while the host's storage system is replaced and given providers:
 // every query sees one whole system, old or new, and the answers do not change.
 TEST(Threads, StorageQueriesWhileTheStorageSystemChanges) {
@@ -145,10 +141,6 @@ TEST(Threads, StorageQueriesWhileTheStorageSystemChanges) {
     Quarrow::VexaStorageSystem::SetStorageSystemReference(original);
     EXPECT_EQ(wrong, 0);
 }
-
-} // namespace
-
-namespace {
 
 // Folders listed and claimed on many threads while packages are added: every listing is
 // whole, and the nearest root claims.
