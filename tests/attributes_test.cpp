@@ -35,11 +35,7 @@ using virtualfileio::ExceptionContextHandler;
 
 // The item at `path`, as a file or as a folder, through the host's storage system.
 Item itemAt(const std::string& path, bool folder) {
-    const vfs::AbsoluteIRI location(u(path));
-    const auto storage = Quarrow::VexaStorageSystem::GetStorageSystemReference();
-    if (folder)
-        return vfs::Folder(location, storage);
-    return vfs::File(location, storage);
+    return folder ? Item(vexa::testing::folderAt(path)) : Item(vexa::testing::fileAt(path));
 }
 
 std::vector<std::string> entriesOf(const std::string& folder) {

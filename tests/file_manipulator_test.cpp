@@ -51,15 +51,13 @@ TEST(FileManipulator, VfsErrorCodesGiveTheirIdentifiers) {
     for (int code = -1; code <= 12; ++code)
         cases.emplace_back(code, byCode[code + 1]);
     const vexa::testing::TempDir dir;
-    const vfs::AbsoluteIRI folder(fl::i18n::to_ustring(dir / "new"));
     const std::u16string path = u"/donn\u00e9es/x";
     for (const auto& [code, name] : cases) {
         const vexa::testing::ScopedStorageSystem storage({vexa::testing::faultyFiles(
             vexa::testing::FaultyProvider::Operation::CreateFolder, code)});
         NoOperation recorded, pending;
         try {
-            vfs::Folder(folder, Quarrow::VexaStorageSystem::GetStorageSystemReference())
-                .createFolderRecursive();
+            vexa::testing::folderAt(dir / "new").createFolderRecursive();
             ADD_FAILURE() << code;
         } catch (const vfs::Exception& error) {
             recorded.SetVFSErrorStatus(error, path);

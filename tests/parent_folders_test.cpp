@@ -15,14 +15,12 @@ namespace {
 namespace core = vexa::io::filesystem::core;
 namespace vfs = vexa::testing::vfs;
 using vexa::testing::faultyFiles;
+using vexa::testing::hostStorage;
+using vexa::testing::iriOf;
 using vexa::testing::ScopedStorageSystem;
 using vexa::testing::TempDir;
 using vexa::testing::u;
 using Op = vexa::testing::FaultyProvider::Operation;
-
-vfs::StorageSystemReference host() {
-    return Quarrow::VexaStorageSystem::GetStorageSystemReference();
-}
 
 // Only a parent that is not there is made, with all it needs above it; a file standing
 // where it should be is left for the operation that needs the folder.
@@ -37,8 +35,7 @@ TEST(CreateParentIfNeeded, MakesOnlyAMissingParent) {
         {"n/m/", "n"},
     };
     for (const auto& [item, parent] : cases) {
-        EXPECT_NO_THROW(core::createParentIfNeeded(vfs::AbsoluteIRI(u(dir / item)), host()))
-            << item;
+        EXPECT_NO_THROW(core::createParentIfNeeded(iriOf(dir / item), hostStorage())) << item;
         EXPECT_TRUE(std::filesystem::exists(dir / parent)) << item;
         EXPECT_FALSE(std::filesystem::exists(dir / item)) << item;
     }
@@ -52,19 +49,18 @@ TEST(CreateParentIfNeeded, AsksOnlyWhatItNeeds) {
     dir.make({"folder/"});
     {
         const ScopedStorageSystem storage({faultyFiles(Op::Probe, vfs::IOError)});
-        EXPECT_NO_THROW(core::createParentIfNeeded(vfs::AbsoluteIRI(u"file:///"), host()));
-        EXPECT_NO_THROW(core::createParentIfNeeded(vfs::AbsoluteIRI(u"/"), host()));
+        EXPECT_NO_THROW(core::createParentIfNeeded(iriOf("file:///"), hostStorage()));
+        EXPECT_NO_THROW(core::createParentIfNeeded(iriOf("/"), hostStorage()));
         try {
-            core::createParentIfNeeded(vfs::AbsoluteIRI(u(dir / "folder/x")), host());
+            core::createParentIfNeeded(iriOf(dir / "folder/x"), hostStorage());
             ADD_FAILURE() << "the probe's failure was swallowed";
         } catch (const vfs::Exception& error) {
             EXPECT_EQ(error.getErrorCode(), vfs::IOError);
         }
     }
     const ScopedStorageSystem storage({faultyFiles(Op::CreateFolder, vfs::ReadOnlyProvider)});
-    EXPECT_NO_THROW(core::createParentIfNeeded(vfs::AbsoluteIRI(u(dir / "folder/x")), host()));
-    EXPECT_THROW(core::createParentIfNeeded(vfs::AbsoluteIRI(u(dir / "new/x")), host()),
-                 vfs::Exception);
+    EXPECT_NO_THROW(core::createParentIfNeeded(iriOf(dir / "folder/x"), hostStorage()));
+    EXPECT_THROW(core::createParentIfNeeded(iriOf(dir / "new/x"), hostStorage()), vfs::Exception);
 }
 
 } // namespace

@@ -34,24 +34,21 @@ namespace provider = foundation::storage::provider;
 using ::testing::ElementsAre;
 using vexa::testing::contextOf;
 using vexa::testing::failure;
+using vexa::testing::fileAt;
+using vexa::testing::folderAt;
+using vexa::testing::hostStorage;
+using vexa::testing::iriOf;
 using vexa::testing::outcome;
 using vexa::testing::TempDir;
 using vexa::testing::u;
 using vfs::AbsoluteIRI;
 using Op = vexa::testing::FaultyProvider::Operation;
 
-vfs::StorageSystemReference host() {
-    return Quarrow::VexaStorageSystem::GetStorageSystemReference();
-}
-
-AbsoluteIRI at(const std::string& text) {
-    return AbsoluteIRI(u(text));
-}
-
 class Storage : public ::testing::Test {
 protected:
     Storage() { dir.makeItemsOfEveryKind(); }
     TempDir dir;
+    const vfs::StorageSystemReference host = hostStorage();
 };
 
 // Each item looked at once; existsExtended tells the item itself, exists follows links.
@@ -67,20 +64,20 @@ TEST_F(Storage, ExistenceOfRealItems) {
         {"file/", 0, 0}, // a trailing "/" is no segment: the file itself
     };
     for (const auto& c : cases) {
-        const AbsoluteIRI location = at(dir / c.name);
-        EXPECT_EQ(outcome([&] { return vfs::existsExtended(location, host()); }), c.extended)
+        const AbsoluteIRI location = iriOf(dir / c.name);
+        EXPECT_EQ(outcome([&] { return vfs::existsExtended(location, host); }), c.extended)
             << c.name;
-        EXPECT_EQ(outcome([&] { return vfs::exists(location, host()); }), c.plain) << c.name;
+        EXPECT_EQ(outcome([&] { return vfs::exists(location, host); }), c.plain) << c.name;
         if (c.extended < 0) { // a failure names the native path
-            EXPECT_EQ(contextOf([&] { vfs::existsExtended(location, host()); })->location(),
+            EXPECT_EQ(contextOf([&] { vfs::existsExtended(location, host); })->location(),
                       u(dir / c.name));
         }
     }
     // IRIs that name no local item, and a scheme without a provider.
     for (const auto& [text, extended, plain] : std::vector<std::tuple<std::string, int, int>>{
              {"file://elsewhere/x", -1, 2}, {"mem://h/x", -11, -11}}) {
-        EXPECT_EQ(outcome([&] { return vfs::existsExtended(at(text), host()); }), extended);
-        EXPECT_EQ(outcome([&] { return vfs::exists(at(text), host()); }), plain);
+        EXPECT_EQ(outcome([&] { return vfs::existsExtended(iriOf(text), host); }), extended);
+        EXPECT_EQ(outcome([&] { return vfs::exists(iriOf(text), host); }), plain);
     }
 }
 
@@ -88,11 +85,11 @@ TEST_F(Storage, ExistenceOfRealItems) {
 TEST_F(Storage, RefusedLookIsPermissionDenied) {
     dir.make({"private/", "private/f"});
     ASSERT_EQ(::chmod((dir / "private").c_str(), 0700), 0);
-    const AbsoluteIRI inside = at(dir / "private/f");
+    const AbsoluteIRI inside = iriOf(dir / "private/f");
     EXPECT_EQ(vexa::testing::runAsUnprivileged([&] {
-                  return outcome([&] { return vfs::existsExtended(inside, host()); }) == -2 &&
-                                 outcome([&] { return vfs::exists(inside, host()); }) == -2 &&
-                                 failure([&] { vfs::IODevice{vfs::File(inside, host())}; }) == -2
+                  return outcome([&] { return vfs::existsExtended(inside, host); }) == -2 &&
+                                 outcome([&] { return vfs::exists(inside, host); }) == -2 &&
+                                 failure([&] { vfs::IODevice{vfs::File(inside, host)}; }) == -2
                              ? 0
                              : 1;
               }),
@@ -105,29 +102,27 @@ TEST_F(Storage, FileAttributesAndContent) {
     ASSERT_EQ(::utimensat(AT_FDCWD, (dir / "file").c_str(), times, 0), 0);
     const pt::ptime expected = pt::time_from_string("2021-03-04 05:06:07.123456");
     for (const char* name : {"file", "linkFile"}) {
-        const auto attributes = vfs::File(at(dir / name), host()).getAttributes();
+        const auto attributes = fileAt(dir / name).getAttributes();
         EXPECT_TRUE(attributes.isWritable()) << name;
         EXPECT_EQ(attributes.getLastModified(), expected) << name;
         EXPECT_EQ(attributes.getSize(), 5u) << name;
     }
-    EXPECT_EQ(vfs::Folder(at(dir / "linkFolder"), host()).getAttributes().getLastModified(),
-              vfs::Folder(at(dir / "folder"), host()).getAttributes().getLastModified());
+    EXPECT_EQ(folderAt(dir / "linkFolder").getAttributes().getLastModified(),
+              folderAt(dir / "folder").getAttributes().getLastModified());
     for (const auto& [name, code] : std::vector<std::pair<std::string, int>>{
              {"missing", -1}, {"dangling", -9}, {"loopA", -9}, {"file/x", -4}}) {
-        EXPECT_EQ(failure([&] { vfs::File(at(dir / name), host()).getAttributes(); }), code)
-            << name;
-        EXPECT_EQ(failure([&] { vfs::Folder(at(dir / name), host()).getAttributes(); }), code)
-            << name;
+        EXPECT_EQ(failure([&] { fileAt(dir / name).getAttributes(); }), code) << name;
+        EXPECT_EQ(failure([&] { folderAt(dir / name).getAttributes(); }), code) << name;
     }
 
     std::vector<char> buffer(16);
-    vfs::IODevice device{vfs::File(at(dir / "file"), host())};
+    vfs::IODevice device{fileAt(dir / "file")};
     EXPECT_EQ(device.read(buffer), 5u);
     EXPECT_EQ(device.read(buffer), 0u);
     // A fifo opens without a writer and reads as empty; a folder cannot be read.
-    EXPECT_EQ(vfs::IODevice(vfs::File(at(dir / "fifo"), host())).read(buffer), 0u);
-    EXPECT_EQ(failure([&] { vfs::IODevice{vfs::File(at(dir / "folder"), host())}; }), -10);
-    EXPECT_EQ(failure([&] { vfs::IODevice{vfs::File(at(dir / "missing"), host())}; }), -1);
+    EXPECT_EQ(vfs::IODevice(fileAt(dir / "fifo")).read(buffer), 0u);
+    EXPECT_EQ(failure([&] { vfs::IODevice{fileAt(dir / "folder")}; }), -10);
+    EXPECT_EQ(failure([&] { vfs::IODevice{fileAt(dir / "missing")}; }), -1);
 }
 
 TEST_F(Storage, ExtendedAttributesOfTheUserNamespace) {
@@ -136,19 +131,19 @@ TEST_F(Storage, ExtendedAttributesOfTheUserNamespace) {
     ASSERT_EQ(::setxattr(file.c_str(), "user.empty", "", 0, 0), 0);
     ASSERT_EQ(::setxattr(file.c_str(), "trusted.hidden", "x", 1, 0), 0);
     for (const char* name : {"file", "linkFile"}) {
-        const auto attributes = vfs::File(at(dir / name), host()).getExtendedAttributes();
+        const auto attributes = fileAt(dir / name).getExtendedAttributes();
         EXPECT_THAT(attributes.all(),
                     ElementsAre(std::pair{"empty", ""}, std::pair{"http.contentType", "text/csv"}));
         EXPECT_EQ(attributes.getOptAttributeAs<std::string>("http.contentType"),
                   std::string("text/csv"));
         EXPECT_FALSE(attributes.getOptAttributeAs<int>("http.contentType"));
     }
-    EXPECT_TRUE(vfs::File(at(dir / "folder"), host()).getExtendedAttributes().all().empty());
-    EXPECT_EQ(failure([&] { vfs::File(at(dir / "missing"), host()).getExtendedAttributes(); }), -1);
+    EXPECT_TRUE(fileAt(dir / "folder").getExtendedAttributes().all().empty());
+    EXPECT_EQ(failure([&] { fileAt(dir / "missing").getExtendedAttributes(); }), -1);
 }
 
 TEST_F(Storage, FilesAndFoldersMadeAndListed) {
-    const vfs::Folder folder(at(dir / "folder"), host());
+    const vfs::Folder folder = folderAt(dir / "folder");
     for (const char* name : {"a.txt", "b.csv", "c d.txt", "?x"})
         EXPECT_EQ(failure([&] { vfs::File(folder, u(name)).createFile(); }), 100) << name;
     EXPECT_EQ(failure([&] { vfs::File(folder, u"a.txt").createFile(); }), -3);
@@ -159,8 +154,8 @@ TEST_F(Storage, FilesAndFoldersMadeAndListed) {
     EXPECT_THAT(folder.listAll(u"*x*"), ElementsAre(u"?x", u"a.txt", u"c d.txt"));
     vfs::File(folder, u"b.csv").removeFile();
     EXPECT_EQ(failure([&] { vfs::File(folder, u"b.csv").removeFile(); }), -1);
-    EXPECT_EQ(failure([&] { vfs::Folder(at(dir / "file"), host()).listAll(u""); }), -4);
-    EXPECT_EQ(failure([&] { vfs::Folder(at(dir / "missing"), host()).listAll(u""); }), -1);
+    EXPECT_EQ(failure([&] { folderAt(dir / "file").listAll(u""); }), -4);
+    EXPECT_EQ(failure([&] { folderAt(dir / "missing").listAll(u""); }), -1);
 
     // A chain made at once; what is there already is kept; what stands in the way fails.
     const struct {
@@ -169,11 +164,10 @@ TEST_F(Storage, FilesAndFoldersMadeAndListed) {
     } folders[] = {{"new/a/b/c", 100}, {"new/a", 100},   {"linkFolder/x/y", 100},
                    {"file", -3},       {"file/x/y", -4}, {"dangling", -3}};
     for (const auto& f : folders)
-        EXPECT_EQ(failure([&] { vfs::Folder(at(dir / f.name), host()).createFolderRecursive(); }),
-                  f.result)
+        EXPECT_EQ(failure([&] { folderAt(dir / f.name).createFolderRecursive(); }), f.result)
             << f.name;
-    EXPECT_EQ(vfs::exists(at(dir / "new/a/b/c"), host()), vfs::existence::folder);
-    EXPECT_EQ(vfs::exists(at(dir / "folder/x/y"), host()), vfs::existence::folder);
+    EXPECT_EQ(vfs::exists(iriOf(dir / "new/a/b/c"), host), vfs::existence::folder);
+    EXPECT_EQ(vfs::exists(iriOf(dir / "folder/x/y"), host), vfs::existence::folder);
 }
 
 // A provider that implements only the look, and says no more than "nothing" about anything.
@@ -194,14 +188,14 @@ TEST(StorageSystem, ProvidersByScheme) {
     EXPECT_THAT(system->schemes(), ElementsAre("file", "mem"));
     EXPECT_EQ(system->findProvider("file"), faulty);
     EXPECT_EQ(system->findProvider("http"), nullptr);
-    EXPECT_EQ(outcome([&] { return vfs::exists(at("/"), storage); }), -8);
-    EXPECT_EQ(outcome([&] { return vfs::exists(at("http://h/"), storage); }), -11);
+    EXPECT_EQ(outcome([&] { return vfs::exists(iriOf("/"), storage); }), -8);
+    EXPECT_EQ(outcome([&] { return vfs::exists(iriOf("http://h/"), storage); }), -11);
     // A bare "nothing" is "not found"; what a provider does not implement is unsupported.
     system->addProvider(std::make_shared<LookOnlyProvider>());
-    EXPECT_EQ(outcome([&] { return vfs::exists(at("mem://h/x"), storage); }), 2);
-    EXPECT_EQ(outcome([&] { return vfs::existsExtended(at("mem://h/x"), storage); }), -1);
-    EXPECT_EQ(failure([&] { vfs::File(at("mem://h/x"), storage).createFile(); }), -11);
-    EXPECT_EQ(failure([&] { vfs::Folder(at("mem://h/x/y"), storage).createFolderRecursive(); }),
+    EXPECT_EQ(outcome([&] { return vfs::exists(iriOf("mem://h/x"), storage); }), 2);
+    EXPECT_EQ(outcome([&] { return vfs::existsExtended(iriOf("mem://h/x"), storage); }), -1);
+    EXPECT_EQ(failure([&] { vfs::File(iriOf("mem://h/x"), storage).createFile(); }), -11);
+    EXPECT_EQ(failure([&] { vfs::Folder(iriOf("mem://h/x/y"), storage).createFolderRecursive(); }),
               -11);
     EXPECT_THROW(vfs::StorageSystemReference(nullptr),
                  foundation::core::except::IInternalException);

@@ -8,7 +8,11 @@
 #include <Quarrow/VexaStorageSystem.hpp>
 #include <foundation/storage/provider/StorageProvider.hpp>
 #include <foundation/storage/vfs/Exception.hpp>
+#include <foundation/storage/vfs/File.hpp>
+#include <foundation/storage/vfs/Folder.hpp>
 #include <virtualfileio/ExceptionContextHandler.hpp>
+
+#include <fl/i18n.hpp>
 
 #include <gtest/gtest.h>
 
@@ -24,6 +28,21 @@ namespace vexa::testing {
 
 namespace provider = foundation::storage::provider;
 namespace vfs = foundation::storage::vfs;
+
+// The host's storage system as the library finds it, and items in it named by IRI text or
+// an absolute native path, written as UTF-8.
+inline vfs::StorageSystemReference hostStorage() {
+    return Quarrow::VexaStorageSystem::GetStorageSystemReference();
+}
+inline vfs::AbsoluteIRI iriOf(const std::string& text) {
+    return vfs::AbsoluteIRI(fl::i18n::to_ustring(text));
+}
+inline vfs::File fileAt(const std::string& text) {
+    return vfs::File(iriOf(text), hostStorage());
+}
+inline vfs::Folder folderAt(const std::string& text) {
+    return vfs::Folder(iriOf(text), hostStorage());
+}
 
 class FaultyProvider : public provider::StorageProvider {
 public:
@@ -124,7 +143,7 @@ class ScopedStorageSystem {
 public:
     explicit ScopedStorageSystem(
         std::vector<std::shared_ptr<const provider::StorageProvider>> replacements)
-        : previous_(Quarrow::VexaStorageSystem::GetStorageSystemReference()) {
+        : previous_(hostStorage()) {
         auto system = std::make_shared<vfs::StorageSystem>();
         for (const std::string& scheme : previous_->schemes())
             system->addProvider(previous_->findProvider(scheme));
@@ -138,7 +157,7 @@ public:
 
     // The real provider of a scheme, to wrap.
     static std::shared_ptr<const provider::StorageProvider> real(const std::string& scheme) {
-        return Quarrow::VexaStorageSystem::GetStorageSystemReference()->findProvider(scheme);
+        return hostStorage()->findProvider(scheme);
     }
 
 private:

@@ -120,9 +120,9 @@ TEST(Threads, NotificationsFromManyThreadsAreAllCounted) {
 TEST(Threads, StorageQueriesWhileTheStorageSystemChanges) {
     const vexa::testing::TempDir dir;
     dir.make({"file", "dangling -> missing"});
-    const vfs::AbsoluteIRI file(fl::i18n::to_ustring(dir / "file"));
-    const vfs::AbsoluteIRI dangling(fl::i18n::to_ustring(dir / "dangling"));
-    const auto original = Quarrow::VexaStorageSystem::GetStorageSystemReference();
+    const vfs::AbsoluteIRI file = vexa::testing::iriOf(dir / "file");
+    const vfs::AbsoluteIRI dangling = vexa::testing::iriOf(dir / "dangling");
+    const auto original = vexa::testing::hostStorage();
     std::atomic<int> wrong = 0;
     onThreads([&](int i) {
         for (int round = 0; round < 50; ++round) {
@@ -148,8 +148,7 @@ TEST(Threads, FoldersListedAndClaimedWhilePackagesAreAdded) {
     const vexa::testing::TempDir dir;
     dir.make({"pkg/", "pkg/sub/", "pkg/sub/a.m"});
     const vexa::testing::ScopedPackageRegistry scoped(true);
-    const vfs::Folder sub(vfs::AbsoluteIRI(fl::i18n::to_ustring(dir / "pkg/sub")),
-                          Quarrow::VexaStorageSystem::GetStorageSystemReference());
+    const vfs::Folder sub = vexa::testing::folderAt(dir / "pkg/sub");
     std::atomic<int> wrong = 0;
     onThreads([&](int i) {
         for (int round = 0; round < 20; ++round) {
@@ -173,8 +172,7 @@ TEST(Threads, FoldersListedAndClaimedWhilePackagesAreAdded) {
 TEST(Threads, RemoteLooksKeepOneConnectionPerThread) {
     const vexa::testing::RemoteStorage remote;
     const auto connection = [&] {
-        vfs::IODevice body(vfs::File(vfs::AbsoluteIRI(remote.url("/connection")),
-                                     Quarrow::VexaStorageSystem::GetStorageSystemReference()));
+        vfs::IODevice body(vexa::testing::fileAt(remote.server().url("/connection")));
         char number[32];
         return std::string(number, body.read(number));
     };
