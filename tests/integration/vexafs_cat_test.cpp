@@ -11,6 +11,7 @@
 namespace {
 
 using ::testing::HasSubstr;
+using vexa::testing::refused;
 using vexa::testing::TempDir;
 
 std::string contentOf(const std::string& path) {
@@ -35,12 +36,10 @@ TEST(VexafsCat, CopiesEveryByteOrLeavesTheOutputAlone) {
     const vexa::testing::VexafsRun runs[] = {
         {{"cat", dir / "data.bin"}, 0, binary},
         {{"cat", "file://" + dir / "data.bin", "--output", dir / "copy"}, 0, ""},
-        {{"cat", dir / "missing", "-o", dir / "kept"},
-         1,
-         "",
-         HasSubstr("Identifier: VEXA:virtualfilesystem:resourceNotFound")},
-        {{"cat", dir / "folder", "-o", dir / "kept"}, 1, "", HasSubstr("Identifier: VEXA:")},
-        {{"cat", dir / "data.bin", "-o", dir / "no/such/folder/x"}, 1, "", HasSubstr("Error: ")},
+        refused({"cat", dir / "missing", "-o", dir / "kept"},
+                HasSubstr("Identifier: VEXA:virtualfilesystem:resourceNotFound")),
+        refused({"cat", dir / "folder", "-o", dir / "kept"}, HasSubstr("Identifier: VEXA:")),
+        refused({"cat", dir / "data.bin", "-o", dir / "no/such/folder/x"}, HasSubstr("Error: ")),
     };
     vexa::testing::expectRuns(runs);
     EXPECT_EQ(contentOf(dir / "copy"), binary);
@@ -62,14 +61,10 @@ TEST(VexafsCat, StreamsWebBodies) {
         {{"cat", "--ca-file", server.caFile(), server.secureUrl("/hop/1"), "-o", dir / "notes"},
          0,
          ""},
-        {{"cat", server.url("/cut.bin"), "-o", dir / "kept"},
-         1,
-         "",
-         HasSubstr("Identifier: VEXA:virtualfilesystem:ioError\nReason: transfer closed")},
-        {{"cat", server.url("/status/404"), "-o", dir / "kept"},
-         1,
-         "",
-         HasSubstr("Identifier: VEXA:virtualfilesystem:resourceNotFound\nReason: HTTP 404")},
+        refused({"cat", server.url("/cut.bin"), "-o", dir / "kept"},
+                HasSubstr("Identifier: VEXA:virtualfilesystem:ioError\nReason: transfer closed")),
+        refused({"cat", server.url("/status/404"), "-o", dir / "kept"},
+                HasSubstr("Identifier: VEXA:virtualfilesystem:resourceNotFound\nReason: HTTP 404")),
     };
     vexa::testing::expectRuns(runs);
     EXPECT_EQ(contentOf(dir / "notes"), "hello\n");

@@ -8,6 +8,7 @@
 namespace {
 
 using ::testing::HasSubstr;
+using vexa::testing::refused;
 using vexa::testing::TempDir;
 
 // Each item's type and word; a dangling link is a link, a missing item nothing.
@@ -35,7 +36,7 @@ TEST(VexafsExist, TellsEachKindOfItem) {
         {args, 0, json + "\n]\n"},
         {{"exist", "file://" + dir / "folder/"}, 0, HasSubstr("  type: 2\n  kind: folder\n")},
         {{"exist", "file://elsewhere/x"}, 0, HasSubstr("kind: nothing")},
-        {{"exist", "http://[::1/x"}, 1, "", HasSubstr("Error: cannot make")},
+        refused({"exist", "http://[::1/x"}, HasSubstr("Error: cannot make")),
     };
     vexa::testing::expectRuns(runs);
 }
@@ -47,10 +48,8 @@ TEST(VexafsMkparent, MakesTheMissingChain) {
     const vexa::testing::VexafsRun runs[] = {
         {{"mkparent", dir / "a/b/c.txt"}, 0, dir / "a/b/c.txt\n  parent: file://" + dir / "a/b/\n"},
         {{"mkparent", dir / "file/x"}, 0, HasSubstr("parent: file://")}, // a file is left be
-        {{"mkparent", dir / "file/x/y"},
-         1,
-         "",
-         HasSubstr("Identifier: VEXA:virtualfilesystem:resourceNotFound")},
+        refused({"mkparent", dir / "file/x/y"},
+                HasSubstr("Identifier: VEXA:virtualfilesystem:resourceNotFound")),
     };
     vexa::testing::expectRuns(runs);
     EXPECT_TRUE(std::filesystem::is_directory(dir / "a/b"));

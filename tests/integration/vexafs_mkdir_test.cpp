@@ -14,6 +14,7 @@ namespace {
 namespace fs = std::filesystem;
 using ::testing::AllOf;
 using ::testing::HasSubstr;
+using vexa::testing::refused;
 using vexa::testing::TempDir;
 using vexa::testing::vexafs;
 
@@ -49,20 +50,15 @@ TEST_F(VexafsMkdir, ResultsByNargout) {
          "[\n {\"input\": \"" + tooLong + "\", \"status\": false, \"message\": \"The path is " +
              "longer than the maximum allowed length.\", \"identifier\": "
              "\"VEXA:FILE:PATHMAX\"}\n]\n"},
-        {{"mkdir", below + "/deeper"},
-         1,
-         "",
-         HasSubstr("Identifier: VEXA:virtualfilesystem:resourceNotFound")},
-        {{"mkdir", dir / "file"},
-         1,
-         "",
-         HasSubstr("Identifier: VEXA:virtualfilesystem:resourceAlreadyExists")},
-        {{"mkdir", ""}, 1, "", HasSubstr("Identifier: VEXA:virtualfilesystem:resourceNotFound")},
+        refused({"mkdir", below + "/deeper"},
+                HasSubstr("Identifier: VEXA:virtualfilesystem:resourceNotFound")),
+        refused({"mkdir", dir / "file"},
+                HasSubstr("Identifier: VEXA:virtualfilesystem:resourceAlreadyExists")),
+        refused({"mkdir", ""}, HasSubstr("Identifier: VEXA:virtualfilesystem:resourceNotFound")),
         // A name too long for the system: the system's own text.
-        {{"mkdir", dir / std::string(300, 'n')},
-         1,
-         "",
-         AllOf(HasSubstr("File name too long"), HasSubstr("Identifier: VEXA:FileManip:OSError"))},
+        refused({"mkdir", dir / std::string(300, 'n')},
+                AllOf(HasSubstr("File name too long"),
+                      HasSubstr("Identifier: VEXA:FileManip:OSError"))),
     };
     vexa::testing::expectRuns(runs);
     EXPECT_TRUE(fs::is_regular_file(dir / "file"));

@@ -16,6 +16,7 @@ namespace {
 
 using ::testing::ContainsRegex;
 using ::testing::HasSubstr;
+using vexa::testing::refused;
 using vexa::testing::TempDir;
 
 // The record of one name, with attributes when `attributes` is given as "readable,
@@ -88,11 +89,9 @@ TEST(VexafsResolve, NamesAsTheHostResolvesThem) {
          0,
          shown("dangling", d + "/lib/dangling", "file")},
         // A link shown as itself that leads nowhere has no attributes to read.
-        {{"resolve", "--attributes", "dangling"},
-         1,
-         "",
-         HasSubstr("Identifier: VEXA:virtualfilesystem:ioError")},
-        {{"resolve", "http://[::1/x"}, 1, "", HasSubstr("Error: cannot make 'http://[::1/x'")},
+        refused({"resolve", "--attributes", "dangling"},
+                HasSubstr("Identifier: VEXA:virtualfilesystem:ioError")),
+        refused({"resolve", "http://[::1/x"}, HasSubstr("Error: cannot make 'http://[::1/x'")),
     };
     vexa::testing::expectRuns(runs);
 }
@@ -115,11 +114,9 @@ TEST(VexafsResolve, WebAddresses) {
          0,
          shown(server.secureUrl("/files/sub/"), server.secureUrl("/files/sub/"), "folder") +
              shown(server.url("/status/404"), "", "nothing")},
-        {{"resolve", file}, 1, "", HasSubstr("Reason: SSL certificate problem")},
-        {{"resolve", server.url("/status/500")},
-         1,
-         "",
-         HasSubstr("Identifier: VEXA:virtualfilesystem:ioError\nReason: HTTP 500\n")},
+        refused({"resolve", file}, HasSubstr("Reason: SSL certificate problem")),
+        refused({"resolve", server.url("/status/500")},
+                HasSubstr("Identifier: VEXA:virtualfilesystem:ioError\nReason: HTTP 500\n")),
         {{"resolve", "--ca-file", "/nonexistent.pem", file},
          ::testing::Ne(0),
          "",
