@@ -68,10 +68,23 @@ const Zone zones[] = {
     {"<-03>3", pt::hours(-3), pt::time_from_string("2021-03-04 02:06:07.123456")},
 };
 
-bool isNearNow(const pt::ptime& time, pt::time_duration shift) {
-    const pt::ptime expected = pt::second_clock::universal_time() + shift;
-    // time(2), behind second_clock, may lag a clock tick behind the file system's clock.
-    return time >= expected - pt::seconds(3) && time <= expected + pt::seconds(2);
+// Stand for the time of the call, in local time (`offset` being local minus UTC), and for
+// that converted to local time a second time.
+const pt::ptime now = pt::not_a_date_time;
+const pt::ptime nowTwice = pt::ptime(pt::pos_infin);
+
+void expectAttributes(core::PathAttributes got, const core::PathAttributes& expected,
+                      pt::time_duration offset) {
+    if (expected.lastModified.is_special()) {
+        const pt::ptime time = pt::second_clock::universal_time() +
+                               (expected.lastModified.is_not_a_date_time() ? offset : offset * 2);
+        // time(2), behind second_clock, may lag a clock tick behind the file system's clock.
+        EXPECT_TRUE(got.lastModified >= time - pt::seconds(3) &&
+                    got.lastModified <= time + pt::seconds(2))
+            << got.lastModified;
+        got.lastModified = expected.lastModified;
+    }
+    EXPECT_EQ(got, expected);
 }
 
 // Real items, in a zone away from UTC. A folder's write probe changes the folder, so its
@@ -84,7 +97,6 @@ TEST(GetAttributes, RealItems) {
     ASSERT_EQ(::truncate((dir / "file").c_str(), 5), 0);
     setModified(dir / "file", someSecond, someNanoseconds);
     setModified(dir / "fifo", someSecond, someNanoseconds);
-    const pt::ptime now = pt::not_a_date_time; // stands for "the time of the call"
     const struct {
         std::string name;
         bool folder;
@@ -102,16 +114,12 @@ TEST(GetAttributes, RealItems) {
         // The path argument is never read: any text gives the same record.
         for (const fl::ustring& path :
              {u(dir / c.name), fl::ustring(), fl::ustring(u"/elsewhere")}) {
+            SCOPED_TRACE(c.name);
             core::PathAttributes got = core::getAttributes(item, path);
-            if (c.expected.lastModified.is_special()) {
-                EXPECT_TRUE(isNearNow(got.lastModified, zone.offset))
-                    << c.name << " " << got.lastModified;
-                got.lastModified = c.expected.lastModified;
-            }
             if (c.name == "folder" && !c.folder)
                 got.size = c.expected.size; // the file system's own figure
-            EXPECT_EQ(got, c.expected) << c.name;
-            EXPECT_EQ(entriesOf(dir / "folder").size(), 0u) << "probe file left by " << c.name;
+            expectAttributes(got, c.expected, zone.offset);
+            EXPECT_EQ(entriesOf(dir / "folder").size(), 0u) << "probe file left";
         }
     }
 }
@@ -165,8 +173,6 @@ TEST(GetAttributes, StorageFaults) {
     const Zone& zone = zones[1];
     const vexa::testing::ScopedTimeZone inZone(zone.tz);
     const pt::ptime real = zone.someSecondThere;
-    const pt::ptime now = pt::not_a_date_time;           // the current time, shifted once
-    const pt::ptime nowTwice = pt::ptime(pt::pos_infin); // ... and shifted twice
     const struct {
         bool folder;
         Op operation;
@@ -185,8 +191,8 @@ TEST(GetAttributes, StorageFaults) {
         {false, Op::Attributes, 9, 3, {true, true, real, 0}, -1, 0},
     };
     for (const auto& c : cases) {
-        const std::string what = std::to_string(static_cast<int>(c.operation)) + " call " +
-                                 std::to_string(c.onlyCall) + (c.folder ? " folder" : " file");
+        SCOPED_TRACE(std::to_string(static_cast<int>(c.operation)) + " call " +
+                     std::to_string(c.onlyCall) + (c.folder ? " folder" : " file"));
         TempDir dir;
         dir.make({"folder/", "folder/file"});
         ASSERT_EQ(::truncate((dir / "folder/file").c_str(), 5), 0);
@@ -197,22 +203,16 @@ TEST(GetAttributes, StorageFaults) {
             {vexa::testing::faultyFiles(c.operation, c.code, c.onlyCall)});
         ExceptionContextHandler::ClearPendingContext();
         try {
-            core::PathAttributes got = core::getAttributes(itemAt(path, c.folder), {});
-            EXPECT_EQ(c.thrown, -1) << what;
-            EXPECT_FALSE(ExceptionContextHandler::PendingContext()) << what;
-            if (c.expected.lastModified.is_special()) {
-                const auto shift =
-                    c.expected.lastModified.is_not_a_date_time() ? zone.offset : zone.offset * 2;
-                EXPECT_TRUE(isNearNow(got.lastModified, shift)) << what << " " << got.lastModified;
-                got.lastModified = c.expected.lastModified;
-            }
-            EXPECT_EQ(got, c.expected) << what;
+            const core::PathAttributes got = core::getAttributes(itemAt(path, c.folder), {});
+            EXPECT_EQ(c.thrown, -1);
+            EXPECT_FALSE(ExceptionContextHandler::PendingContext());
+            expectAttributes(got, c.expected, zone.offset);
         } catch (const vfs::Exception& error) {
-            EXPECT_EQ(error.getErrorCode(), c.thrown) << what;
+            EXPECT_EQ(error.getErrorCode(), c.thrown);
         }
         std::vector<std::string> files = entriesOf(dir / "folder");
         std::erase(files, "file");
-        ASSERT_EQ(files.size(), c.left) << what;
+        ASSERT_EQ(files.size(), c.left);
         // A file left behind is named by a random (version-4) UUID and nothing else.
         static const std::regex uuid4("[0-9a-f]{8}-[0-9a-f]{4}-4[0-9a-f]{3}-[89ab][0-9a-f]{3}-"
                                       "[0-9a-f]{12}");
@@ -244,10 +244,9 @@ TEST(GetAttributes, TimesInLocalTime) {
             << zone.tz;
         EXPECT_THROW(core::getAttributes(itemAt(dir / "old", true), {}), std::out_of_range)
             << zone.tz;
-        const auto old = core::getAttributes(itemAt(dir / "old.txt", false), {});
-        EXPECT_TRUE(isNearNow(old.lastModified, zone.offset * 2))
-            << zone.tz << " " << old.lastModified;
-        EXPECT_TRUE(old.readable && old.writable && old.size == 1) << zone.tz;
+        SCOPED_TRACE(zone.tz);
+        expectAttributes(core::getAttributes(itemAt(dir / "old.txt", false), {}),
+                         {true, true, nowTwice, 1}, zone.offset);
     }
 }
 
@@ -258,7 +257,6 @@ TEST(GetAttributes, RemoteItems) {
     const Zone& zone = zones[0];
     const vexa::testing::ScopedTimeZone inZone(zone.tz);
     const vexa::testing::RemoteStorage remote;
-    const auto storage = Quarrow::VexaStorageSystem::GetStorageSystemReference();
     const pt::ptime serverDate = pt::not_a_date_time,
                     someSecondThere = zone.someSecondThere - pt::microseconds(123456);
     const struct {
@@ -273,21 +271,13 @@ TEST(GetAttributes, RemoteItems) {
     };
     for (const auto& c : cases)
         for (const fl::ustring& text : {remote.url(c.path), remote.secureUrl(c.path)}) {
-            const vfs::AbsoluteIRI location(text);
-            const Item item = c.folder ? Item(vfs::Folder(location, storage))
-                                       : Item(vfs::File(location, storage));
-            core::PathAttributes got = core::getAttributes(item, text);
-            if (c.expected.lastModified.is_special()) {
-                EXPECT_TRUE(isNearNow(got.lastModified, zone.offset))
-                    << c.path << " " << got.lastModified;
-                got.lastModified = c.expected.lastModified;
-            }
-            EXPECT_EQ(got, c.expected) << vexa::testing::utf8(text);
+            SCOPED_TRACE(vexa::testing::utf8(text));
+            expectAttributes(core::getAttributes(itemAt(vexa::testing::utf8(text), c.folder), text),
+                             c.expected, zone.offset);
         }
     EXPECT_FALSE(ExceptionContextHandler::PendingContext());
-    EXPECT_THROW(
-        core::getAttributes(vfs::File(vfs::AbsoluteIRI(remote.url("/status/404")), storage), {}),
-        vfs::Exception);
+    EXPECT_THROW(core::getAttributes(itemAt(remote.server().url("/status/404"), false), {}),
+                 vfs::Exception);
     ExceptionContextHandler::ClearPendingContext();
 }
 
