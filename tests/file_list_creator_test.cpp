@@ -47,10 +47,7 @@ Names addFiles(const std::string& pattern, bool recursive, const std::string& ro
     core::FileListCreator creator;
     creator.AddFiles(u(pattern), boost::none, false, recursive, false);
     EXPECT_TRUE(creator.GetIRIList().empty());
-    Names names;
-    for (const auto& name : creator.GetNameList())
-        names.push_back(utf8(name));
-    return below(root, names);
+    return below(root, utf8(creator.GetNameList()));
 }
 
 Names addToList(const std::string& pattern, bool recursive, const std::string& root) {
@@ -192,13 +189,7 @@ TEST_F(Creator, IRIsInStepWithTheNames) {
     const vexa::testing::ScopedStorageSystem storage({odd});
     core::FileListCreator placeholder;
     placeholder.AddFiles(u(root + "/tree/a*"), boost::none, true, true, false);
-    EXPECT_THAT(below(root,
-                      [&] {
-                          Names listed;
-                          for (const auto& name : placeholder.GetNameList())
-                              listed.push_back(utf8(name));
-                          return listed;
-                      }()),
+    EXPECT_THAT(below(root, utf8(placeholder.GetNameList())),
                 ElementsAre(std::string("tree/a\0b", 8), "tree/a.txt"));
     ASSERT_EQ(placeholder.GetIRIList().size(), 2u);
     EXPECT_EQ(placeholder.GetIRIList()[0].toString(), u"dummyscheme:///dummyIRI");
