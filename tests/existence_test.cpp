@@ -18,6 +18,7 @@ namespace {
 namespace core = vexa::io::filesystem::core;
 using foundation::storage::provider::ExistenceTypeExtended;
 using vexa::testing::faultyFiles;
+using vexa::testing::Providers;
 using vexa::testing::ScopedStorageSystem;
 using vexa::testing::TempDir;
 using vexa::testing::u;
@@ -122,12 +123,8 @@ TEST(GetExtendedExistenceType, EarlierPendingFailureSurvivesAnAnswer) {
     dir.make({"dangling -> missing"});
     // A missing item answered from the look; a link whose look failed, found by the probe.
     for (const bool faulty : {false, true}) {
-        const ScopedStorageSystem storage(
-            faulty
-                ? std::vector<
-                      std::shared_ptr<const vexa::testing::provider::StorageProvider>>{faultyFiles(
-                      Op::Probe, vfs::IOError)}
-                : std::vector<std::shared_ptr<const vexa::testing::provider::StorageProvider>>{});
+        const ScopedStorageSystem storage(faulty ? Providers{faultyFiles(Op::Probe, vfs::IOError)}
+                                                 : Providers{});
         const std::string name = faulty ? "dangling" : "missing";
         ExceptionContextHandler::SetPendingContext(
             vfs::makeContext("earlier", u"/earlier", vfs::NoSpaceLeft));

@@ -546,10 +546,9 @@ TEST(NormalizeURL, Rewrites) {
 TEST(HasIRIPrefix, SchemesWithAProviderOnly) {
     // http and https count once a provider serves them, as any scheme.
     for (const bool served : {false, true}) {
-        using Providers =
-            std::vector<std::shared_ptr<const vexa::testing::provider::StorageProvider>>;
         const vexa::testing::ScopedStorageSystem storage(
-            served ? Providers{vexa::testing::servedSchemes({"http", "https"})} : Providers{});
+            served ? vexa::testing::Providers{vexa::testing::servedSchemes({"http", "https"})}
+                   : vexa::testing::Providers{});
         const std::pair<const char16_t*, bool> cases[] = {
             {u"file:///x", true},  {u"FILE://h", true},
             {u"HTTP://h", served}, {u"Https://h/a", served},

@@ -137,13 +137,13 @@ private:
     std::vector<provider::FolderEntry> extraNames_;
 };
 
+using Providers = std::vector<std::shared_ptr<const provider::StorageProvider>>;
+
 // A storage system of its own for one test: the host's providers, with `replacements`
 // added over them; the host's system comes back when the test ends.
 class ScopedStorageSystem {
 public:
-    explicit ScopedStorageSystem(
-        std::vector<std::shared_ptr<const provider::StorageProvider>> replacements)
-        : previous_(hostStorage()) {
+    explicit ScopedStorageSystem(Providers replacements) : previous_(hostStorage()) {
         auto system = std::make_shared<vfs::StorageSystem>();
         for (const std::string& scheme : previous_->schemes())
             system->addProvider(previous_->findProvider(scheme));
