@@ -5,7 +5,6 @@
 #include "TempDir.hpp"
 #include "Text.hpp"
 
-#include <fl/i18n.hpp>
 #include <foundation/network/IRI.hpp>
 #include <foundation/storage/vfs/AbsoluteIRI.hpp>
 

@@ -1,7 +1,5 @@
 #include <vexa/io/filesystem/core/attributes.hpp>
 
-#include <Quarrow/VexaStorageSystem.hpp>
-#include <foundation/storage/vfs/AbsoluteIRI.hpp>
 #include <virtualfileio/ExceptionContextHandler.hpp>
 
 #include "RemoteStorage.hpp"

@@ -8,7 +8,6 @@
 #include <boost/exception_ptr.hpp>
 
 #include <memory>
-#include <typeinfo>
 
 namespace {
 

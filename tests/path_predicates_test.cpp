@@ -3,7 +3,6 @@
 #include "TempDir.hpp"
 #include "Text.hpp"
 
-#include <fl/i18n.hpp>
 #include <foundation/storage/vfs/AbsoluteIRI.hpp>
 
 #include <gtest/gtest.h>

@@ -1,6 +1,5 @@
 #include <fl/filesystem.hpp>
 #include <fl/filesystemSharedFcns.hpp>
-#include <fl/i18n.hpp>
 #include <foundation/storage/vfs/Exception.hpp>
 
 #include "CurrentFolder.hpp"

@@ -21,7 +21,6 @@
 #include <map>
 #include <memory>
 #include <tuple>
-#include <variant>
 
 namespace {
 

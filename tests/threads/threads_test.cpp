@@ -13,7 +13,6 @@
 #include <foundation/storage/vfs/AbsoluteIRI.hpp>
 #include <foundation/storage/vfs/Exception.hpp>
 #include <foundation/storage/vfs/IODevice.hpp>
-#include <host/HostArray.hpp>
 #include <virtualfileio/ExceptionContextHandler.hpp>
 
 #include "HostState.hpp"
@@ -28,7 +27,6 @@
 #include <atomic>
 #include <barrier>
 #include <set>
-#include <thread>
 #include <vector>
 
 namespace {
