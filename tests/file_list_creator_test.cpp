@@ -77,14 +77,12 @@ protected:
 TEST_F(Creator, BothAddersOverTheSamePatterns) {
     const Names tree = {"tree/a.txt", "tree/b", "tree/lnk", "tree/z.txt"};
     const Names content = {"tree/b/c.txt", "tree/b/d/e.txt", "tree/b/d", "tree/b"};
-    const Names linked = {"tree/lnk/c.txt", "tree/lnk/d/e.txt", "tree/lnk/d", "tree/lnk"};
-    Names treeDeep = {"tree/a.txt"}, treeListed = {"tree/a.txt"}; // post-order
-    treeDeep.insert(treeDeep.end(), content.begin(), content.end());
-    treeDeep.insert(treeDeep.end(), linked.begin(), linked.end());
-    treeListed.insert(treeListed.end(), content.begin(), content.end());
-    for (Names* names : {&treeDeep, &treeListed})
-        names->push_back("tree/z.txt");
-    treeListed.insert(treeListed.end() - 1, "tree/lnk"); // a link is listed, not entered
+    // In post-order; AddToList lists a link, AddFiles enters it.
+    const Names treeDeep = {"tree/a.txt", "tree/b/c.txt",   "tree/b/d/e.txt",   "tree/b/d",
+                            "tree/b",     "tree/lnk/c.txt", "tree/lnk/d/e.txt", "tree/lnk/d",
+                            "tree/lnk",   "tree/z.txt"};
+    const Names treeListed = {"tree/a.txt", "tree/b/c.txt", "tree/b/d/e.txt", "tree/b/d",
+                              "tree/b",     "tree/lnk",     "tree/z.txt"};
     Names careNames;
     for (const std::string& name : care)
         careNames.push_back("care/" + name);
