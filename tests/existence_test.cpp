@@ -18,6 +18,7 @@ namespace {
 namespace core = vexa::io::filesystem::core;
 using foundation::storage::provider::ExistenceTypeExtended;
 using vexa::testing::faultyFiles;
+using vexa::testing::outcome;
 using vexa::testing::Providers;
 using vexa::testing::ScopedStorageSystem;
 using vexa::testing::TempDir;
@@ -49,23 +50,13 @@ TEST(ExistenceType, FileFolderAndLinkValues) {
     }
 }
 
-// The answer with and without throwOnError; a negative number is the code thrown. An
-// answer leaves nothing pending; a failure thrown keeps its contexts and stays pending for
-// the caller to report.
+// The answer with and without throwOnError; a negative number is the code thrown, whose
+// failure outcome checks is pending. An answer leaves nothing pending.
 int answer(const AbsoluteIRI& iri, bool throwOnError) {
     ExceptionContextHandler::ClearPendingContext();
-    try {
-        const int type = core::getExtendedExistenceType(iri, throwOnError);
-        EXPECT_FALSE(ExceptionContextHandler::PendingContext()) << "swallowed, still pending";
-        return type;
-    } catch (const vfs::Exception& error) {
-        const auto pending = ExceptionContextHandler::PendingContext();
-        EXPECT_FALSE(error.getContexts().empty());
-        EXPECT_TRUE(pending &&
-                    pending->message().name() == vfs::errorMessageName(error.getErrorCode()));
-        ExceptionContextHandler::ClearPendingContext();
-        return -error.getErrorCode();
-    }
+    const int type = outcome([&] { return core::getExtendedExistenceType(iri, throwOnError); });
+    EXPECT_FALSE(ExceptionContextHandler::PendingContext()) << "swallowed, still pending";
+    return type;
 }
 
 TEST(GetExtendedExistenceType, RealItems) {
