@@ -93,24 +93,40 @@ TEST_F(Storage, RefusedLookIsPermissionDenied) {
     }));
 }
 
+// A file's attributes, its extended attributes (those of the user namespace only) and its
+// content, also through a link.
 TEST_F(Storage, FileAttributesAndContent) {
-    ASSERT_EQ(::truncate((dir / "file").c_str(), 5), 0);
+    const std::string file = dir / "file";
+    ASSERT_EQ(::truncate(file.c_str(), 5), 0);
     const timespec times[] = {{0, UTIME_OMIT}, {1614834367, 123456789}};
-    ASSERT_EQ(::utimensat(AT_FDCWD, (dir / "file").c_str(), times, 0), 0);
+    ASSERT_EQ(::utimensat(AT_FDCWD, file.c_str(), times, 0), 0);
+    ASSERT_EQ(::setxattr(file.c_str(), "user.http.contentType", "text/csv", 8, 0), 0);
+    ASSERT_EQ(::setxattr(file.c_str(), "user.empty", "", 0, 0), 0);
+    ASSERT_EQ(::setxattr(file.c_str(), "trusted.hidden", "x", 1, 0), 0);
     const pt::ptime expected = pt::time_from_string("2021-03-04 05:06:07.123456");
     for (const char* name : {"file", "linkFile"}) {
+        SCOPED_TRACE(name);
         const auto attributes = fileAt(dir / name).getAttributes();
-        EXPECT_TRUE(attributes.isWritable()) << name;
-        EXPECT_EQ(attributes.getLastModified(), expected) << name;
-        EXPECT_EQ(attributes.getSize(), 5u) << name;
+        EXPECT_TRUE(attributes.isWritable());
+        EXPECT_EQ(attributes.getLastModified(), expected);
+        EXPECT_EQ(attributes.getSize(), 5u);
+        const auto extended = fileAt(dir / name).getExtendedAttributes();
+        EXPECT_THAT(extended.all(),
+                    ElementsAre(std::pair{"empty", ""}, std::pair{"http.contentType", "text/csv"}));
+        EXPECT_EQ(extended.getOptAttributeAs<std::string>("http.contentType"),
+                  std::string("text/csv"));
+        EXPECT_FALSE(extended.getOptAttributeAs<int>("http.contentType"));
     }
     EXPECT_EQ(folderAt(dir / "linkFolder").getAttributes().getLastModified(),
               folderAt(dir / "folder").getAttributes().getLastModified());
+    EXPECT_TRUE(fileAt(dir / "folder").getExtendedAttributes().all().empty());
     for (const auto& [name, code] : std::vector<std::pair<std::string, int>>{
              {"missing", -1}, {"dangling", -9}, {"loopA", -9}, {"file/x", -4}}) {
-        EXPECT_EQ(failure([&] { fileAt(dir / name).getAttributes(); }), code) << name;
-        EXPECT_EQ(failure([&] { folderAt(dir / name).getAttributes(); }), code) << name;
+        SCOPED_TRACE(name);
+        EXPECT_EQ(failure([&] { fileAt(dir / name).getAttributes(); }), code);
+        EXPECT_EQ(failure([&] { folderAt(dir / name).getAttributes(); }), code);
     }
+    EXPECT_EQ(failure([&] { fileAt(dir / "missing").getExtendedAttributes(); }), -1);
 
     std::vector<char> buffer(16);
     vfs::IODevice device{fileAt(dir / "file")};
@@ -120,23 +136,6 @@ TEST_F(Storage, FileAttributesAndContent) {
     EXPECT_EQ(vfs::IODevice(fileAt(dir / "fifo")).read(buffer), 0u);
     EXPECT_EQ(failure([&] { vfs::IODevice{fileAt(dir / "folder")}; }), -10);
     EXPECT_EQ(failure([&] { vfs::IODevice{fileAt(dir / "missing")}; }), -1);
-}
-
-TEST_F(Storage, ExtendedAttributesOfTheUserNamespace) {
-    const std::string file = dir / "file";
-    ASSERT_EQ(::setxattr(file.c_str(), "user.http.contentType", "text/csv", 8, 0), 0);
-    ASSERT_EQ(::setxattr(file.c_str(), "user.empty", "", 0, 0), 0);
-    ASSERT_EQ(::setxattr(file.c_str(), "trusted.hidden", "x", 1, 0), 0);
-    for (const char* name : {"file", "linkFile"}) {
-        const auto attributes = fileAt(dir / name).getExtendedAttributes();
-        EXPECT_THAT(attributes.all(),
-                    ElementsAre(std::pair{"empty", ""}, std::pair{"http.contentType", "text/csv"}));
-        EXPECT_EQ(attributes.getOptAttributeAs<std::string>("http.contentType"),
-                  std::string("text/csv"));
-        EXPECT_FALSE(attributes.getOptAttributeAs<int>("http.contentType"));
-    }
-    EXPECT_TRUE(fileAt(dir / "folder").getExtendedAttributes().all().empty());
-    EXPECT_EQ(failure([&] { fileAt(dir / "missing").getExtendedAttributes(); }), -1);
 }
 
 TEST_F(Storage, FilesAndFoldersMadeAndListed) {
