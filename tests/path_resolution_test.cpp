@@ -102,11 +102,8 @@ TEST_F(PathResolution, TextAndKind) {
         EXPECT_EQ(utf8(got.path), expected) << c.input << (c.standalone ? " stand-alone" : "");
         EXPECT_EQ(got.kind, c.kind) << c.input << (c.standalone ? " stand-alone" : "");
     }
-}
-
-// Nothing is thrown for an item the storage layer cannot look at, and its failure is not
-// left for a later report.
-TEST_F(PathResolution, StorageFailureIsNothingThere) {
+    // Nothing is thrown for an item the storage layer cannot look at, and its failure is not
+    // left for a later report.
     const vexa::testing::ScopedStorageSystem storage({vexa::testing::faultyFiles(
         vexa::testing::FaultyProvider::Operation::Probe, vexa::testing::vfs::PermissionDenied)});
     virtualfileio::ExceptionContextHandler::ClearPendingContext();
