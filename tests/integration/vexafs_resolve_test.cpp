@@ -38,9 +38,16 @@ std::string shown(const std::string& name, const std::string& path, const std::s
 }
 
 // A file, a folder, a link followed and not, a name found on the search path, in local time
-// to the microsecond; what is not there, and text that names nothing.
-TEST(VexafsResolve, NamesAsTheHostResolvesThem) {
+// to the microsecond; what is not there, and text that names nothing. Web addresses: the
+// server's size, time and kind over https with the run's certificate (as an option or from
+// the environment), refusals as nothing, and a failure with the server's or the network's
+// own words.
+TEST(VexafsResolve, NamesAndWebAddressesAsTheHostResolvesThem) {
     const vexa::testing::ScopedTimeZone inZone("<+0530>-5:30"); // for vexafs too
+    const vexa::testing::HttpServer server;
+    const std::string file = server.secureUrl("/files/a%20b%20%C3%BC.txt");
+    const std::string shownFile = server.secureUrl("/files/a%20b%20\xC3\xBC.txt");
+    const std::string caFile = server.caFile();
     TempDir dir;
     dir.makeItemsOfEveryKind();
     dir.make({"lib/", "lib/only.m", "lib/dangling", "caf\xE9"});
@@ -92,20 +99,6 @@ TEST(VexafsResolve, NamesAsTheHostResolvesThem) {
         refused({"resolve", "--attributes", "dangling"},
                 HasSubstr("Identifier: VEXA:virtualfilesystem:ioError")),
         refused({"resolve", "http://[::1/x"}, HasSubstr("Error: cannot make 'http://[::1/x'")),
-    };
-    vexa::testing::expectRuns(runs);
-}
-
-// Web addresses through the same command: the server's size, time and kind over https with
-// the run's certificate (as an option or from the environment), refusals as nothing, and a
-// failure with the server's or the network's own words.
-TEST(VexafsResolve, WebAddresses) {
-    const vexa::testing::ScopedTimeZone inZone("<+0530>-5:30");
-    const vexa::testing::HttpServer server;
-    const std::string file = server.secureUrl("/files/a%20b%20%C3%BC.txt");
-    const std::string shownFile = server.secureUrl("/files/a%20b%20\xC3\xBC.txt");
-    const std::string caFile = server.caFile();
-    const vexa::testing::VexafsRun runs[] = {
         {{"resolve", "--attributes", "--ca-file", caFile, file},
          0,
          shown(file, shownFile, "file", "yes,no,2021-03-04T10:36:07.000000,7")},
