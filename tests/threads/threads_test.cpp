@@ -37,15 +37,11 @@ using virtualfileio::ExceptionContextHandler;
 
 constexpr int threadCount = 16;
 
-template <class Body> void onThreads(Body body) {
-    vexa::testing::onThreads(threadCount, body);
-}
-
 // Must be the first use of the logger in this process: the test binary runs each test in
 // its own process under ctest.
 TEST(Threads, FirstUseOfTheLoggerFromManyThreadsGivesOneLogger) {
     std::vector<foundation::log::basic_diagnostic_logger*> seen(threadCount);
-    onThreads([&](int i) { seen[i] = &core::log::getLogger(); });
+    vexa::testing::onThreads(threadCount, [&](int i) { seen[i] = &core::log::getLogger(); });
     EXPECT_EQ(std::set(seen.begin(), seen.end()).size(), 1u);
     EXPECT_EQ(seen[0]->channel(), "vexa::io::filesystem");
 }
@@ -58,7 +54,7 @@ TEST(Threads, StatusCopyOutlivesItsOperationOnAnotherThread) {
         copy = operation.GetStatus();
     }
     std::vector<std::string> ids(threadCount);
-    onThreads([&](int i) {
+    vexa::testing::onThreads(threadCount, [&](int i) {
         const core::Status mine = copy; // shares the exception
         ids[i] = core::detail::GetID(mine.exception);
     });
@@ -69,7 +65,7 @@ TEST(Threads, StatusCopyOutlivesItsOperationOnAnotherThread) {
 TEST(Threads, PendingContextsBelongToTheirThread) {
     std::vector<std::string> ids(threadCount);
     std::barrier allSet(threadCount);
-    onThreads([&](int i) {
+    vexa::testing::onThreads(threadCount, [&](int i) {
         const int code = i % 12;
         ExceptionContextHandler::SetPendingContext(vfs::makeContext("op", u"/p", code));
         allSet.arrive_and_wait(); // every thread has one pending now
@@ -85,7 +81,7 @@ TEST(Threads, TraceDepthIsPerThread) {
     foundation::log::RecordCapture capture("vexa::io::filesystem");
     const vexa::testing::ScopedLogLevels levels(core::log::traceLevel);
     std::atomic<int> wrongDepth = 0;
-    onThreads([&](int) {
+    vexa::testing::onThreads(threadCount, [&](int) {
         for (int round = 0; round < 50; ++round) {
             const core::log::TraceScope outer("outer", "t.cpp", 1);
             const core::log::TraceScope inner("inner", "t.cpp", 2);
@@ -101,7 +97,7 @@ TEST(Threads, NotificationsFromManyThreadsAreAllCounted) {
     auto manager = std::make_shared<Quarrow::PathManagement::PathManager>(
         std::vector<fl::ustring>{u"/tmp", u"/"});
     const vexa::testing::ScopedPathManager installed(manager);
-    onThreads([&](int i) {
+    vexa::testing::onThreads(threadCount, [&](int i) {
         vexa::testing::NoOperation operation;
         fl::ustring folder = u"/tmp/folder" + fl::i18n::to_ustring(std::to_string(i));
         operation.MarkDirOutOfDate(folder);
@@ -122,7 +118,7 @@ TEST(Threads, StorageQueriesWhileTheStorageSystemChanges) {
     const vfs::AbsoluteIRI dangling = vexa::testing::iriOf(dir / "dangling");
     const auto original = vexa::testing::hostStorage();
     std::atomic<int> wrong = 0;
-    onThreads([&](int i) {
+    vexa::testing::onThreads(threadCount, [&](int i) {
         for (int round = 0; round < 50; ++round) {
             if (i == 0) {
                 auto system = std::make_shared<vfs::StorageSystem>();
@@ -148,7 +144,7 @@ TEST(Threads, FoldersListedAndClaimedWhilePackagesAreAdded) {
     const vexa::testing::ScopedPackageRegistry scoped(true);
     const vfs::Folder sub = vexa::testing::folderAt(dir / "pkg/sub");
     std::atomic<int> wrong = 0;
-    onThreads([&](int i) {
+    vexa::testing::onThreads(threadCount, [&](int i) {
         for (int round = 0; round < 20; ++round) {
             if (round == i % 4)
                 core::GetCurrentPackageRegistry()->AddPackage(
@@ -176,7 +172,7 @@ TEST(Threads, RemoteLooksKeepOneConnectionPerThread) {
     };
     std::vector<std::string> first(threadCount), second(threadCount);
     std::atomic<int> wrong = 0;
-    onThreads([&](int i) {
+    vexa::testing::onThreads(threadCount, [&](int i) {
         first[i] = connection();
         for (const auto& [path, type] :
              {std::pair{"/files/notes.txt", 0}, {"/files/", 2}, {"/status/404", 6}})
