@@ -217,6 +217,10 @@ TEST_F(HttpProvider, IndexPagesListed) {
             << location;
 }
 
+// Bodies as the server sends them, in full. Failures found before the first byte is handed
+// out fail the opening itself. A body that ends early fails: cut short (the connection closed
+// before Content-Length) on the read that finds the end, after the bytes that came; too
+// slow, once the low-speed limit has waited long enough.
 TEST_F(HttpProvider, BodiesRead) {
     const std::string big = HttpServer::bigContent();
     const std::pair<std::string, std::string> cases[] = {
@@ -231,7 +235,6 @@ TEST_F(HttpProvider, BodiesRead) {
     for (const auto& [location, expected] : cases)
         EXPECT_TRUE(body(file(location)) == expected) << location;
 
-    // Failures found before the first byte is handed out, by the opening itself.
     const std::string closed = HttpServer::closedUrl("/files/notes.txt");
     const std::tuple<std::string, Client, int> refused[] = {
         {"/files/missing.txt", Trusting, -1},
@@ -243,12 +246,7 @@ TEST_F(HttpProvider, BodiesRead) {
     };
     for (const auto& [location, client, code] : refused)
         EXPECT_EQ(failure([&] { vfs::IODevice{file(location, client)}; }), code) << location;
-}
 
-// A body that ends early fails: cut short (the connection closed before Content-Length)
-// on the read that finds the end, after the bytes that came; too slow, once the low-speed
-// limit has waited long enough.
-TEST_F(HttpProvider, BodiesCutShortFail) {
     const auto start = std::chrono::steady_clock::now();
     std::string got;
     EXPECT_EQ(failure([&] { body(file("/cut.bin"), &got); }), -9);
