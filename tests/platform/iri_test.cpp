@@ -93,11 +93,12 @@ TEST(AbsoluteIRI, TextNameAndParent) {
             EXPECT_THROW(iri.getParent(), InternalError);
             EXPECT_THROW(iri.getParentText(), InternalError);
         }
-        EXPECT_EQ(AbsoluteIRI(iri.toString()), iri); // the text parses back to the same IRI
     }
     EXPECT_EQ(AbsoluteIRI(u"HTTP://h").getScheme(), u"http");
 }
 
+// The refused text travels with the exception, also as a copy, as a boost::exception_ptr
+// carries it.
 TEST(AbsoluteIRI, TextThatNamesNoAbsoluteIRIIsRefused) {
     // A drive is never a one-letter scheme; a U+0000 never cuts the text short.
     for (const std::u16string_view view :
@@ -118,12 +119,8 @@ TEST(AbsoluteIRI, TextThatNamesNoAbsoluteIRIIsRefused) {
         EXPECT_THROW(toAbsoluteIRI(u"file", path), InvalidIRIException);
     EXPECT_THROW(toAbsoluteIRI(u"c", u"/x"), InvalidIRIException);
     EXPECT_EQ(toAbsoluteIRI(u"FILE", u"/x").toString(), u"file:///x");
-}
-
-TEST(AbsoluteIRI, InvalidIRIExceptionTravelsAsACopy) {
-    const auto stored = boost::copy_exception(InvalidIRIException(u"no scheme"));
     try {
-        boost::rethrow_exception(stored);
+        boost::rethrow_exception(boost::copy_exception(InvalidIRIException(u"no scheme")));
     } catch (const InvalidIRIException& error) {
         EXPECT_EQ(error.getText(), u"no scheme");
         EXPECT_STREQ(error.what(), "Not a valid absolute IRI or path: 'no scheme'");
