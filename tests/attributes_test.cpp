@@ -254,16 +254,15 @@ TEST(GetAttributes, RemoteItems) {
     const Zone& zone = zones[0];
     const vexa::testing::ScopedTimeZone inZone(zone.tz);
     const vexa::testing::RemoteStorage remote;
-    const pt::ptime serverDate = pt::not_a_date_time,
-                    someSecondThere = zone.someSecondThere - pt::microseconds(123456);
+    const pt::ptime someSecondThere = zone.someSecondThere - pt::microseconds(123456);
     const struct {
         std::string path;
         bool folder;
         core::PathAttributes expected;
     } cases[] = {
         {"/files/notes.txt", false, {true, false, someSecondThere, 6}},
-        {"/unsized", false, {true, false, serverDate, 0}},
-        {"/files/", true, {true, false, serverDate, 0}},
+        {"/unsized", false, {true, false, now, 0}}, // the server's Date
+        {"/files/", true, {true, false, now, 0}},
         {"/page/", true, {false, false, someSecondThere, 0}}, // its index.html; not listed
     };
     for (const auto& c : cases)
