@@ -28,10 +28,6 @@ using virtualfileio::ExceptionContextHandler;
 namespace vfs = vexa::testing::vfs;
 using Op = vexa::testing::FaultyProvider::Operation;
 
-ExistenceTypeExtended typeOf(std::int32_t value) {
-    return static_cast<ExistenceTypeExtended>(value);
-}
-
 // The three questions over every value, the out-of-range ones included: the comparisons
 // are unsigned, so negative values are nothing.
 TEST(ExistenceType, FileFolderAndLinkValues) {
@@ -44,9 +40,10 @@ TEST(ExistenceType, FileFolderAndLinkValues) {
         {6, false, false, false},  {7, false, false, false},        {-1, false, false, false},
         {-3, false, false, false}, {INT32_MIN, false, false, false}};
     for (const auto& c : cases) {
-        EXPECT_EQ(core::isFile(typeOf(c.value)), c.file) << c.value;
-        EXPECT_EQ(core::isFolder(typeOf(c.value)), c.folder) << c.value;
-        EXPECT_EQ(core::isSymlink(typeOf(c.value)), c.link) << c.value;
+        const auto type = static_cast<ExistenceTypeExtended>(c.value);
+        EXPECT_EQ(core::isFile(type), c.file) << c.value;
+        EXPECT_EQ(core::isFolder(type), c.folder) << c.value;
+        EXPECT_EQ(core::isSymlink(type), c.link) << c.value;
     }
 }
 
