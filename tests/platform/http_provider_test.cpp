@@ -257,12 +257,11 @@ TEST_F(HttpProvider, BodiesRead) {
 }
 
 TEST_F(HttpProvider, ChangesRefused) {
-    const auto system = storage();
     const std::function<void()> changes[] = {
         [&] { file("/files/notes.txt").createFile(); },
         [&] { file("/files/new.txt").createFile(); },
         [&] { file("/files/notes.txt").removeFile(); },
-        [&] { vfs::Folder(at("/files/new/a/"), system).createFolderRecursive(); },
+        [&] { vfs::Folder(at("/files/new/a/"), storage()).createFolderRecursive(); },
     };
     for (const auto& change : changes)
         EXPECT_EQ(failure(change), -5);
