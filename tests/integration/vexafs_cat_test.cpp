@@ -8,6 +8,8 @@
 #include <fstream>
 #include <iterator>
 
+#include <sys/stat.h>
+
 namespace {
 
 using ::testing::HasSubstr;
@@ -22,8 +24,9 @@ void write(const std::string& path, const std::string& content) {
     std::ofstream(path, std::ios::binary) << content;
 }
 
-// Every byte arrives, whatever its value and however many reads it takes; what cannot be
-// read leaves an existing output file as it was, and nothing else behind.
+// Every byte arrives, whatever its value and however many reads it takes; a replaced file
+// keeps its mode, and a link to it stays a link. What cannot be read leaves an existing
+// output file as it was, and nothing else behind.
 TEST(VexafsCat, CopiesEveryByteOrLeavesTheOutputAlone) {
     TempDir dir;
     std::string binary(200'000, '\0');
@@ -31,10 +34,14 @@ TEST(VexafsCat, CopiesEveryByteOrLeavesTheOutputAlone) {
         binary[i] = static_cast<char>(i * 7919 % 251);
     write(dir / "data.bin", binary);
     write(dir / "kept", "kept as it was");
+    write(dir / "private", "old");
+    ::chmod((dir / "private").c_str(), 0600);
+    dir.makeLink("private", "link");
     dir.makeFolders({"folder"});
     const vexa::testing::VexafsRun runs[] = {
         {{"cat", dir / "data.bin"}, 0, binary},
         {{"cat", "file://" + dir / "data.bin", "--output", dir / "copy"}, 0, ""},
+        {{"cat", dir / "data.bin", "-o", dir / "link"}, 0, ""},
         {{"cat", dir / "missing", "-o", dir / "kept"},
          1,
          "",
@@ -44,11 +51,12 @@ TEST(VexafsCat, CopiesEveryByteOrLeavesTheOutputAlone) {
     };
     vexa::testing::expectRuns(runs);
     EXPECT_EQ(contentOf(dir / "copy"), binary);
+    EXPECT_EQ(contentOf(dir / "private"), binary);
+    EXPECT_EQ(std::filesystem::status(dir / "private").permissions(),
+              std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
+    EXPECT_TRUE(std::filesystem::is_symlink(dir / "link"));
     EXPECT_EQ(contentOf(dir / "kept"), "kept as it was");
-    std::size_t items = 0;
-    for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator(dir.path()))
-        ++items;
-    EXPECT_EQ(items, 4u); // data.bin, kept, folder, copy
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.path()), {}), 6);
 }
 
 // A body as the server sends it, in full; one cut short by the server fails and leaves the
