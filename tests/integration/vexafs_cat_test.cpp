@@ -8,6 +8,8 @@
 #include <fstream>
 #include <iterator>
 
+#include <sys/stat.h>
+
 namespace {
 
 using ::testing::HasSubstr;
@@ -24,8 +26,9 @@ void write(const std::string& path, const std::string& content) {
 }
 
 // Every byte arrives, whatever its value, however many reads it takes and whether a file or
-// a web server holds it; what cannot be read in full (a body the server cuts short) leaves an
-// existing output file as it was, and nothing else behind.
+// a web server holds it; a replaced file keeps its mode, and a link to it stays a link. What
+// cannot be read in full (a body the server cuts short) leaves an existing output file as it
+// was, and nothing else behind.
 TEST(VexafsCat, CopiesEveryByteOrLeavesTheOutputAlone) {
     const vexa::testing::HttpServer server;
     TempDir dir;
@@ -34,10 +37,13 @@ TEST(VexafsCat, CopiesEveryByteOrLeavesTheOutputAlone) {
         binary[i] = static_cast<char>(i * 7919 % 251);
     write(dir / "data.bin", binary);
     write(dir / "kept", "kept as it was");
-    dir.make({"folder/"});
+    write(dir / "private", "old");
+    ::chmod((dir / "private").c_str(), 0600);
+    dir.make({"link -> private", "folder/"});
     const vexa::testing::VexafsRun runs[] = {
         {{"cat", dir / "data.bin"}, 0, binary},
         {{"cat", "file://" + dir / "data.bin", "--output", dir / "copy"}, 0, ""},
+        {{"cat", dir / "data.bin", "-o", dir / "link"}, 0, ""},
         refused({"cat", dir / "missing", "-o", dir / "kept"},
                 HasSubstr("Identifier: VEXA:virtualfilesystem:resourceNotFound")),
         refused({"cat", dir / "folder", "-o", dir / "kept"}, HasSubstr("Identifier: VEXA:")),
@@ -53,10 +59,14 @@ TEST(VexafsCat, CopiesEveryByteOrLeavesTheOutputAlone) {
     };
     vexa::testing::expectRuns(runs);
     EXPECT_EQ(contentOf(dir / "copy"), binary);
+    EXPECT_EQ(contentOf(dir / "private"), binary);
+    EXPECT_EQ(std::filesystem::status(dir / "private").permissions(),
+              std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
+    EXPECT_TRUE(std::filesystem::is_symlink(dir / "link"));
     EXPECT_EQ(contentOf(dir / "notes"), "hello\n");
     EXPECT_EQ(contentOf(dir / "kept"), "kept as it was");
-    // data.bin, kept, folder, copy and notes
-    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.path()), {}), 5);
+    // data.bin, kept, private, link, folder, copy and notes
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.path()), {}), 7);
 }
 
 } // namespace

@@ -12,6 +12,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdlib>
 #include <memory>
 #include <string>
 #include <system_error>
@@ -41,20 +42,29 @@ void writeAll(int fd, const char* data, std::size_t size, const std::string& nam
 
 // The file the content goes to when the user names one. The content is written to a new
 // file beside it and renamed over it only once all of it has arrived, so a transfer that
-// fails leaves whatever was there before untouched and no partial file behind.
+// fails leaves whatever was there before untouched and no partial file behind. A file that
+// is replaced keeps its mode and owner, and a link to it stays a link: the new file goes
+// where the link leads, as the shell's redirection writes through it.
 class ReplacingFile {
 public:
-    explicit ReplacingFile(std::string target) : target_(std::move(target)) {
+    explicit ReplacingFile(const std::string& name) : target_(whereNameLeads(name)) {
         const auto slash = target_.rfind('/');
         const std::string folder = slash == std::string::npos ? "." : target_.substr(0, slash);
         temporary_ = folder + "/.vexafs-cat-XXXXXX";
         fd_ = ::mkstemp(temporary_.data());
         if (fd_ < 0)
             failWithErrno("cannot create a file in " + folder);
-        // mkstemp makes it 0600; the finished file gets the mode a new file gets here.
-        const mode_t mask = ::umask(0);
-        ::umask(mask);
-        ::fchmod(fd_, 0666 & ~mask);
+        struct stat existing;
+        if (::stat(target_.c_str(), &existing) == 0) {
+            ::fchmod(fd_, existing.st_mode & 07777);
+            // Only a privileged user may give the file away; anyone else makes it their own.
+            [[maybe_unused]] const int given = ::fchown(fd_, existing.st_uid, existing.st_gid);
+        } else {
+            // mkstemp makes it 0600; a new file gets the mode a new file gets here.
+            const mode_t mask = ::umask(0);
+            ::umask(mask);
+            ::fchmod(fd_, 0666 & ~mask);
+        }
     }
     ReplacingFile(const ReplacingFile&) = delete;
     ReplacingFile& operator=(const ReplacingFile&) = delete;
@@ -81,6 +91,14 @@ public:
     }
 
 private:
+    // The file a name leads to once its links are followed; the name itself where nothing
+    // is there yet.
+    static std::string whereNameLeads(const std::string& name) {
+        const std::unique_ptr<char, decltype(&std::free)> resolved(
+            ::realpath(name.c_str(), nullptr), &std::free);
+        return resolved ? std::string(resolved.get()) : name;
+    }
+
     std::string target_;
     std::string temporary_;
     int fd_ = -1;
