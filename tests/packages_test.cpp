@@ -12,7 +12,6 @@
 namespace {
 
 namespace core = vexa::io::filesystem::core;
-namespace vfs = foundation::storage::vfs;
 
 std::string claimant(const std::string& folder) {
     const auto package = core::GetClaimingPackage(vexa::testing::folderAt(folder));

@@ -1,10 +1,7 @@
 #include <vexa/io/filesystem/core/parent_folders.hpp>
 
-#include <foundation/storage/vfs/Exists.hpp>
-
 #include "Storage.hpp"
 #include "TempDir.hpp"
-#include "Text.hpp"
 
 #include <gtest/gtest.h>
 
@@ -20,7 +17,6 @@ using vexa::testing::hostStorage;
 using vexa::testing::iriOf;
 using vexa::testing::ScopedStorageSystem;
 using vexa::testing::TempDir;
-using vexa::testing::u;
 using Op = vexa::testing::FaultyProvider::Operation;
 
 // Only a parent that is not there is made, with all it needs above it; a file standing
