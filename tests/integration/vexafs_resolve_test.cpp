@@ -6,8 +6,6 @@
 #include "TimeZone.hpp"
 #include "Vexafs.hpp"
 
-#include <cstring>
-
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -19,22 +17,15 @@ using ::testing::HasSubstr;
 using vexa::testing::refused;
 using vexa::testing::TempDir;
 
-// The record of one name, with attributes when `attributes` is given as "readable,
-// writable, modified, size".
+// The record of one name, with its attributes when they are given: readable, writable,
+// modified and size.
 std::string shown(const std::string& name, const std::string& path, const std::string& kind,
-                  const std::string& attributes = "") {
+                  const std::vector<std::string>& attributes = {}) {
     if (attributes.empty())
         return name + "\n  path: " + path + "\n  kind: " + kind + "\n";
-    std::string record = name + "\n  path:     " + path + "\n  kind:     " + kind + "\n";
-    const char* fields[] = {"readable", "writable", "modified", "size"};
-    std::size_t at = 0;
-    for (const char* field : fields) {
-        const std::size_t comma = attributes.find(',', at);
-        record += std::string("  ") + field + ":" + std::string(9 - std::strlen(field), ' ') +
-                  attributes.substr(at, comma - at) + "\n";
-        at = comma + 1;
-    }
-    return record;
+    return name + "\n  path:     " + path + "\n  kind:     " + kind +
+           "\n  readable: " + attributes[0] + "\n  writable: " + attributes[1] +
+           "\n  modified: " + attributes[2] + "\n  size:     " + attributes[3] + "\n";
 }
 
 // A file, a folder, a link followed and not, a name found on the search path, in local time
@@ -57,7 +48,8 @@ TEST(VexafsResolve, NamesAndWebAddressesAsTheHostResolvesThem) {
         ASSERT_EQ(::utimensat(AT_FDCWD, (dir / name).c_str(), times, 0), 0);
     const std::string d = dir.real();
     const vexa::testing::CurrentFolder inside(d);
-    const std::string fileAttributes = "yes,yes,2021-03-04T10:36:07.123456,5";
+    const std::vector<std::string> fileAttributes = {"yes", "yes", "2021-03-04T10:36:07.123456",
+                                                     "5"};
     // A folder's write probe makes its time the time of the call.
     const std::string folderAttributes = "  readable: yes\n  writable: yes\n  modified: "
                                          "[0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9]{2}:[0-9]{2}:"
@@ -67,7 +59,8 @@ TEST(VexafsResolve, NamesAndWebAddressesAsTheHostResolvesThem) {
          0,
          shown("file", d + "/file", "file", fileAttributes) +
              shown("linkFile", d + "/linkFile", "link", fileAttributes) +
-             shown("only.m", d + "/lib/only.m", "file", "yes,yes,2021-03-04T10:36:07.123456,1")},
+             shown("only.m", d + "/lib/only.m", "file",
+                   {"yes", "yes", "2021-03-04T10:36:07.123456", "1"})},
         {{"resolve", "--attributes", "--follow-links", "linkFile", "linkFolder"},
          0,
          ContainsRegex("^" + shown("linkFile", d + "/file", "file", fileAttributes) +
@@ -79,7 +72,8 @@ TEST(VexafsResolve, NamesAndWebAddressesAsTheHostResolvesThem) {
                        folderAttributes + "$")},
         {{"resolve", "--attributes", "missing", ""},
          0,
-         shown("missing", "", "nothing", "no,no,,0") + shown("", "", "nothing", "no,no,,0")},
+         shown("missing", "", "nothing", {"no", "no", "", "0"}) +
+             shown("", "", "nothing", {"no", "no", "", "0"})},
         {{"resolve", "--follow-links", "dangling", "loopA", "--json"},
          0,
          "[\n {\"input\": \"dangling\", \"path\": \"\", \"kind\": \"nothing\"},\n {\"input\": "
@@ -101,7 +95,7 @@ TEST(VexafsResolve, NamesAndWebAddressesAsTheHostResolvesThem) {
         refused({"resolve", "http://[::1/x"}, HasSubstr("Error: cannot make 'http://[::1/x'")),
         {{"resolve", "--attributes", "--ca-file", caFile, file},
          0,
-         shown(file, shownFile, "file", "yes,no,2021-03-04T10:36:07.000000,7")},
+         shown(file, shownFile, "file", {"yes", "no", "2021-03-04T10:36:07.000000", "7"})},
         {{"--ca-file", caFile, "resolve", server.secureUrl("/files/sub/"),
           server.url("/status/404")},
          0,
