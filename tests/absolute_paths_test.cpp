@@ -5,7 +5,8 @@
 #include "TempDir.hpp"
 #include "Text.hpp"
 
-#include <fl/i18n.hpp>
+#include <foundation/network/IRI.hpp>
+#include <foundation/storage/vfs/AbsoluteIRI.hpp>
 
 #include <gtest/gtest.h>
 
@@ -30,19 +31,10 @@ fl::ustring toAbsolute(fl::ustring path, ResolveSymbolicLinks resolve) {
 // folder as the current folder.
 TEST(RelativeToAbsolute, RelativePathsForEachLinkTreatment) {
     TempDir dir;
-    dir.makeFolders({"real", "real/data"});
-    dir.makeFile("real/data/\xF0\x9F\x93\x84");
-    const std::pair<const char*, const char*> links[] = {
-        {"real/data/\xF0\x9F\x93\x84", "lnk"},
-        {"real", "via"},
-        {"data/\xF0\x9F\x93\x84", "real/inner"},
-        {"missing", "dangling"},
-        {"real/data", "l*nk"},
-        {"real", "caf\xE9"},
-        {"loop", "loop"},
-    };
-    for (const auto& [target, name] : links)
-        dir.makeLink(target, name);
+    dir.make({"real/", "real/data/", "real/data/\xF0\x9F\x93\x84",
+              "lnk -> real/data/\xF0\x9F\x93\x84", "via -> real",
+              "real/inner -> data/\xF0\x9F\x93\x84", "dangling -> missing", "l*nk -> real/data",
+              "caf\xE9 -> real", "loop -> loop"});
     const std::string root = dir.real();
     const std::string file = root + "/real/data/\xF0\x9F\x93\x84";
     CurrentFolder inside(dir.path());
@@ -77,8 +69,7 @@ TEST(RelativeToAbsolute, RelativePathsForEachLinkTreatment) {
 // relativeToAbsolute alone leaves in a path that does not exist.
 TEST(SetupPathForURLConstruction, UrlsAndLocalPaths) {
     TempDir dir;
-    dir.makeFolders({"real", "real/sub"});
-    dir.makeLink("real/sub", "deep");
+    dir.make({"real/", "real/sub/", "deep -> real/sub"});
     const std::string root = dir.real();
     CurrentFolder inside(dir.path());
     const vexa::testing::ScopedStorageSystem storage({vexa::testing::servedSchemes({"https"})});
@@ -99,6 +90,32 @@ TEST(SetupPathForURLConstruction, UrlsAndLocalPaths) {
             << utf8(typed);
         EXPECT_EQ(path, expected) << utf8(typed);
     }
+}
+
+TEST(UrlHelpers, GetURLWithoutQueryAndFragmentComponents) {
+    const std::pair<const char16_t*, const char16_t*> cases[] = {
+        {u"http://host/p?x=1#f", u"http://host/p"},
+        {u"http://h/a?#", u"http://h/a"},
+        {u"http://h/a#f?g", u"http://h/a"},
+        {u"https://u@[::1]:8/\u00E9%20?q=\u65E5", u"https://u@[::1]:8/\u00E9%20"},
+        {u"file:///x#f", u"file:///x"},
+        {u"mailto:a@b?subject=x", u"mailto:a@b"},
+        {u"HTTP://H/a", u"http://h/a"},
+    };
+    for (const auto& [url, expected] : cases) {
+        const auto iri = foundation::network::IRI::parse(url);
+        ASSERT_TRUE(iri) << utf8(url);
+        EXPECT_EQ(core::getURLWithoutQueryAndFragmentComponents(*iri), expected) << utf8(url);
+    }
+}
+
+// relative_path forwards to AbsoluteIRI::makePathRelativeTo, whose cases the IRI layer's
+// tests hold; here only what the forwarding adds: the base comes first, and text that is
+// no absolute IRI throws.
+TEST(UrlHelpers, RelativePathTakesTheBaseFirst) {
+    EXPECT_EQ(core::relative_path(u"/a/b", u"/a/b/c.txt"), u"c.txt");
+    EXPECT_THROW(core::relative_path(u"relative", u"/a"),
+                 foundation::storage::vfs::InvalidIRIException);
 }
 
 } // namespace

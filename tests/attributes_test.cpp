@@ -1,7 +1,5 @@
 #include <vexa/io/filesystem/core/attributes.hpp>
 
-#include <Quarrow/VexaStorageSystem.hpp>
-#include <foundation/storage/vfs/AbsoluteIRI.hpp>
 #include <virtualfileio/ExceptionContextHandler.hpp>
 
 #include "RemoteStorage.hpp"
@@ -35,11 +33,7 @@ using virtualfileio::ExceptionContextHandler;
 
 // The item at `path`, as a file or as a folder, through the host's storage system.
 Item itemAt(const std::string& path, bool folder) {
-    const vfs::AbsoluteIRI location(u(path));
-    const auto storage = Quarrow::VexaStorageSystem::GetStorageSystemReference();
-    if (folder)
-        return vfs::Folder(location, storage);
-    return vfs::File(location, storage);
+    return folder ? Item(vexa::testing::folderAt(path)) : Item(vexa::testing::fileAt(path));
 }
 
 std::vector<std::string> entriesOf(const std::string& folder) {
@@ -72,10 +66,23 @@ const Zone zones[] = {
     {"<-03>3", pt::hours(-3), pt::time_from_string("2021-03-04 02:06:07.123456")},
 };
 
-bool isNearNow(const pt::ptime& time, pt::time_duration shift) {
-    const pt::ptime expected = pt::second_clock::universal_time() + shift;
-    // time(2), behind second_clock, may lag a clock tick behind the file system's clock.
-    return time >= expected - pt::seconds(3) && time <= expected + pt::seconds(2);
+// Stand for the time of the call, in local time (`offset` being local minus UTC), and for
+// that converted to local time a second time.
+const pt::ptime now = pt::not_a_date_time;
+const pt::ptime nowTwice = pt::ptime(pt::pos_infin);
+
+void expectAttributes(core::PathAttributes got, const core::PathAttributes& expected,
+                      pt::time_duration offset) {
+    if (expected.lastModified.is_special()) {
+        const pt::ptime time = pt::second_clock::universal_time() +
+                               (expected.lastModified.is_not_a_date_time() ? offset : offset * 2);
+        // time(2), behind second_clock, may lag a clock tick behind the file system's clock.
+        EXPECT_TRUE(got.lastModified >= time - pt::seconds(3) &&
+                    got.lastModified <= time + pt::seconds(2))
+            << got.lastModified;
+        got.lastModified = expected.lastModified;
+    }
+    EXPECT_EQ(got, expected);
 }
 
 // Real items, in a zone away from UTC. A folder's write probe changes the folder, so its
@@ -88,7 +95,6 @@ TEST(GetAttributes, RealItems) {
     ASSERT_EQ(::truncate((dir / "file").c_str(), 5), 0);
     setModified(dir / "file", someSecond, someNanoseconds);
     setModified(dir / "fifo", someSecond, someNanoseconds);
-    const pt::ptime now = pt::not_a_date_time; // stands for "the time of the call"
     const struct {
         std::string name;
         bool folder;
@@ -106,16 +112,12 @@ TEST(GetAttributes, RealItems) {
         // The path argument is never read: any text gives the same record.
         for (const fl::ustring& path :
              {u(dir / c.name), fl::ustring(), fl::ustring(u"/elsewhere")}) {
+            SCOPED_TRACE(c.name);
             core::PathAttributes got = core::getAttributes(item, path);
-            if (c.expected.lastModified.is_special()) {
-                EXPECT_TRUE(isNearNow(got.lastModified, zone.offset))
-                    << c.name << " " << got.lastModified;
-                got.lastModified = c.expected.lastModified;
-            }
             if (c.name == "folder" && !c.folder)
                 got.size = c.expected.size; // the file system's own figure
-            EXPECT_EQ(got, c.expected) << c.name;
-            EXPECT_EQ(entriesOf(dir / "folder").size(), 0u) << "probe file left by " << c.name;
+            expectAttributes(got, c.expected, zone.offset);
+            EXPECT_EQ(entriesOf(dir / "folder").size(), 0u) << "probe file left";
         }
     }
 }
@@ -137,10 +139,7 @@ TEST(GetAttributes, ProbesAnswerForTheProcessThatAsks) {
         {"file-no-access", false, 0000, true, true, false, false},
     };
     for (const auto& c : cases) {
-        if (c.folder)
-            dir.makeFolders({c.name});
-        else
-            dir.makeFile(c.name);
+        dir.make({c.folder ? c.name + "/" : c.name});
         ASSERT_EQ(::chmod((dir / c.name).c_str(), c.mode), 0);
     }
     // One bit per case that answered otherwise.
@@ -172,8 +171,6 @@ TEST(GetAttributes, StorageFaults) {
     const Zone& zone = zones[1];
     const vexa::testing::ScopedTimeZone inZone(zone.tz);
     const pt::ptime real = zone.someSecondThere;
-    const pt::ptime now = pt::not_a_date_time;           // the current time, shifted once
-    const pt::ptime nowTwice = pt::ptime(pt::pos_infin); // ... and shifted twice
     const struct {
         bool folder;
         Op operation;
@@ -192,11 +189,10 @@ TEST(GetAttributes, StorageFaults) {
         {false, Op::Attributes, 9, 3, {true, true, real, 0}, -1, 0},
     };
     for (const auto& c : cases) {
-        const std::string what = std::to_string(static_cast<int>(c.operation)) + " call " +
-                                 std::to_string(c.onlyCall) + (c.folder ? " folder" : " file");
+        SCOPED_TRACE(std::to_string(static_cast<int>(c.operation)) + " call " +
+                     std::to_string(c.onlyCall) + (c.folder ? " folder" : " file"));
         TempDir dir;
-        dir.makeFolders({"folder"});
-        dir.makeFile("folder/file");
+        dir.make({"folder/", "folder/file"});
         ASSERT_EQ(::truncate((dir / "folder/file").c_str(), 5), 0);
         setModified(dir / "folder/file", someSecond, someNanoseconds);
         setModified(dir / "folder", someSecond, someNanoseconds);
@@ -205,22 +201,16 @@ TEST(GetAttributes, StorageFaults) {
             {vexa::testing::faultyFiles(c.operation, c.code, c.onlyCall)});
         ExceptionContextHandler::ClearPendingContext();
         try {
-            core::PathAttributes got = core::getAttributes(itemAt(path, c.folder), {});
-            EXPECT_EQ(c.thrown, -1) << what;
-            EXPECT_FALSE(ExceptionContextHandler::PendingContext()) << what;
-            if (c.expected.lastModified.is_special()) {
-                const auto shift =
-                    c.expected.lastModified.is_not_a_date_time() ? zone.offset : zone.offset * 2;
-                EXPECT_TRUE(isNearNow(got.lastModified, shift)) << what << " " << got.lastModified;
-                got.lastModified = c.expected.lastModified;
-            }
-            EXPECT_EQ(got, c.expected) << what;
+            const core::PathAttributes got = core::getAttributes(itemAt(path, c.folder), {});
+            EXPECT_EQ(c.thrown, -1);
+            EXPECT_FALSE(ExceptionContextHandler::PendingContext());
+            expectAttributes(got, c.expected, zone.offset);
         } catch (const vfs::Exception& error) {
-            EXPECT_EQ(error.getErrorCode(), c.thrown) << what;
+            EXPECT_EQ(error.getErrorCode(), c.thrown);
         }
         std::vector<std::string> files = entriesOf(dir / "folder");
         std::erase(files, "file");
-        ASSERT_EQ(files.size(), c.left) << what;
+        ASSERT_EQ(files.size(), c.left);
         // A file left behind is named by a random (version-4) UUID and nothing else.
         static const std::regex uuid4("[0-9a-f]{8}-[0-9a-f]{4}-4[0-9a-f]{3}-[89ab][0-9a-f]{3}-"
                                       "[0-9a-f]{12}");
@@ -234,11 +224,10 @@ TEST(GetAttributes, StorageFaults) {
 // second time.
 TEST(GetAttributes, TimesInLocalTime) {
     for (const Zone& zone : zones) {
+        SCOPED_TRACE(zone.tz);
         const vexa::testing::ScopedTimeZone inZone(zone.tz);
         TempDir dir;
-        dir.makeFolders({"new", "old"});
-        dir.makeFile("new.txt");
-        dir.makeFile("old.txt");
+        dir.make({"new/", "old/", "new.txt", "old.txt"});
         for (const char* name : {"new", "new.txt"})
             setModified(dir / name, someSecond, someNanoseconds);
         for (const char* name : {"old", "old.txt"})
@@ -246,18 +235,15 @@ TEST(GetAttributes, TimesInLocalTime) {
         // No write probe, so that it leaves the folders' times as they are.
         const vexa::testing::ScopedStorageSystem storage(
             {vexa::testing::faultyFiles(Op::CreateFile, vfs::PermissionDenied)});
-        EXPECT_EQ(core::getAttributes(itemAt(dir / "new.txt", false), {}).lastModified,
-                  zone.someSecondThere)
-            << zone.tz;
-        EXPECT_EQ(core::getAttributes(itemAt(dir / "new", true), {}).lastModified,
-                  zone.someSecondThere)
-            << zone.tz;
-        EXPECT_THROW(core::getAttributes(itemAt(dir / "old", true), {}), std::out_of_range)
-            << zone.tz;
-        const auto old = core::getAttributes(itemAt(dir / "old.txt", false), {});
-        EXPECT_TRUE(isNearNow(old.lastModified, zone.offset * 2))
-            << zone.tz << " " << old.lastModified;
-        EXPECT_TRUE(old.readable && old.writable && old.size == 1) << zone.tz;
+        const auto attributesOf = [&](const std::string& name, bool folder) {
+            return core::getAttributes(itemAt(dir / name, folder), {});
+        };
+        expectAttributes(attributesOf("new.txt", false), {true, true, zone.someSecondThere, 1},
+                         zone.offset);
+        expectAttributes(attributesOf("new", true), {true, false, zone.someSecondThere, 0},
+                         zone.offset);
+        EXPECT_THROW(attributesOf("old", true), std::out_of_range);
+        expectAttributes(attributesOf("old.txt", false), {true, true, nowTwice, 1}, zone.offset);
     }
 }
 
@@ -268,36 +254,26 @@ TEST(GetAttributes, RemoteItems) {
     const Zone& zone = zones[0];
     const vexa::testing::ScopedTimeZone inZone(zone.tz);
     const vexa::testing::RemoteStorage remote;
-    const auto storage = Quarrow::VexaStorageSystem::GetStorageSystemReference();
-    const pt::ptime serverDate = pt::not_a_date_time,
-                    someSecondThere = zone.someSecondThere - pt::microseconds(123456);
+    const pt::ptime someSecondThere = zone.someSecondThere - pt::microseconds(123456);
     const struct {
         std::string path;
         bool folder;
         core::PathAttributes expected;
     } cases[] = {
         {"/files/notes.txt", false, {true, false, someSecondThere, 6}},
-        {"/unsized", false, {true, false, serverDate, 0}},
-        {"/files/", true, {true, false, serverDate, 0}},
+        {"/unsized", false, {true, false, now, 0}}, // the server's Date
+        {"/files/", true, {true, false, now, 0}},
         {"/page/", true, {false, false, someSecondThere, 0}}, // its index.html; not listed
     };
     for (const auto& c : cases)
         for (const fl::ustring& text : {remote.url(c.path), remote.secureUrl(c.path)}) {
-            const vfs::AbsoluteIRI location(text);
-            const Item item = c.folder ? Item(vfs::Folder(location, storage))
-                                       : Item(vfs::File(location, storage));
-            core::PathAttributes got = core::getAttributes(item, text);
-            if (c.expected.lastModified.is_special()) {
-                EXPECT_TRUE(isNearNow(got.lastModified, zone.offset))
-                    << c.path << " " << got.lastModified;
-                got.lastModified = c.expected.lastModified;
-            }
-            EXPECT_EQ(got, c.expected) << vexa::testing::utf8(text);
+            SCOPED_TRACE(vexa::testing::utf8(text));
+            expectAttributes(core::getAttributes(itemAt(vexa::testing::utf8(text), c.folder), text),
+                             c.expected, zone.offset);
         }
     EXPECT_FALSE(ExceptionContextHandler::PendingContext());
-    EXPECT_THROW(
-        core::getAttributes(vfs::File(vfs::AbsoluteIRI(remote.url("/status/404")), storage), {}),
-        vfs::Exception);
+    EXPECT_THROW(core::getAttributes(itemAt(remote.server().url("/status/404"), false), {}),
+                 vfs::Exception);
     ExceptionContextHandler::ClearPendingContext();
 }
 

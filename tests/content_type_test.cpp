@@ -26,11 +26,8 @@ using vexa::testing::u;
 TEST(GetContentTypeCaller, RecordedTypeOrNothing) {
     const vexa::testing::RemoteStorage remote; // a server's type, as it sends it
     TempDir dir;
-    dir.makeFile("typed");
-    dir.makeFile("plain");
-    dir.makeLink("typed", "link");
+    dir.make({"typed", "plain", "link -> typed", "latin"});
     ASSERT_EQ(::setxattr((dir / "typed").c_str(), "user.http.contentType", "text/csv", 8, 0), 0);
-    dir.makeFile("latin");
     ASSERT_EQ(::setxattr((dir / "latin").c_str(), "user.http.contentType", "t\xE9xt", 4, 0), 0);
     const struct {
         fl::ustring path;

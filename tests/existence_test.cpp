@@ -18,6 +18,8 @@ namespace {
 namespace core = vexa::io::filesystem::core;
 using foundation::storage::provider::ExistenceTypeExtended;
 using vexa::testing::faultyFiles;
+using vexa::testing::outcome;
+using vexa::testing::Providers;
 using vexa::testing::ScopedStorageSystem;
 using vexa::testing::TempDir;
 using vexa::testing::u;
@@ -25,10 +27,6 @@ using vexa::testing::vfs::AbsoluteIRI;
 using virtualfileio::ExceptionContextHandler;
 namespace vfs = vexa::testing::vfs;
 using Op = vexa::testing::FaultyProvider::Operation;
-
-ExistenceTypeExtended typeOf(std::int32_t value) {
-    return static_cast<ExistenceTypeExtended>(value);
-}
 
 // The three questions over every value, the out-of-range ones included: the comparisons
 // are unsigned, so negative values are nothing.
@@ -42,69 +40,46 @@ TEST(ExistenceType, FileFolderAndLinkValues) {
         {6, false, false, false},  {7, false, false, false},        {-1, false, false, false},
         {-3, false, false, false}, {INT32_MIN, false, false, false}};
     for (const auto& c : cases) {
-        EXPECT_EQ(core::isFile(typeOf(c.value)), c.file) << c.value;
-        EXPECT_EQ(core::isFolder(typeOf(c.value)), c.folder) << c.value;
-        EXPECT_EQ(core::isSymlink(typeOf(c.value)), c.link) << c.value;
+        const auto type = static_cast<ExistenceTypeExtended>(c.value);
+        EXPECT_EQ(core::isFile(type), c.file) << c.value;
+        EXPECT_EQ(core::isFolder(type), c.folder) << c.value;
+        EXPECT_EQ(core::isSymlink(type), c.link) << c.value;
     }
 }
 
-// The answer with and without throwOnError; a negative number is the code thrown. An
-// answer leaves nothing pending; a failure thrown keeps its contexts and stays pending for
-// the caller to report.
+// The answer with and without throwOnError; a negative number is the code thrown, whose
+// failure outcome checks is pending. An answer leaves nothing pending.
 int answer(const AbsoluteIRI& iri, bool throwOnError) {
     ExceptionContextHandler::ClearPendingContext();
-    try {
-        const int type = core::getExtendedExistenceType(iri, throwOnError);
-        EXPECT_FALSE(ExceptionContextHandler::PendingContext()) << "swallowed, still pending";
-        return type;
-    } catch (const vfs::Exception& error) {
-        const auto pending = ExceptionContextHandler::PendingContext();
-        EXPECT_FALSE(error.getContexts().empty());
-        EXPECT_TRUE(pending &&
-                    pending->message().name() == vfs::errorMessageName(error.getErrorCode()));
-        ExceptionContextHandler::ClearPendingContext();
-        return -error.getErrorCode();
-    }
+    const int type = outcome([&] { return core::getExtendedExistenceType(iri, throwOnError); });
+    EXPECT_FALSE(ExceptionContextHandler::PendingContext()) << "swallowed, still pending";
+    return type;
 }
 
-TEST(GetExtendedExistenceType, RealItems) {
+// Real items, and faults of the storage layer's look: only an I/O failure is looked into,
+// and only a link found by the native probe turns it into an answer.
+TEST(GetExtendedExistenceType, RealItemsAndStorageFaults) {
     TempDir dir;
     dir.makeItemsOfEveryKind();
     const struct {
         std::string name;
         int quiet, throwing;
+        int fault = -1; // the code the look fails with; -1 for none
     } cases[] = {
-        {"file", 0, 0},       {"fifo", 1, 1},     {"folder", 2, 2}, {"linkFile", 3, 3},
-        {"linkFolder", 4, 4}, {"dangling", 3, 3}, {"loopA", 3, 3},  {"missing", 6, -1},
-        {"file/x", 6, -4},    {"loopA/x", 3, 3}, // the native probe meets the loop on the way, and
-                                                 // says so
+        // The native probe meets the loop on the way to loopA/x, and says so.
+        {"file", 0, 0},         {"fifo", 1, 1},         {"folder", 2, 2},   {"linkFile", 3, 3},
+        {"linkFolder", 4, 4},   {"dangling", 3, 3},     {"loopA", 3, 3},    {"missing", 6, -1},
+        {"file/x", 6, -4},      {"loopA/x", 3, 3},      {"file", 6, -9, 9}, {"dangling", 3, 3, 9},
+        {"dangling", 6, -1, 1}, {"dangling", 6, -4, 4}, {"file", 6, -2, 2}, {"file", 6, -8, 8},
+        {"file", 6, -10, 10},   {"file", 6, -11, 11},
     };
     for (const auto& c : cases) {
+        SCOPED_TRACE(c.name + " failing with " + std::to_string(c.fault));
+        const ScopedStorageSystem storage(c.fault < 0 ? Providers{}
+                                                      : Providers{faultyFiles(Op::Probe, c.fault)});
         const AbsoluteIRI iri(u(dir / c.name));
-        EXPECT_EQ(answer(iri, false), c.quiet) << c.name;
-        EXPECT_EQ(answer(iri, true), c.throwing) << c.name;
-    }
-}
-
-// Faults of the storage layer: only an I/O failure is looked into, and only a link found
-// by the native probe turns it into an answer.
-TEST(GetExtendedExistenceType, StorageFaults) {
-    TempDir dir;
-    dir.makeFile("file");
-    dir.makeLink("missing", "dangling");
-    const struct {
-        int code;
-        std::string name;
-        int quiet, throwing;
-    } cases[] = {
-        {9, "file", 6, -9}, {9, "dangling", 3, 3}, {1, "dangling", 6, -1}, {4, "dangling", 6, -4},
-        {2, "file", 6, -2}, {8, "file", 6, -8},    {10, "file", 6, -10},   {11, "file", 6, -11},
-    };
-    for (const auto& c : cases) {
-        const ScopedStorageSystem storage({faultyFiles(Op::Probe, c.code)});
-        const AbsoluteIRI iri(u(dir / c.name));
-        EXPECT_EQ(answer(iri, false), c.quiet) << c.code << " " << c.name;
-        EXPECT_EQ(answer(iri, true), c.throwing) << c.code << " " << c.name;
+        EXPECT_EQ(answer(iri, false), c.quiet);
+        EXPECT_EQ(answer(iri, true), c.throwing);
     }
     // Another scheme is probed through its IRI text as a native path: what that probe
     // throws, other than a loop, reaches the caller whatever throwOnError says.
@@ -120,15 +95,11 @@ TEST(GetExtendedExistenceType, StorageFaults) {
 // A failure the caller has not reported yet survives a query that answers for its own.
 TEST(GetExtendedExistenceType, EarlierPendingFailureSurvivesAnAnswer) {
     TempDir dir;
-    dir.makeLink("missing", "dangling");
+    dir.make({"dangling -> missing"});
     // A missing item answered from the look; a link whose look failed, found by the probe.
     for (const bool faulty : {false, true}) {
-        const ScopedStorageSystem storage(
-            faulty
-                ? std::vector<
-                      std::shared_ptr<const vexa::testing::provider::StorageProvider>>{faultyFiles(
-                      Op::Probe, vfs::IOError)}
-                : std::vector<std::shared_ptr<const vexa::testing::provider::StorageProvider>>{});
+        const ScopedStorageSystem storage(faulty ? Providers{faultyFiles(Op::Probe, vfs::IOError)}
+                                                 : Providers{});
         const std::string name = faulty ? "dangling" : "missing";
         ExceptionContextHandler::SetPendingContext(
             vfs::makeContext("earlier", u"/earlier", vfs::NoSpaceLeft));

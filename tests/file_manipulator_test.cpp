@@ -51,15 +51,13 @@ TEST(FileManipulator, VfsErrorCodesGiveTheirIdentifiers) {
     for (int code = -1; code <= 12; ++code)
         cases.emplace_back(code, byCode[code + 1]);
     const vexa::testing::TempDir dir;
-    const vfs::AbsoluteIRI folder(fl::i18n::to_ustring(dir / "new"));
     const std::u16string path = u"/donn\u00e9es/x";
     for (const auto& [code, name] : cases) {
         const vexa::testing::ScopedStorageSystem storage({vexa::testing::faultyFiles(
             vexa::testing::FaultyProvider::Operation::CreateFolder, code)});
         NoOperation recorded, pending;
         try {
-            vfs::Folder(folder, Quarrow::VexaStorageSystem::GetStorageSystemReference())
-                .createFolderRecursive();
+            vexa::testing::folderAt(dir / "new").createFolderRecursive();
             ADD_FAILURE() << code;
         } catch (const vfs::Exception& error) {
             recorded.SetVFSErrorStatus(error, path);
@@ -101,17 +99,6 @@ TEST(FileManipulator, SetErrorStatusRecordsErrno) {
     }
 }
 
-TEST(FileManipulator, LastRecordedErrorWins) {
-    NoOperation operation;
-    operation.SetVFSErrorStatus(vfs::Exception(vfs::IOError, u"/a"), u"/a");
-    const core::Status first = operation.GetStatus();
-    operation.CheckStringForPathMax(u"abc", 2);
-    EXPECT_EQ(idOf(operation.GetStatus()), "VEXA:FILE:PATHMAX");
-    EXPECT_EQ(operation.GetStatus().code, 2);
-    // A copy taken earlier keeps its own error.
-    EXPECT_EQ(idOf(first), "VEXA:virtualfilesystem:ioError");
-}
-
 TEST(FileManipulator, PathLimitIsInclusive) {
     struct Case {
         std::size_t length;
@@ -137,12 +124,17 @@ TEST(FileManipulator, PathLimitIsInclusive) {
     EXPECT_FALSE(operation.CheckStringForPathMax(astral + u"a", 4352));
 }
 
-// An operation's own prefix reaches the exception context but never the identifiers. A
-// pending context names the caller's path, and is reported once.
-TEST(FileManipulator, OperationPrefixNeverRenamesIdentifiers) {
+// The last error recorded wins; a copy of the status taken earlier keeps its own. An
+// operation's own prefix reaches the exception context but never the identifiers. A pending
+// context names the caller's path, and is reported once.
+TEST(FileManipulator, LastRecordedErrorWinsUnderItsOwnIdentifier) {
     PrefixedOperation operation;
+    operation.SetVFSErrorStatus(vfs::Exception(vfs::IOError, u"/a"), u"/a");
+    const core::Status first = operation.GetStatus();
     operation.CheckStringForPathMax(u"abc", 2);
     EXPECT_EQ(idOf(operation.GetStatus()), "VEXA:FILE:PATHMAX");
+    EXPECT_EQ(operation.GetStatus().code, 2);
+    EXPECT_EQ(idOf(first), "VEXA:virtualfilesystem:ioError");
 
     ExceptionContextHandler::SetPendingContext(
         vfs::makeContext("remove", u"/provider/p", vfs::FolderNotEmpty));

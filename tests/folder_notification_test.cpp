@@ -10,7 +10,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <optional>
 
 namespace {
@@ -30,9 +29,8 @@ using vexa::testing::u;
 class FolderNotification : public ::testing::Test {
 protected:
     FolderNotification() {
-        for (const char* folder : {"lib/+pkg", "lib/@cls", "lib/private", "lib/+pkg/sub", "tools",
-                                   "library", "lib/+notes.txt.d"})
-            std::filesystem::create_directories(dir.path() / folder);
+        dir.make({"lib/", "lib/+pkg/", "lib/@cls/", "lib/private/", "lib/+pkg/sub/", "tools/",
+                  "library/", "lib/+notes.txt.d/"});
         manager = std::make_shared<PathManager>(std::vector<fl::ustring>{
             u(dir / "lib"), u(dir / "tools"), u(dir / "library"), u(dir.path().string())});
         installed.emplace(manager);
@@ -133,7 +131,7 @@ TEST_F(FolderNotification, RefreshRescansEveryEntry) {
     }
     // A change marks the entries above it; a partial refresh rescans only those, a full
     // one everything again.
-    std::filesystem::create_directories(dir.path() / "tools/+new");
+    dir.make({"tools/+new/"});
     fl::ustring folder = u(dir / "tools/+new");
     operation.MarkDirOutOfDate(folder);
     manager->Refresh(1);

@@ -3,9 +3,8 @@
 
 #include <vexa/io/filesystem/core/packages.hpp>
 
-#include <Quarrow/VexaStorageSystem.hpp>
-
 #include "Packages.hpp"
+#include "Storage.hpp"
 #include "Text.hpp"
 
 #include <gtest/gtest.h>
@@ -13,12 +12,9 @@
 namespace {
 
 namespace core = vexa::io::filesystem::core;
-namespace vfs = foundation::storage::vfs;
 
 std::string claimant(const std::string& folder) {
-    const auto package = core::GetClaimingPackage(
-        vfs::Folder(vfs::AbsoluteIRI(vexa::testing::u(folder)),
-                    Quarrow::VexaStorageSystem::GetStorageSystemReference()));
+    const auto package = core::GetClaimingPackage(vexa::testing::folderAt(folder));
     return package ? vexa::testing::utf8(package->name + u" " + package->rootFolder) : "none";
 }
 

@@ -3,7 +3,6 @@
 #include "TempDir.hpp"
 #include "Text.hpp"
 
-#include <fl/i18n.hpp>
 #include <foundation/storage/vfs/AbsoluteIRI.hpp>
 
 #include <gtest/gtest.h>
@@ -18,8 +17,9 @@ using namespace std::string_literals;
 using vexa::testing::u;
 using vexa::testing::utf8;
 
-// Absoluteness of file paths, Unix and Windows rules side by side.
-TEST(PathPredicates, GetIsAbsoluteUnixAndWindows) {
+// Absoluteness of file paths, Unix and Windows rules side by side. Their path type is not
+// looked at: the type alone decides, value 2 being named "Windows".
+TEST(PathPredicates, FilePathsAbsolutenessAndType) {
     const std::tuple<fl::ustring, bool, bool> cases[] = {
         // path, Unix rules, Windows rules
         {u"", false, false},
@@ -47,6 +47,10 @@ TEST(PathPredicates, GetIsAbsoluteUnixAndWindows) {
         EXPECT_EQ(core::getIsAbsolute(path, false, FileSystemType::UrlAsUnix), unix);
         // A URL is absolute without being looked at.
         EXPECT_TRUE(core::getIsAbsolute(path, true, FileSystemType::Unix));
+        EXPECT_EQ(core::getPathType(path, false, FileSystemType::Unix), u"Unix");
+        EXPECT_EQ(core::getPathType(path, false, FileSystemType::Windows), u"Windows");
+        EXPECT_EQ(core::getPathType(path, false, FileSystemType::UrlAsWindows), u"Windows");
+        EXPECT_EQ(core::getPathType(path, false, FileSystemType::UrlAsUnix), u"Unix");
     }
 }
 
@@ -91,16 +95,6 @@ TEST(PathPredicates, PrefixesAndExtension) {
     }
 }
 
-TEST(PathPredicates, GetPathTypeOfFilePathsFollowsTheType) {
-    // The path is not looked at: the type alone decides, value 2 being named "Windows".
-    for (const fl::ustring path : {u"C:\\x", u"/usr", u""}) {
-        EXPECT_EQ(core::getPathType(path, false, FileSystemType::Unix), u"Unix");
-        EXPECT_EQ(core::getPathType(path, false, FileSystemType::Windows), u"Windows");
-        EXPECT_EQ(core::getPathType(path, false, FileSystemType::UrlAsWindows), u"Windows");
-        EXPECT_EQ(core::getPathType(path, false, FileSystemType::UrlAsUnix), u"Unix");
-    }
-}
-
 // URLs are classified by scheme whatever the type, after up to three parse attempts. When none
 // parses, the IRI layer's own exception reaches the caller: the second attempt's when the
 // cleaned-up text ends with "/", otherwise the third attempt's, on the text with "/" appended.
@@ -139,13 +133,8 @@ TEST(PathPredicates, MakeLowerCaseChangesAsciiLettersOnly) {
 
 TEST(PathPredicates, IsSymlinkAsksTheFileSystem) {
     vexa::testing::TempDir dir;
-    dir.makeFile("file");
-    dir.makeLink("file", "link");
-    dir.makeLink("missing", "dangling");
-    dir.makeLink("loop2", "loop1");
-    dir.makeLink("loop1", "loop2");
-    dir.makeLink(dir.path(), "to-dir");
-
+    dir.make({"file", "link -> file", "dangling -> missing", "loop1 -> loop2", "loop2 -> loop1",
+              "to-dir -> " + dir.path().string()});
     using core::LinkStatus;
     const std::pair<std::string, LinkStatus> cases[] = {
         {dir / "file", LinkStatus::NotLink},

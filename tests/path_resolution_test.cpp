@@ -14,7 +14,6 @@
 
 #include <memory>
 
-#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
@@ -34,10 +33,7 @@ protected:
           searchPath_(std::make_shared<Quarrow::PathManagement::PathManager>(
               std::vector<fl::ustring>{u(dir / "lib")})) {
         dir.makeItemsOfEveryKind();
-        dir.makeFile("caf\xE9");
-        dir.makeFolders({"lib"});
-        dir.makeFile("lib/only-in-lib.m");
-        dir.makeFile("lib/dangling");
+        dir.make({"caf\xE9", "lib/", "lib/only-in-lib.m", "lib/dangling"});
         ::truncate((dir / "file").c_str(), 5);
     }
 
@@ -106,11 +102,8 @@ TEST_F(PathResolution, TextAndKind) {
         EXPECT_EQ(utf8(got.path), expected) << c.input << (c.standalone ? " stand-alone" : "");
         EXPECT_EQ(got.kind, c.kind) << c.input << (c.standalone ? " stand-alone" : "");
     }
-}
-
-// Nothing is thrown for an item the storage layer cannot look at, and its failure is not
-// left for a later report.
-TEST_F(PathResolution, StorageFailureIsNothingThere) {
+    // Nothing is thrown for an item the storage layer cannot look at, and its failure is not
+    // left for a later report.
     const vexa::testing::ScopedStorageSystem storage({vexa::testing::faultyFiles(
         vexa::testing::FaultyProvider::Operation::Probe, vexa::testing::vfs::PermissionDenied)});
     virtualfileio::ExceptionContextHandler::ClearPendingContext();

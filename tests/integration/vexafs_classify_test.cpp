@@ -7,6 +7,7 @@ namespace {
 using ::testing::_;
 using ::testing::HasSubstr;
 using ::testing::Ne;
+using vexa::testing::refused;
 
 TEST(VexafsClassify, ReportsAndRefusals) {
     const vexa::testing::VexafsRun runs[] = {
@@ -35,7 +36,7 @@ TEST(VexafsClassify, ReportsAndRefusals) {
         {{"classify", "--url", "--json", "HTTPS://Host/a.txt"},
          0,
          HasSubstr("\"path type\": \"https\"")},
-        {{"classify", "--url", "not a url"}, 1, "", HasSubstr("not%20a%20url/")},
+        refused({"classify", "--url", "not a url"}, HasSubstr("not%20a%20url/")),
         {{"classify", "--rules", "vms", "/x"}, Ne(0), "", HasSubstr("vms")},
     };
     vexa::testing::expectRuns(runs);

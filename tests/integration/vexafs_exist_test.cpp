@@ -8,12 +8,20 @@
 namespace {
 
 using ::testing::HasSubstr;
+using vexa::testing::refused;
 using vexa::testing::TempDir;
 
-// Each item's type and word; a dangling link is a link, a missing item nothing.
-TEST(VexafsExist, TellsEachKindOfItem) {
+// One folder of items of every kind. exist tells each item's type and word: a dangling link
+// is a link, a missing item nothing. mkparent makes the missing chain and reports a refused
+// level with the storage layer's message. content-type reads a type a user set with setfattr;
+// none is an empty answer.
+TEST(VexafsStorageQueries, ExistMkparentAndContentType) {
     TempDir dir;
     dir.makeItemsOfEveryKind();
+    dir.make({"data.csv"});
+    const std::string setfattr =
+        "setfattr -n user.http.contentType -v text/csv " + dir / "data.csv";
+    ASSERT_EQ(std::system(setfattr.c_str()), 0);
     std::vector<std::string> args{"exist", "--json"};
     std::string json = "[";
     const std::tuple<std::string, int, std::string> items[] = {
@@ -35,43 +43,19 @@ TEST(VexafsExist, TellsEachKindOfItem) {
         {args, 0, json + "\n]\n"},
         {{"exist", "file://" + dir / "folder/"}, 0, HasSubstr("  type: 2\n  kind: folder\n")},
         {{"exist", "file://elsewhere/x"}, 0, HasSubstr("kind: nothing")},
-        {{"exist", "http://[::1/x"}, 1, "", HasSubstr("Error: cannot make")},
-    };
-    vexa::testing::expectRuns(runs);
-}
-
-// The missing chain is made; a refused level is reported with the storage layer's message.
-TEST(VexafsMkparent, MakesTheMissingChain) {
-    TempDir dir;
-    dir.makeFile("file");
-    const vexa::testing::VexafsRun runs[] = {
+        refused({"exist", "http://[::1/x"}, HasSubstr("Error: cannot make")),
         {{"mkparent", dir / "a/b/c.txt"}, 0, dir / "a/b/c.txt\n  parent: file://" + dir / "a/b/\n"},
         {{"mkparent", dir / "file/x"}, 0, HasSubstr("parent: file://")}, // a file is left be
-        {{"mkparent", dir / "file/x/y"},
-         1,
-         "",
-         HasSubstr("Identifier: VEXA:virtualfilesystem:resourceNotFound")},
+        refused({"mkparent", dir / "file/x/y"},
+                HasSubstr("Identifier: VEXA:virtualfilesystem:resourceNotFound")),
+        {{"content-type", dir / "data.csv", dir / "file", dir / "missing"},
+         0,
+         dir / "data.csv\n  content type: text/csv\n" + dir / "file\n  content type: \n" +
+             dir / "missing\n  content type: \n"},
     };
     vexa::testing::expectRuns(runs);
     EXPECT_TRUE(std::filesystem::is_directory(dir / "a/b"));
     EXPECT_FALSE(std::filesystem::exists(dir / "a/b/c.txt"));
-}
-
-// A type set by a user with setfattr comes back; none is an empty answer.
-TEST(VexafsContentType, ReadsWhatSetfattrRecorded) {
-    TempDir dir;
-    dir.makeFile("data.csv");
-    dir.makeFile("plain");
-    const std::string setfattr =
-        "setfattr -n user.http.contentType -v text/csv " + dir / "data.csv";
-    ASSERT_EQ(std::system(setfattr.c_str()), 0);
-    const vexa::testing::VexafsRun runs[] = {
-        {{"content-type", dir / "data.csv", dir / "plain", dir / "missing"},
-         0,
-         dir / "data.csv\n  content type: text/csv\n" + dir / "plain\n  content type: \n" +
-             dir / "missing\n  content type: \n"},
-    };
-    vexa::testing::expectRuns(runs);
 }
 
 } // namespace

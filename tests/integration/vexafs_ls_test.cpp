@@ -10,14 +10,13 @@ using ::testing::Ne;
 using vexa::testing::TempDir;
 
 // A real tree listed in post-order, with IRIs beside the names; links entered by the
-// UTF-16 listing only; names that are not UTF-8 kept as bytes, escaped in JSON.
-TEST(VexafsLs, ListsARealTreeInPostOrderWithItsIRIs) {
+// UTF-16 listing only; names that are not UTF-8 kept as bytes, escaped in JSON. Folders
+// claimed by the nearest package root.
+TEST(VexafsLsAndPackage, ListsARealTreeAndTellsWhichPackageClaims) {
     TempDir dir;
-    dir.makeFolders({"t", "t/b", "empty"});
-    for (const char* file : {"t/a.txt", "t/b/c.txt", "t/sp ace", "t/caf\xE9"})
-        dir.makeFile(file);
-    dir.makeLink("b", "t/lnk");
-    const std::string t = dir.real() + "/t/", iri = "file://" + t;
+    dir.make(
+        {"t/", "t/b/", "empty/", "t/a.txt", "t/b/c.txt", "t/sp ace", "t/caf\xE9", "t/lnk -> b"});
+    const std::string root = dir.real(), t = root + "/t/", iri = "file://" + t;
     const vexa::testing::VexafsRun runs[] = {
         {{"ls", t + "*"},
          0,
@@ -33,20 +32,12 @@ TEST(VexafsLs, ListsARealTreeInPostOrderWithItsIRIs) {
         {{"ls", "--json", "--iri", t + "c*"},
          0,
          "{\"name\": \"" + t + "caf\\udce9\", \"iri\": \"" + iri + "caf%E9\"}\n"},
-        {{"ls", "--json", "--bytes", dir.real() + "/empty/.?"},
+        {{"ls", "--json", "--bytes", root + "/empty/.?"},
          0,
-         "{\"name\": \"" + dir.real() + "/empty/..\"}\n"},
-        {{"ls", "--iri", dir.real() + "/empty/.?"}, 0, dir.real() + "/empty//..\n"},
-        {{"ls", "-r", dir.real() + "/missing/*", dir.real() + "/empty/*"}, 0, ""},
+         "{\"name\": \"" + root + "/empty/..\"}\n"},
+        {{"ls", "--iri", root + "/empty/.?"}, 0, root + "/empty//..\n"},
+        {{"ls", "-r", root + "/missing/*", root + "/empty/*"}, 0, ""},
         {{"ls", "--bytes", "--iri", t + "*"}, Ne(0), "", HasSubstr("excludes")},
-    };
-    vexa::testing::expectRuns(runs);
-}
-
-TEST(VexafsPackage, TheNearestRootClaims) {
-    TempDir dir;
-    const std::string root = dir.real();
-    const vexa::testing::VexafsRun runs[] = {
         {{"package", root + "/a/b", root + "/a/bc", "/", "--package", "outer=" + root, "--package",
           "inner=" + root + "/a/b", "--json"},
          0,

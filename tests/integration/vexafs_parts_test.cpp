@@ -6,6 +6,7 @@ namespace {
 
 using ::testing::HasSubstr;
 using ::testing::Ne;
+using vexa::testing::refused;
 
 TEST(VexafsParts, FilePathsUrlsAndRefusals) {
     const vexa::testing::VexafsRun runs[] = {
@@ -33,11 +34,9 @@ TEST(VexafsParts, FilePathsUrlsAndRefusals) {
          "\"https://h:81/d/\", \"name\": \"r\xC3\xA9sum\xC3\xA9.pdf\", \"extension\": "
          "\".pdf\", \"host\": \"h\", \"port\": 81, \"query\": \"\", \"fragment\": \"\"}\n"
          "]\n"},
-        {{"parts", "--url-kind", "3", "not a url"},
-         1,
-         "",
-         "Error: 'not a url' is not a valid path or URL.\n"
-         "Identifier: VEXA:virtualfileio:path:invalidIRI\n"},
+        refused({"parts", "--url-kind", "3", "not a url"},
+                "Error: 'not a url' is not a valid path or URL.\n"
+                "Identifier: VEXA:virtualfileio:path:invalidIRI\n"),
         {{"parts", "--url-kind", "1", "http://h/"}, Ne(0), "", testing::_},
         {{"parts", "--url-kind", "2", "--rules", "unix", "http://h/"}, Ne(0), "", testing::_},
         {{"parts"}, Ne(0), "", testing::_},

@@ -6,8 +6,6 @@
 #include "TimeZone.hpp"
 #include "Vexafs.hpp"
 
-#include <cstring>
-
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -16,43 +14,42 @@ namespace {
 
 using ::testing::ContainsRegex;
 using ::testing::HasSubstr;
+using vexa::testing::refused;
 using vexa::testing::TempDir;
 
-// The record of one name, with attributes when `attributes` is given as "readable,
-// writable, modified, size".
+// The record of one name, with its attributes when they are given: readable, writable,
+// modified and size.
 std::string shown(const std::string& name, const std::string& path, const std::string& kind,
-                  const std::string& attributes = "") {
+                  const std::vector<std::string>& attributes = {}) {
     if (attributes.empty())
         return name + "\n  path: " + path + "\n  kind: " + kind + "\n";
-    std::string record = name + "\n  path:     " + path + "\n  kind:     " + kind + "\n";
-    const char* fields[] = {"readable", "writable", "modified", "size"};
-    std::size_t at = 0;
-    for (const char* field : fields) {
-        const std::size_t comma = attributes.find(',', at);
-        record += std::string("  ") + field + ":" + std::string(9 - std::strlen(field), ' ') +
-                  attributes.substr(at, comma - at) + "\n";
-        at = comma + 1;
-    }
-    return record;
+    return name + "\n  path:     " + path + "\n  kind:     " + kind +
+           "\n  readable: " + attributes[0] + "\n  writable: " + attributes[1] +
+           "\n  modified: " + attributes[2] + "\n  size:     " + attributes[3] + "\n";
 }
 
 // A file, a folder, a link followed and not, a name found on the search path, in local time
-// to the microsecond; what is not there, and text that names nothing.
-TEST(VexafsResolve, NamesAsTheHostResolvesThem) {
+// to the microsecond; what is not there, and text that names nothing. Web addresses: the
+// server's size, time and kind over https with the run's certificate (as an option or from
+// the environment), refusals as nothing, and a failure with the server's or the network's
+// own words.
+TEST(VexafsResolve, NamesAndWebAddressesAsTheHostResolvesThem) {
     const vexa::testing::ScopedTimeZone inZone("<+0530>-5:30"); // for vexafs too
+    const vexa::testing::HttpServer server;
+    const std::string file = server.secureUrl("/files/a%20b%20%C3%BC.txt");
+    const std::string shownFile = server.secureUrl("/files/a%20b%20\xC3\xBC.txt");
+    const std::string caFile = server.caFile();
     TempDir dir;
     dir.makeItemsOfEveryKind();
-    dir.makeFolders({"lib"});
-    dir.makeFile("lib/only.m");
-    dir.makeFile("lib/dangling");
-    dir.makeFile("caf\xE9");
+    dir.make({"lib/", "lib/only.m", "lib/dangling", "caf\xE9"});
     ASSERT_EQ(::truncate((dir / "file").c_str(), 5), 0);
     const timespec times[] = {{0, UTIME_OMIT}, {1614834367, 123456789}};
     for (const char* name : {"file", "lib/only.m"})
         ASSERT_EQ(::utimensat(AT_FDCWD, (dir / name).c_str(), times, 0), 0);
     const std::string d = dir.real();
     const vexa::testing::CurrentFolder inside(d);
-    const std::string fileAttributes = "yes,yes,2021-03-04T10:36:07.123456,5";
+    const std::vector<std::string> fileAttributes = {"yes", "yes", "2021-03-04T10:36:07.123456",
+                                                     "5"};
     // A folder's write probe makes its time the time of the call.
     const std::string folderAttributes = "  readable: yes\n  writable: yes\n  modified: "
                                          "[0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9]{2}:[0-9]{2}:"
@@ -62,7 +59,8 @@ TEST(VexafsResolve, NamesAsTheHostResolvesThem) {
          0,
          shown("file", d + "/file", "file", fileAttributes) +
              shown("linkFile", d + "/linkFile", "link", fileAttributes) +
-             shown("only.m", d + "/lib/only.m", "file", "yes,yes,2021-03-04T10:36:07.123456,1")},
+             shown("only.m", d + "/lib/only.m", "file",
+                   {"yes", "yes", "2021-03-04T10:36:07.123456", "1"})},
         {{"resolve", "--attributes", "--follow-links", "linkFile", "linkFolder"},
          0,
          ContainsRegex("^" + shown("linkFile", d + "/file", "file", fileAttributes) +
@@ -74,7 +72,8 @@ TEST(VexafsResolve, NamesAsTheHostResolvesThem) {
                        folderAttributes + "$")},
         {{"resolve", "--attributes", "missing", ""},
          0,
-         shown("missing", "", "nothing", "no,no,,0") + shown("", "", "nothing", "no,no,,0")},
+         shown("missing", "", "nothing", {"no", "no", "", "0"}) +
+             shown("", "", "nothing", {"no", "no", "", "0"})},
         {{"resolve", "--follow-links", "dangling", "loopA", "--json"},
          0,
          "[\n {\"input\": \"dangling\", \"path\": \"\", \"kind\": \"nothing\"},\n {\"input\": "
@@ -91,38 +90,20 @@ TEST(VexafsResolve, NamesAsTheHostResolvesThem) {
          0,
          shown("dangling", d + "/lib/dangling", "file")},
         // A link shown as itself that leads nowhere has no attributes to read.
-        {{"resolve", "--attributes", "dangling"},
-         1,
-         "",
-         HasSubstr("Identifier: VEXA:virtualfilesystem:ioError")},
-        {{"resolve", "http://[::1/x"}, 1, "", HasSubstr("Error: cannot make 'http://[::1/x'")},
-    };
-    vexa::testing::expectRuns(runs);
-}
-
-// Web addresses through the same command: the server's size, time and kind over https with
-// the run's certificate (as an option or from the environment), refusals as nothing, and a
-// failure with the server's or the network's own words.
-TEST(VexafsResolve, WebAddresses) {
-    const vexa::testing::ScopedTimeZone inZone("<+0530>-5:30");
-    const vexa::testing::HttpServer server;
-    const std::string file = server.secureUrl("/files/a%20b%20%C3%BC.txt");
-    const std::string shownFile = server.secureUrl("/files/a%20b%20\xC3\xBC.txt");
-    const std::string caFile = server.caFile();
-    const vexa::testing::VexafsRun runs[] = {
+        refused({"resolve", "--attributes", "dangling"},
+                HasSubstr("Identifier: VEXA:virtualfilesystem:ioError")),
+        refused({"resolve", "http://[::1/x"}, HasSubstr("Error: cannot make 'http://[::1/x'")),
         {{"resolve", "--attributes", "--ca-file", caFile, file},
          0,
-         shown(file, shownFile, "file", "yes,no,2021-03-04T10:36:07.000000,7")},
+         shown(file, shownFile, "file", {"yes", "no", "2021-03-04T10:36:07.000000", "7"})},
         {{"--ca-file", caFile, "resolve", server.secureUrl("/files/sub/"),
           server.url("/status/404")},
          0,
          shown(server.secureUrl("/files/sub/"), server.secureUrl("/files/sub/"), "folder") +
              shown(server.url("/status/404"), "", "nothing")},
-        {{"resolve", file}, 1, "", HasSubstr("Reason: SSL certificate problem")},
-        {{"resolve", server.url("/status/500")},
-         1,
-         "",
-         HasSubstr("Identifier: VEXA:virtualfilesystem:ioError\nReason: HTTP 500\n")},
+        refused({"resolve", file}, HasSubstr("Reason: SSL certificate problem")),
+        refused({"resolve", server.url("/status/500")},
+                HasSubstr("Identifier: VEXA:virtualfilesystem:ioError\nReason: HTTP 500\n")),
         {{"resolve", "--ca-file", "/nonexistent.pem", file},
          ::testing::Ne(0),
          "",

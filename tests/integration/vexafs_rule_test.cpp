@@ -4,6 +4,7 @@
 
 namespace {
 
+using vexa::testing::refused;
 // The completed pair on stdout; a refusal as message text and identifier on stderr.
 TEST(VexafsRule, CompletionAndRefusals) {
     const vexa::testing::VexafsRun runs[] = {
@@ -13,16 +14,12 @@ TEST(VexafsRule, CompletionAndRefusals) {
         {{"rule", "--json", "rule", ""},
          0,
          "[\n {\"input\": \"rule \", \"name\": \"replacementrule\", \"value\": \"preserve\"}\n]\n"},
-        {{"rule", "Replace_Rule", "keep"},
-         1,
-         "",
-         "Error: The option name 'replace_rule' is not supported.\n"
-         "Identifier: VEXA:io:filesystem:common:NameNotSupported\n"},
-        {{"rule", "rule", "keep"},
-         1,
-         "",
-         "Error: The value of 'ReplacementRule' must be 'preserve' or 'overwrite'.\n"
-         "Identifier: VEXA:io:filesystem:common:IncorrectValueForReplacementRule\n"},
+        refused({"rule", "Replace_Rule", "keep"},
+                "Error: The option name 'replace_rule' is not supported.\n"
+                "Identifier: VEXA:io:filesystem:common:NameNotSupported\n"),
+        refused({"rule", "rule", "keep"},
+                "Error: The value of 'ReplacementRule' must be 'preserve' or 'overwrite'.\n"
+                "Identifier: VEXA:io:filesystem:common:IncorrectValueForReplacementRule\n"),
     };
     vexa::testing::expectRuns(runs);
 }

@@ -1,5 +1,5 @@
 #include <fl/filesystem.hpp>
-#include <fl/i18n.hpp>
+#include <fl/filesystemSharedFcns.hpp>
 #include <foundation/storage/vfs/Exception.hpp>
 
 #include "CurrentFolder.hpp"
@@ -13,6 +13,7 @@
 
 #include <cerrno>
 #include <climits>
+#include <functional>
 #include <tuple>
 
 #include <sys/stat.h>
@@ -21,6 +22,7 @@
 namespace {
 
 namespace fs = fl::filesystem;
+namespace shared = filesystemSharedFcns;
 using namespace std::string_literals;
 using vexa::testing::CurrentFolder;
 using vexa::testing::TempDir;
@@ -50,7 +52,8 @@ std::string typeOf(const fl::ustring& path, bool followed) {
         {fs::file_status::fifo_file, "fifo"}};
     // The form without exceptions answers alike, with the errno in place of the throw.
     std::error_code quietError;
-    const auto quiet = followed ? fs::status(path, quietError) : fs::symlink_status(path, quietError);
+    const auto quiet =
+        followed ? fs::status(path, quietError) : fs::symlink_status(path, quietError);
     EXPECT_EQ(quietError.value(), error.empty() ? 0 : std::stoi(error.substr(error.rfind(' ') + 1)))
         << utf8(path);
     EXPECT_EQ(quiet.type(), error.empty() ? type : 0u) << utf8(path);
@@ -60,38 +63,48 @@ std::string typeOf(const fl::ustring& path, bool followed) {
     return error.empty() ? "type " + std::to_string(type) : error;
 }
 
+// What the shared exists and isDir answer, both following links; exists as "yes", "no" or
+// what it threw, since "cannot tell" is not "not there".
+std::string existsOf(const fl::ustring& path) {
+    bool there = false;
+    const std::string error = thrown([&] { there = shared::exists(path); });
+    return !error.empty() ? error : there ? "yes" : "no";
+}
+
 TEST(FileStatus, RealItemsFollowedAndOwn) {
     TempDir dir;
-    dir.makeFile("file");
-    dir.makeFile("caf\xE9");
-    dir.makeFolders({"folder"});
-    dir.makeLink("file", "to-file");
-    dir.makeLink("folder", "to-folder");
-    dir.makeLink("missing", "dangling");
-    dir.makeLink("b", "a");
-    dir.makeLink("a", "b");
+    dir.make({"file", "caf\xE9", "folder/", "to-file -> file", "to-folder -> folder",
+              "to-to-folder -> to-folder", "dangling -> missing", "a -> b", "b -> a"});
     ASSERT_EQ(::mkfifo((dir / "fifo").c_str(), 0644), 0);
-    const std::tuple<std::string, std::string, std::string> cases[] = {
-        // name, status, symlink_status
-        {"file", "file", "file"},
-        {"caf\xE9", "file", "file"}, // not UTF-8
-        {"folder", "folder", "folder"},
-        {"to-file", "file", "link"},
-        {"to-folder", "folder", "link"},
-        {"dangling", "link", "link"},
-        {"fifo", "fifo", "fifo"},
-        {"a", "SystemError 40", "link"}, // a loop of two links
-        {"missing", "PathNotFound 2", "PathNotFound 2"},
-        {"missing/below", "PathNotFound 2", "PathNotFound 2"},
-        {"file/below", "PathNotFound 20", "PathNotFound 20"},
-        {std::string(300, 'n'), "FileNameTooLarge 36", "FileNameTooLarge 36"},
-        {"file\0/b"s, "SystemError 22", "SystemError 22"}, // cut at U+0000 it would exist
+    const std::tuple<std::string, std::string, std::string, std::string, bool> cases[] = {
+        // name, status, symlink_status, exists, isDir
+        {"file", "file", "file", "yes", false},
+        {"caf\xE9", "file", "file", "yes", false}, // not UTF-8
+        {"folder", "folder", "folder", "yes", true},
+        {"folder/", "folder", "folder", "yes", true},
+        {"to-file", "file", "link", "yes", false},
+        {"to-folder", "folder", "link", "yes", true},
+        {"to-to-folder", "folder", "link", "yes", true},
+        {"dangling", "link", "link", "no", false},
+        {"fifo", "fifo", "fifo", "yes", false},
+        {"a", "SystemError 40", "link", "SystemError 40", false}, // a loop of two links
+        {"missing", "PathNotFound 2", "PathNotFound 2", "no", false},
+        {"missing/below", "PathNotFound 2", "PathNotFound 2", "no", false},
+        {"file/below", "PathNotFound 20", "PathNotFound 20", "no", false}, // ENOTDIR too
+        {"caf\xE9/below", "PathNotFound 20", "PathNotFound 20", "no", false},
+        {std::string(300, 'n'), "FileNameTooLarge 36", "FileNameTooLarge 36", "FileNameTooLarge 36",
+         false},
+        // Cut at U+0000 it would exist.
+        {"file\0/b"s, "SystemError 22", "SystemError 22", "SystemError 22", false},
     };
-    for (const auto& [name, followed, own] : cases) {
+    for (const auto& [name, followed, own, exists, isDir] : cases) {
         const fl::ustring path = u(dir.path().string() + "/" + name);
         EXPECT_EQ(typeOf(path, true), followed) << name;
         EXPECT_EQ(typeOf(path, false), own) << name;
+        EXPECT_EQ(existsOf(path), exists) << name;
+        EXPECT_EQ(shared::isDir(path), isDir) << name;
     }
+    EXPECT_EQ(existsOf(u""), "no");
     try {
         fs::status(u(dir / "a"));
     } catch (const fs::SystemError& error) {
@@ -124,19 +137,6 @@ TEST(FileStatus, ErrnoMapsToItsExceptionAndStorageCode) {
     }
 }
 
-TEST(FileStatus, UnsearchableFolderIsAccessDenied) {
-    TempDir dir;
-    ASSERT_EQ(::mkdir((dir / "locked").c_str(), 0700), 0);
-    dir.makeFile("locked/file");
-    ASSERT_EQ(::chmod(dir.path().c_str(), 0755), 0);
-    EXPECT_EQ(vexa::testing::runAsUnprivileged([&] {
-                  return thrown([&] { fs::status(u(dir / "locked/file")); }) == "AccessDenied 13"
-                             ? 0
-                             : 1;
-              }),
-              0);
-}
-
 // What a link holds, as written; "" when the path is no link.
 std::string heldBy(const std::string& link) {
     char text[PATH_MAX];
@@ -148,13 +148,8 @@ std::string heldBy(const std::string& link) {
 // must be there as the link will see it, from the link's folder.
 TEST(CreateSymlink, MadeOnlyToAReachableTargetAtAFreePath) {
     TempDir dir;
-    dir.makeFolders({"folder", "links", "cwd"});
-    dir.makeFile("file");
-    dir.makeFile("links/only-here");
-    dir.makeFile("cwd/only-in-cwd");
-    dir.makeFile("links/taken");
-    dir.makeLink("nowhere", "links/dangling");
-    dir.makeLink("loop", "links/loop");
+    dir.make({"folder/", "links/", "cwd/", "file", "links/only-here", "cwd/only-in-cwd",
+              "links/taken", "links/dangling -> nowhere", "links/loop -> loop"});
     CurrentFolder inside(dir / "cwd");
     const std::string file = dir / "file", links = dir / "links";
     constexpr unsigned autoType = fs::file_status::file_type_auto;
@@ -194,32 +189,34 @@ TEST(CreateSymlink, MadeOnlyToAReachableTargetAtAFreePath) {
     }
 }
 
-// Only an unprivileged user is refused: a folder it may not write for the link, and a target
-// it may not look up (whose kind it cannot find out).
-TEST(CreateSymlink, RefusedPermissionIsAccessDenied) {
+// Only an unprivileged user is refused: a folder it may not search (whose items' kind it
+// cannot find out, also as a link's target), and one it may not write for a link.
+TEST(FileStatus, RefusedPermissionIsAccessDenied) {
     TempDir dir;
     ASSERT_EQ(::chmod(dir.path().c_str(), 0755), 0);
     ASSERT_EQ(::mkdir((dir / "locked").c_str(), 0555), 0);
     ASSERT_EQ(::mkdir((dir / "private").c_str(), 0700), 0);
-    dir.makeFile("file");
-    dir.makeFile("private/file");
-    const std::pair<std::string, std::string> cases[] = {
-        {dir / "file", dir / "locked/link"},
-        {dir / "private/file", dir / "link"},
+    dir.make({"private/sub/", "open/", "file"});
+    ASSERT_EQ(::chmod((dir / "open").c_str(), 0777), 0); // the link could be made there
+    const fl::ustring hidden = u(dir / "private/sub");
+    constexpr unsigned autoType = fs::file_status::file_type_auto;
+    const std::function<void()> refused[] = {
+        [&] { fs::status(hidden); },
+        [&] { shared::exists(hidden); },
+        [&] { fs::create_symlink(u(dir / "file"), u(dir / "locked/link"), autoType); },
+        [&] { fs::create_symlink(hidden, u(dir / "open/link"), autoType); },
     };
-    for (const auto& [target, link] : cases) {
-        EXPECT_EQ(vexa::testing::runAsUnprivileged([&] {
-                      return thrown([&] {
-                                 fs::create_symlink(u(target), u(link),
-                                                    fs::file_status::file_type_auto);
-                             }) == "AccessDenied 13"
-                                 ? 0
-                                 : 1;
-                  }),
-                  0)
-            << link;
-        EXPECT_EQ(heldBy(link), "") << link;
-    }
+    // One bit per call that answered otherwise; isDir answers only its own question.
+    EXPECT_EQ(vexa::testing::runAsUnprivileged([&] {
+                  int wrong = shared::isDir(hidden) ? 1 : 0;
+                  for (std::size_t i = 0; i < std::size(refused); ++i)
+                      if (thrown(refused[i]) != "AccessDenied 13")
+                          wrong |= 2 << i;
+                  return wrong;
+              }),
+              0);
+    EXPECT_EQ(heldBy(dir / "locked/link"), "");
+    EXPECT_EQ(heldBy(dir / "open/link"), "");
 }
 
 TEST(NativePathText, NativeFormParentAndFileName) {
@@ -270,13 +267,8 @@ TEST(NativePaths, AbsoluteIsALexicalJoin) {
 // The canonical path, or what canonical threw.
 TEST(NativePaths, CanonicalResolvesLinksDotsAndDotDots) {
     TempDir dir;
-    dir.makeFolders({"real", "real/sub"});
-    dir.makeFile("real/sub/caf\xE9");
-    dir.makeFile("file");
-    dir.makeLink("real", "to-real");
-    dir.makeLink("../to-real/sub", "real/hop");
-    dir.makeLink("missing", "dangling");
-    dir.makeLink("loop", "loop");
+    dir.make({"real/", "real/sub/", "real/sub/caf\xE9", "file", "to-real -> real",
+              "real/hop -> ../to-real/sub", "dangling -> missing", "loop -> loop"});
     const std::string root = dir.real(), file = root + "/real/sub/caf\xE9";
     CurrentFolder inside(dir.path());
     const std::pair<std::string, std::string> cases[] = {
@@ -311,6 +303,32 @@ TEST(NativePaths, CurrentPathWholeOrNotAtAll) {
     EXPECT_EQ(fs::get_current_path(), u(deep));
     ASSERT_EQ(::rmdir(("../" + name).c_str()), 0);
     EXPECT_EQ(thrown([] { fs::get_current_path(); }), "PathNotFound 2");
+}
+
+TEST(SharedFcns, LexicalDotFolding) {
+    const std::tuple<fl::ustring, fl::ustring, fl::ustring> cases[] = {
+        // path, after handleSingleDots, after handleDotDots too
+        {u"", u"", u""},
+        {u"./", u".", u"."},
+        {u"/.", u"/", u"/"},
+        {u"/../../a", u"/../../a", u"/a"}, // the root is its own parent
+        {u"/a/b/../", u"/a/b/../", u"/a/"},
+        {u"a/..", u"a/..", u"."},
+        {u"a/./b/../c", u"a/b/../c", u"a/c"},
+        {u"a/../../b", u"a/../../b", u"../b"},          // a relative path keeps what it cannot fold
+        {u"/a//.../.x/..", u"/a/.../.x/..", u"/a/..."}, // "..." and ".x" are names
+        {u"C:\\a\\..\\b", u"C:\\a\\..\\b", u"C:\\a\\..\\b"},
+        {u"/\U0001F600/\0/../x"s, u"/\U0001F600/\0/../x"s, u"/\U0001F600/x"}, // U+0000 is text
+    };
+    for (const auto& [path, singleDots, both] : cases) {
+        fl::ustring text = path, direct = path;
+        shared::handleSingleDots(text);
+        EXPECT_EQ(text, singleDots) << utf8(path);
+        shared::handleDotDots(text);
+        shared::handleDotDots(direct);
+        EXPECT_EQ(text, both) << utf8(path);
+        EXPECT_EQ(direct, both) << "handleDotDots alone: " << utf8(path);
+    }
 }
 
 } // namespace

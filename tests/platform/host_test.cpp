@@ -15,7 +15,6 @@
 #include <gtest/gtest.h>
 
 #include <memory>
-#include <stdexcept>
 
 namespace {
 
@@ -72,11 +71,9 @@ TEST(HostArrays, ValuesAndReferences) {
 // The first item of that name in the current folder, then along the search path in order.
 TEST(FindFirstFileName, CurrentFolderThenSearchPath) {
     vexa::testing::TempDir dir;
-    dir.makeFolders({"here", "one", "two", "two/sub", "one/pkg"});
-    for (const char* file : {"here/local.m", "one/local.m", "one/first.m", "two/first.m",
-                             "two/sub/deep.m", "two/broken.m"})
-        dir.makeFile(file);
-    dir.makeLink("missing", "one/broken.m");
+    dir.make({"here/", "one/", "two/", "two/sub/", "one/pkg/", "here/local.m", "one/local.m",
+              "one/first.m", "two/first.m", "two/sub/deep.m", "two/broken.m",
+              "one/broken.m -> missing"});
     const vexa::testing::CurrentFolder inside(dir / "here");
     const auto previous = EngineDispatcher::getDispatcher().SetCurrentPathManager(
         std::make_shared<Quarrow::PathManagement::PathManager>(std::vector<fl::ustring>{

@@ -7,19 +7,17 @@ namespace {
 using resource_core::BaseMsgID;
 using resource_core::MessageCatalog;
 
-TEST(MessageCatalog, ParsesLinesAndSkipsCommentsAndBlanks) {
-    const MessageCatalog catalog("# comment\n\nA:b  Text of b.\r\nA:c Text {1} of c.\nnospace\n");
-    EXPECT_EQ(catalog.size(), 2u);
+// Lines are parsed, comments and blank ones skipped. Placeholders are filled from the
+// arguments in order, numbers and non-ASCII text included; an identifier without a text
+// still shows its arguments.
+TEST(MessageCatalog, ParsesLinesAndFormatsArgumentsIntoTheText) {
+    const MessageCatalog catalog("# comment\n\nA:b  Text of b.\r\nA:c Text {1} of c.\nnospace\n"
+                                 "X:two {2} after {1}, {1} again; {3} {x} {} {0} {\n"
+                                 "X:n code {1} at {2}\n");
+    EXPECT_EQ(catalog.size(), 4u);
     EXPECT_EQ(catalog.find("A:b"), fl::ustring_view(u"Text of b."));
     EXPECT_EQ(catalog.find("A:c"), fl::ustring_view(u"Text {1} of c."));
     EXPECT_FALSE(catalog.find("nospace"));
-}
-
-// Placeholders are filled from the arguments in order, numbers and non-ASCII text included;
-// an identifier without a text still shows its arguments.
-TEST(MessageCatalog, FormatsArgumentsIntoTheText) {
-    const MessageCatalog catalog("X:two {2} after {1}, {1} again; {3} {x} {} {0} {\n"
-                                 "X:n code {1} at {2}\n");
     const std::pair<BaseMsgID, std::u16string> cases[] = {
         {BaseMsgID("X", "two", std::u16string(u"first"), std::string("second")),
          u"second after first, first again; {3} {x} {} {0} {"},

@@ -18,6 +18,9 @@
 #include <boost/date_time/posix_time/posix_time.hpp>
 #include <boost/optional/optional_io.hpp>
 
+#include <cerrno>
+#include <tuple>
+
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/xattr.h>
@@ -29,27 +32,23 @@ namespace pt = boost::posix_time;
 namespace vfs = foundation::storage::vfs;
 namespace provider = foundation::storage::provider;
 using ::testing::ElementsAre;
+using vexa::testing::contextOf;
 using vexa::testing::failure;
+using vexa::testing::fileAt;
+using vexa::testing::folderAt;
+using vexa::testing::hostStorage;
+using vexa::testing::iriOf;
 using vexa::testing::outcome;
 using vexa::testing::TempDir;
 using vexa::testing::u;
 using vfs::AbsoluteIRI;
 using Op = vexa::testing::FaultyProvider::Operation;
 
-vfs::StorageSystemReference host() {
-    return Quarrow::VexaStorageSystem::GetStorageSystemReference();
-}
-
-AbsoluteIRI at(const std::string& text) {
-    return AbsoluteIRI(u(text));
-}
-
 class Storage : public ::testing::Test {
 protected:
-    Storage() {
-        dir.makeItemsOfEveryKind();
-    }
+    Storage() { dir.makeItemsOfEveryKind(); }
     TempDir dir;
+    const vfs::StorageSystemReference host = hostStorage();
 };
 
 // Each item looked at once; existsExtended tells the item itself, exists follows links.
@@ -59,90 +58,88 @@ TEST_F(Storage, ExistenceOfRealItems) {
         int extended, plain; // negative: the code thrown
     };
     const Case cases[] = {
-        {"file", 0, 0},         {"fifo", 1, 0},       {"folder", 2, 1},     {"linkFile", 3, 0},
-        {"linkFolder", 4, 1},   {"dangling", -9, 2},  {"loopA", -9, -9},    {"loopA/x", -9, -9},
-        {"file/x", -4, 2},      {"missing", -1, 2},   {"folder/", 2, 1},    {"linkFolder/", 4, 1},
+        {"file", 0, 0},       {"fifo", 1, 0},      {"folder", 2, 1},  {"linkFile", 3, 0},
+        {"linkFolder", 4, 1}, {"dangling", -9, 2}, {"loopA", -9, -9}, {"loopA/x", -9, -9},
+        {"file/x", -4, 2},    {"missing", -1, 2},  {"folder/", 2, 1}, {"linkFolder/", 4, 1},
         {"file/", 0, 0}, // a trailing "/" is no segment: the file itself
     };
     for (const auto& c : cases) {
-        const AbsoluteIRI location = at(dir / c.name);
-        EXPECT_EQ(outcome([&] { return vfs::existsExtended(location, host()); }), c.extended)
+        const AbsoluteIRI location = iriOf(dir / c.name);
+        EXPECT_EQ(outcome([&] { return vfs::existsExtended(location, host); }), c.extended)
             << c.name;
-        EXPECT_EQ(outcome([&] { return vfs::exists(location, host()); }), c.plain) << c.name;
+        EXPECT_EQ(outcome([&] { return vfs::exists(location, host); }), c.plain) << c.name;
+        if (c.extended < 0) { // a failure names the native path
+            EXPECT_EQ(contextOf([&] { vfs::existsExtended(location, host); })->location(),
+                      u(dir / c.name));
+        }
     }
     // IRIs that name no local item, and a scheme without a provider.
     for (const auto& [text, extended, plain] : std::vector<std::tuple<std::string, int, int>>{
              {"file://elsewhere/x", -1, 2}, {"mem://h/x", -11, -11}}) {
-        EXPECT_EQ(outcome([&] { return vfs::existsExtended(at(text), host()); }), extended);
-        EXPECT_EQ(outcome([&] { return vfs::exists(at(text), host()); }), plain);
+        EXPECT_EQ(outcome([&] { return vfs::existsExtended(iriOf(text), host); }), extended);
+        EXPECT_EQ(outcome([&] { return vfs::exists(iriOf(text), host); }), plain);
     }
 }
 
 // A refused look is a failure, never "nothing there": from an unprivileged process.
 TEST_F(Storage, RefusedLookIsPermissionDenied) {
-    dir.makeFolders({"private"});
-    dir.makeFile("private/f");
+    dir.make({"private/", "private/f"});
     ASSERT_EQ(::chmod((dir / "private").c_str(), 0700), 0);
-    const AbsoluteIRI inside = at(dir / "private/f");
-    EXPECT_EQ(vexa::testing::runAsUnprivileged([&] {
-                  return outcome([&] { return vfs::existsExtended(inside, host()); }) == -2 &&
-                                 outcome([&] { return vfs::exists(inside, host()); }) == -2 &&
-                                 failure([&] { vfs::IODevice{vfs::File(inside, host())}; }) == -2
-                             ? 0
-                             : 1;
-              }),
-              0);
+    const AbsoluteIRI inside = iriOf(dir / "private/f");
+    EXPECT_TRUE(vexa::testing::holdsUnprivileged([&] {
+        return outcome([&] { return vfs::existsExtended(inside, host); }) == -2 &&
+               outcome([&] { return vfs::exists(inside, host); }) == -2 &&
+               failure([&] { vfs::IODevice{vfs::File(inside, host)}; }) == -2;
+    }));
 }
 
+// A file's attributes, its extended attributes (those of the user namespace only) and its
+// content, also through a link.
 TEST_F(Storage, FileAttributesAndContent) {
-    ASSERT_EQ(::truncate((dir / "file").c_str(), 5), 0);
-    const timespec times[] = {{0, UTIME_OMIT}, {1614834367, 123456789}};
-    ASSERT_EQ(::utimensat(AT_FDCWD, (dir / "file").c_str(), times, 0), 0);
-    const pt::ptime expected = pt::time_from_string("2021-03-04 05:06:07.123456");
-    for (const char* name : {"file", "linkFile"}) {
-        const auto attributes = vfs::File(at(dir / name), host()).getAttributes();
-        EXPECT_TRUE(attributes.isWritable()) << name;
-        EXPECT_EQ(attributes.getLastModified(), expected) << name;
-        EXPECT_EQ(attributes.getSize(), 5u) << name;
-    }
-    EXPECT_EQ(vfs::Folder(at(dir / "linkFolder"), host()).getAttributes().getLastModified(),
-              vfs::Folder(at(dir / "folder"), host()).getAttributes().getLastModified());
-    for (const auto& [name, code] : std::vector<std::pair<std::string, int>>{
-             {"missing", -1}, {"dangling", -9}, {"loopA", -9}, {"file/x", -4}}) {
-        EXPECT_EQ(failure([&] { vfs::File(at(dir / name), host()).getAttributes(); }), code)
-            << name;
-        EXPECT_EQ(failure([&] { vfs::Folder(at(dir / name), host()).getAttributes(); }), code)
-            << name;
-    }
-
-    std::vector<char> buffer(16);
-    vfs::IODevice device{vfs::File(at(dir / "file"), host())};
-    EXPECT_EQ(device.read(buffer), 5u);
-    EXPECT_EQ(device.read(buffer), 0u);
-    // A fifo opens without a writer and reads as empty; a folder cannot be read.
-    EXPECT_EQ(vfs::IODevice(vfs::File(at(dir / "fifo"), host())).read(buffer), 0u);
-    EXPECT_EQ(failure([&] { vfs::IODevice{vfs::File(at(dir / "folder"), host())}; }), -10);
-    EXPECT_EQ(failure([&] { vfs::IODevice{vfs::File(at(dir / "missing"), host())}; }), -1);
-}
-
-TEST_F(Storage, ExtendedAttributesOfTheUserNamespace) {
     const std::string file = dir / "file";
+    ASSERT_EQ(::truncate(file.c_str(), 5), 0);
+    const timespec times[] = {{0, UTIME_OMIT}, {1614834367, 123456789}};
+    ASSERT_EQ(::utimensat(AT_FDCWD, file.c_str(), times, 0), 0);
     ASSERT_EQ(::setxattr(file.c_str(), "user.http.contentType", "text/csv", 8, 0), 0);
     ASSERT_EQ(::setxattr(file.c_str(), "user.empty", "", 0, 0), 0);
     ASSERT_EQ(::setxattr(file.c_str(), "trusted.hidden", "x", 1, 0), 0);
+    const pt::ptime expected = pt::time_from_string("2021-03-04 05:06:07.123456");
     for (const char* name : {"file", "linkFile"}) {
-        const auto attributes = vfs::File(at(dir / name), host()).getExtendedAttributes();
-        EXPECT_THAT(attributes.all(), ElementsAre(std::pair{"empty", ""},
-                                                  std::pair{"http.contentType", "text/csv"}));
-        EXPECT_EQ(attributes.getOptAttributeAs<std::string>("http.contentType"), std::string("text/csv"));
-        EXPECT_FALSE(attributes.getOptAttributeAs<int>("http.contentType"));
+        SCOPED_TRACE(name);
+        const auto attributes = fileAt(dir / name).getAttributes();
+        EXPECT_TRUE(attributes.isWritable());
+        EXPECT_EQ(attributes.getLastModified(), expected);
+        EXPECT_EQ(attributes.getSize(), 5u);
+        const auto extended = fileAt(dir / name).getExtendedAttributes();
+        EXPECT_THAT(extended.all(),
+                    ElementsAre(std::pair{"empty", ""}, std::pair{"http.contentType", "text/csv"}));
+        EXPECT_EQ(extended.getOptAttributeAs<std::string>("http.contentType"),
+                  std::string("text/csv"));
+        EXPECT_FALSE(extended.getOptAttributeAs<int>("http.contentType"));
     }
-    EXPECT_TRUE(vfs::File(at(dir / "folder"), host()).getExtendedAttributes().all().empty());
-    EXPECT_EQ(failure([&] { vfs::File(at(dir / "missing"), host()).getExtendedAttributes(); }), -1);
+    EXPECT_EQ(folderAt(dir / "linkFolder").getAttributes().getLastModified(),
+              folderAt(dir / "folder").getAttributes().getLastModified());
+    EXPECT_TRUE(fileAt(dir / "folder").getExtendedAttributes().all().empty());
+    for (const auto& [name, code] : std::vector<std::pair<std::string, int>>{
+             {"missing", -1}, {"dangling", -9}, {"loopA", -9}, {"file/x", -4}}) {
+        SCOPED_TRACE(name);
+        EXPECT_EQ(failure([&] { fileAt(dir / name).getAttributes(); }), code);
+        EXPECT_EQ(failure([&] { folderAt(dir / name).getAttributes(); }), code);
+    }
+    EXPECT_EQ(failure([&] { fileAt(dir / "missing").getExtendedAttributes(); }), -1);
+
+    std::vector<char> buffer(16);
+    vfs::IODevice device{fileAt(dir / "file")};
+    EXPECT_EQ(device.read(buffer), 5u);
+    EXPECT_EQ(device.read(buffer), 0u);
+    // A fifo opens without a writer and reads as empty; a folder cannot be read.
+    EXPECT_EQ(vfs::IODevice(fileAt(dir / "fifo")).read(buffer), 0u);
+    EXPECT_EQ(failure([&] { vfs::IODevice{fileAt(dir / "folder")}; }), -10);
+    EXPECT_EQ(failure([&] { vfs::IODevice{fileAt(dir / "missing")}; }), -1);
 }
 
 TEST_F(Storage, FilesAndFoldersMadeAndListed) {
-    const vfs::Folder folder(at(dir / "folder"), host());
+    const vfs::Folder folder = folderAt(dir / "folder");
     for (const char* name : {"a.txt", "b.csv", "c d.txt", "?x"})
         EXPECT_EQ(failure([&] { vfs::File(folder, u(name)).createFile(); }), 100) << name;
     EXPECT_EQ(failure([&] { vfs::File(folder, u"a.txt").createFile(); }), -3);
@@ -153,38 +150,20 @@ TEST_F(Storage, FilesAndFoldersMadeAndListed) {
     EXPECT_THAT(folder.listAll(u"*x*"), ElementsAre(u"?x", u"a.txt", u"c d.txt"));
     vfs::File(folder, u"b.csv").removeFile();
     EXPECT_EQ(failure([&] { vfs::File(folder, u"b.csv").removeFile(); }), -1);
-    EXPECT_EQ(failure([&] { vfs::Folder(at(dir / "file"), host()).listAll(u""); }), -4);
-    EXPECT_EQ(failure([&] { vfs::Folder(at(dir / "missing"), host()).listAll(u""); }), -1);
+    EXPECT_EQ(failure([&] { folderAt(dir / "file").listAll(u""); }), -4);
+    EXPECT_EQ(failure([&] { folderAt(dir / "missing").listAll(u""); }), -1);
 
     // A chain made at once; what is there already is kept; what stands in the way fails.
     const struct {
         std::string name;
         int result;
-    } folders[] = {{"new/a/b/c", 100}, {"new/a", 100}, {"linkFolder/x/y", 100},
-                   {"file", -3},      {"file/x/y", -4}, {"dangling", -3}};
+    } folders[] = {{"new/a/b/c", 100}, {"new/a", 100},   {"linkFolder/x/y", 100},
+                   {"file", -3},       {"file/x/y", -4}, {"dangling", -3}};
     for (const auto& f : folders)
-        EXPECT_EQ(failure([&] { vfs::Folder(at(dir / f.name), host()).createFolderRecursive(); }),
-                  f.result)
+        EXPECT_EQ(failure([&] { folderAt(dir / f.name).createFolderRecursive(); }), f.result)
             << f.name;
-    EXPECT_EQ(vfs::exists(at(dir / "new/a/b/c"), host()), vfs::existence::folder);
-    EXPECT_EQ(vfs::exists(at(dir / "folder/x/y"), host()), vfs::existence::folder);
-}
-
-// Failures leave their context pending on the thread that met them, with the message of
-// their code, until reported.
-TEST_F(Storage, FailuresLeaveTheirContextPending) {
-    using virtualfileio::ExceptionContextHandler;
-    const std::pair<std::string, std::string> cases[] = {{"file/x", "resourceNotFound"},
-                                                         {"missing", "resourceNotFound"},
-                                                         {"dangling", "ioError"}};
-    for (const auto& [name, message] : cases) {
-        EXPECT_THROW(vfs::existsExtended(at(dir / name), host()), vfs::Exception);
-        const auto pending = ExceptionContextHandler::PendingContext();
-        ASSERT_TRUE(pending) << name;
-        EXPECT_EQ(pending->message().name(), message) << name;
-        EXPECT_EQ(pending->location(), u(dir / name));
-        ExceptionContextHandler::ClearPendingContext();
-    }
+    EXPECT_EQ(vfs::exists(iriOf(dir / "new/a/b/c"), host), vfs::existence::folder);
+    EXPECT_EQ(vfs::exists(iriOf(dir / "folder/x/y"), host), vfs::existence::folder);
 }
 
 // A provider that implements only the look, and says no more than "nothing" about anything.
@@ -205,16 +184,50 @@ TEST(StorageSystem, ProvidersByScheme) {
     EXPECT_THAT(system->schemes(), ElementsAre("file", "mem"));
     EXPECT_EQ(system->findProvider("file"), faulty);
     EXPECT_EQ(system->findProvider("http"), nullptr);
-    EXPECT_EQ(outcome([&] { return vfs::exists(at("/"), storage); }), -8);
-    EXPECT_EQ(outcome([&] { return vfs::exists(at("http://h/"), storage); }), -11);
+    EXPECT_EQ(outcome([&] { return vfs::exists(iriOf("/"), storage); }), -8);
+    EXPECT_EQ(outcome([&] { return vfs::exists(iriOf("http://h/"), storage); }), -11);
     // A bare "nothing" is "not found"; what a provider does not implement is unsupported.
     system->addProvider(std::make_shared<LookOnlyProvider>());
-    EXPECT_EQ(outcome([&] { return vfs::exists(at("mem://h/x"), storage); }), 2);
-    EXPECT_EQ(outcome([&] { return vfs::existsExtended(at("mem://h/x"), storage); }), -1);
-    EXPECT_EQ(failure([&] { vfs::File(at("mem://h/x"), storage).createFile(); }), -11);
-    EXPECT_EQ(failure([&] { vfs::Folder(at("mem://h/x/y"), storage).createFolderRecursive(); }),
+    EXPECT_EQ(outcome([&] { return vfs::exists(iriOf("mem://h/x"), storage); }), 2);
+    EXPECT_EQ(outcome([&] { return vfs::existsExtended(iriOf("mem://h/x"), storage); }), -1);
+    EXPECT_EQ(failure([&] { vfs::File(iriOf("mem://h/x"), storage).createFile(); }), -11);
+    EXPECT_EQ(failure([&] { vfs::Folder(iriOf("mem://h/x/y"), storage).createFolderRecursive(); }),
               -11);
-    EXPECT_THROW(vfs::StorageSystemReference(nullptr), foundation::core::except::IInternalException);
+    EXPECT_THROW(vfs::StorageSystemReference(nullptr),
+                 foundation::core::except::IInternalException);
+}
+
+// Real failures of real system calls, raised the way a provider raises them: the code, the
+// exception's context and the pending context agree.
+TEST(StorageErrors, RealFailuresLeaveTheirContextPending) {
+    TempDir dir;
+    dir.make({"full/", "full/file"});
+    using Call = int (*)(const char*);
+    const Call rmdir = [](const char* p) { return ::rmdir(p); };
+    const Call mkdir = [](const char* p) { return ::mkdir(p, 0755); };
+    const std::tuple<std::string, Call, int, const char*> cases[] = {
+        {dir / "full", rmdir, 0, "folderNotEmpty"},
+        {dir / "full", mkdir, 3, "resourceAlreadyExists"},
+        {dir / "full/file/x", mkdir, 4, "resourceNotFound"},
+        {dir / "none/x", mkdir, 1, "resourceNotFound"},
+    };
+    for (const auto& [name, call, code, message] : cases) {
+        ASSERT_NE(call(name.c_str()), 0) << name;
+        const fl::ustring path = u(name);
+        try {
+            vfs::throwFromErrno(errno, "op", path);
+        } catch (const vfs::Exception& error) {
+            EXPECT_EQ(error.getErrorCode(), code) << name;
+            EXPECT_EQ(error.getPath(), path);
+            ASSERT_EQ(error.getContexts().size(), 1u);
+            EXPECT_EQ(error.getContexts()[0].operation(), "op");
+        }
+        const auto pending = virtualfileio::ExceptionContextHandler::PendingContext();
+        ASSERT_TRUE(pending) << name;
+        EXPECT_EQ(pending->message().name(), message);
+        EXPECT_EQ(pending->location(), path);
+        virtualfileio::ExceptionContextHandler::ClearPendingContext();
+    }
 }
 
 } // namespace

@@ -157,11 +157,7 @@ private:
         addFile("slow.bin", std::string(4000, 's'), false);
         addFile("whole/cut.bin", std::string(100000, 'c'), false);
         // Whatever user nginx serves as reads the tree: the temporary folder is private.
-        std::filesystem::permissions(dir_.path(), std::filesystem::perms::owner_all |
-                                                      std::filesystem::perms::group_read |
-                                                      std::filesystem::perms::group_exec |
-                                                      std::filesystem::perms::others_read |
-                                                      std::filesystem::perms::others_exec);
+        std::filesystem::permissions(dir_.path(), std::filesystem::perms(0755));
         std::filesystem::create_directories(dir_.path() / "temp");
     }
 

@@ -8,12 +8,19 @@
 #include <Quarrow/VexaStorageSystem.hpp>
 #include <foundation/storage/provider/StorageProvider.hpp>
 #include <foundation/storage/vfs/Exception.hpp>
+#include <foundation/storage/vfs/File.hpp>
+#include <foundation/storage/vfs/Folder.hpp>
 #include <virtualfileio/ExceptionContextHandler.hpp>
+
+#include <fl/i18n.hpp>
+
+#include <gtest/gtest.h>
 
 #include <array>
 #include <atomic>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -21,6 +28,21 @@ namespace vexa::testing {
 
 namespace provider = foundation::storage::provider;
 namespace vfs = foundation::storage::vfs;
+
+// The host's storage system as the library finds it, and items in it named by IRI text or
+// an absolute native path, written as UTF-8.
+inline vfs::StorageSystemReference hostStorage() {
+    return Quarrow::VexaStorageSystem::GetStorageSystemReference();
+}
+inline vfs::AbsoluteIRI iriOf(const std::string& text) {
+    return vfs::AbsoluteIRI(fl::i18n::to_ustring(text));
+}
+inline vfs::File fileAt(const std::string& text) {
+    return vfs::File(iriOf(text), hostStorage());
+}
+inline vfs::Folder folderAt(const std::string& text) {
+    return vfs::Folder(iriOf(text), hostStorage());
+}
 
 class FaultyProvider : public provider::StorageProvider {
 public:
@@ -88,7 +110,8 @@ public:
         check(Operation::ExtendedAttributes, at);
         return inner_->extendedAttributes(at);
     }
-    std::unique_ptr<provider::InputStream> openForReading(const vfs::AbsoluteIRI& at) const override {
+    std::unique_ptr<provider::InputStream>
+    openForReading(const vfs::AbsoluteIRI& at) const override {
         check(Operation::Open, at);
         return inner_->openForReading(at);
     }
@@ -114,13 +137,13 @@ private:
     std::vector<provider::FolderEntry> extraNames_;
 };
 
+using Providers = std::vector<std::shared_ptr<const provider::StorageProvider>>;
+
 // A storage system of its own for one test: the host's providers, with `replacements`
 // added over them; the host's system comes back when the test ends.
 class ScopedStorageSystem {
 public:
-    explicit ScopedStorageSystem(
-        std::vector<std::shared_ptr<const provider::StorageProvider>> replacements)
-        : previous_(Quarrow::VexaStorageSystem::GetStorageSystemReference()) {
+    explicit ScopedStorageSystem(Providers replacements) : previous_(hostStorage()) {
         auto system = std::make_shared<vfs::StorageSystem>();
         for (const std::string& scheme : previous_->schemes())
             system->addProvider(previous_->findProvider(scheme));
@@ -134,7 +157,7 @@ public:
 
     // The real provider of a scheme, to wrap.
     static std::shared_ptr<const provider::StorageProvider> real(const std::string& scheme) {
-        return Quarrow::VexaStorageSystem::GetStorageSystemReference()->findProvider(scheme);
+        return hostStorage()->findProvider(scheme);
     }
 
 private:
@@ -156,15 +179,32 @@ inline std::shared_ptr<FaultyProvider> servedSchemes(std::vector<std::string> sc
     return std::make_shared<FaultyProvider>(ScopedStorageSystem::real("file"), std::move(schemes));
 }
 
-// What a call answered, or minus the storage code it threw (so 0 is never a failure); the
-// failure's pending context is cleared.
+// What a call answered, or minus the storage code it threw (so 0 is never a failure). A
+// failure leaves its context pending, with its code's message and its location, for the
+// caller to report; that is checked here and the context cleared.
 template <class Call> int outcome(Call call) {
     try {
         return static_cast<int>(call());
     } catch (const vfs::Exception& error) {
+        const auto pending = virtualfileio::ExceptionContextHandler::PendingContext();
+        EXPECT_TRUE(pending && !error.getContexts().empty() &&
+                    pending->location() == error.getPath() &&
+                    pending->message().name() == vfs::errorMessageName(error.getErrorCode()))
+            << "no pending context for " << error.what();
         virtualfileio::ExceptionContextHandler::ClearPendingContext();
         return -error.getErrorCode();
     }
+}
+
+// The context a call's failure carries: its location, message and reason.
+template <class Call> std::optional<provider::ExceptionContext> contextOf(Call call) {
+    try {
+        call();
+    } catch (const vfs::Exception& error) {
+        virtualfileio::ExceptionContextHandler::ClearPendingContext();
+        return error.getContexts().front();
+    }
+    return std::nullopt;
 }
 
 // 100 for a call that returned, or minus the storage code it threw.

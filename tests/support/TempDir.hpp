@@ -36,32 +36,28 @@ public:
     // behind one (/tmp on some systems).
     std::string real() const { return std::filesystem::canonical(path_).string(); }
 
-    // Real items inside the folder; a failure ends the test with its reason.
-    void makeFile(const std::string& name) const {
-        if (!(std::ofstream(path_ / name) << "x"))
-            throw std::runtime_error("cannot write " + name);
-    }
-    void makeFolders(std::initializer_list<std::string> names) const {
-        for (const auto& name : names)
-            std::filesystem::create_directory(path_ / name);
-    }
-    void makeLink(const std::string& target, const std::string& name) const {
-        std::filesystem::create_symlink(target, path_ / name);
+    // Real items inside the folder, made in the order given: "name/" is a folder,
+    // "name -> target" a link holding the target as written, any other name a file. A
+    // failure ends the test with its reason.
+    void make(std::initializer_list<std::string> items) const {
+        for (const std::string& item : items)
+            if (const auto arrow = item.find(" -> "); arrow != std::string::npos)
+                std::filesystem::create_symlink(item.substr(arrow + 4),
+                                                path_ / item.substr(0, arrow));
+            else if (item.ends_with('/'))
+                std::filesystem::create_directory(path_ / item);
+            else if (!(std::ofstream(path_ / item) << "x"))
+                throw std::runtime_error("cannot write " + item);
     }
 
     // One item of each kind the storage layer tells apart: "file", "folder", "fifo", links
     // to the first two ("linkFile", "linkFolder"), a link to nothing ("dangling") and a loop
     // of two links ("loopA", "loopB").
     void makeItemsOfEveryKind() const {
-        makeFile("file");
-        makeFolders({"folder"});
+        make({"file", "folder/", "linkFile -> file", "linkFolder -> folder", "dangling -> missing",
+              "loopA -> loopB", "loopB -> loopA"});
         if (::mkfifo((path_ / "fifo").c_str(), 0644) != 0)
             throw std::runtime_error("cannot make a fifo");
-        makeLink("file", "linkFile");
-        makeLink("folder", "linkFolder");
-        makeLink("missing", "dangling");
-        makeLink("loopB", "loopA");
-        makeLink("loopA", "loopB");
     }
 
 private:

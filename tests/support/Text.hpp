@@ -6,6 +6,7 @@
 #include <fl/i18n.hpp>
 
 #include <string>
+#include <vector>
 
 namespace vexa::testing {
 
@@ -15,6 +16,13 @@ inline fl::ustring u(const std::string& utf8) {
 
 inline std::string utf8(const fl::ustring& text) {
     return fl::i18n::to_string(text);
+}
+
+inline std::vector<std::string> utf8(const std::vector<fl::ustring>& texts) {
+    std::vector<std::string> converted;
+    for (const fl::ustring& text : texts)
+        converted.push_back(utf8(text));
+    return converted;
 }
 
 } // namespace vexa::testing

@@ -37,4 +37,9 @@ inline int runAsUnprivileged(const std::function<int()>& check) {
     return WEXITSTATUS(status);
 }
 
+// Whether `check` holds for an unprivileged user: false too when it could not run as one.
+inline bool holdsUnprivileged(const std::function<bool()>& check) {
+    return runAsUnprivileged([&] { return check() ? 0 : 1; }) == 0;
+}
+
 } // namespace vexa::testing

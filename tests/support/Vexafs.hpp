@@ -24,6 +24,13 @@ struct VexafsRun {
     ::testing::Matcher<const std::string&> err = "";
 };
 
+// A run refused the way every command refuses: exit code 1, nothing on stdout, and the
+// message and identifier on stderr.
+inline VexafsRun refused(std::vector<std::string> args,
+                         ::testing::Matcher<const std::string&> err) {
+    return {std::move(args), 1, "", std::move(err)};
+}
+
 inline void expectRuns(std::span<const VexafsRun> runs) {
     for (const auto& run : runs) {
         const auto result = vexafs(run.args);

@@ -13,7 +13,6 @@
 #include <foundation/storage/vfs/AbsoluteIRI.hpp>
 #include <foundation/storage/vfs/Exception.hpp>
 #include <foundation/storage/vfs/IODevice.hpp>
-#include <host/HostArray.hpp>
 #include <virtualfileio/ExceptionContextHandler.hpp>
 
 #include "HostState.hpp"
@@ -28,7 +27,6 @@
 #include <atomic>
 #include <barrier>
 #include <set>
-#include <thread>
 #include <vector>
 
 namespace {
@@ -39,15 +37,11 @@ using virtualfileio::ExceptionContextHandler;
 
 constexpr int threadCount = 16;
 
-template <class Body> void onThreads(Body body) {
-    vexa::testing::onThreads(threadCount, body);
-}
-
 // Must be the first use of the logger in this process: the test binary runs each test in
 // its own process under ctest.
 TEST(Threads, FirstUseOfTheLoggerFromManyThreadsGivesOneLogger) {
     std::vector<foundation::log::basic_diagnostic_logger*> seen(threadCount);
-    onThreads([&](int i) { seen[i] = &core::log::getLogger(); });
+    vexa::testing::onThreads(threadCount, [&](int i) { seen[i] = &core::log::getLogger(); });
     EXPECT_EQ(std::set(seen.begin(), seen.end()).size(), 1u);
     EXPECT_EQ(seen[0]->channel(), "vexa::io::filesystem");
 }
@@ -60,7 +54,7 @@ TEST(Threads, StatusCopyOutlivesItsOperationOnAnotherThread) {
         copy = operation.GetStatus();
     }
     std::vector<std::string> ids(threadCount);
-    onThreads([&](int i) {
+    vexa::testing::onThreads(threadCount, [&](int i) {
         const core::Status mine = copy; // shares the exception
         ids[i] = core::detail::GetID(mine.exception);
     });
@@ -71,7 +65,7 @@ TEST(Threads, StatusCopyOutlivesItsOperationOnAnotherThread) {
 TEST(Threads, PendingContextsBelongToTheirThread) {
     std::vector<std::string> ids(threadCount);
     std::barrier allSet(threadCount);
-    onThreads([&](int i) {
+    vexa::testing::onThreads(threadCount, [&](int i) {
         const int code = i % 12;
         ExceptionContextHandler::SetPendingContext(vfs::makeContext("op", u"/p", code));
         allSet.arrive_and_wait(); // every thread has one pending now
@@ -87,7 +81,7 @@ TEST(Threads, TraceDepthIsPerThread) {
     foundation::log::RecordCapture capture("vexa::io::filesystem");
     const vexa::testing::ScopedLogLevels levels(core::log::traceLevel);
     std::atomic<int> wrongDepth = 0;
-    onThreads([&](int) {
+    vexa::testing::onThreads(threadCount, [&](int) {
         for (int round = 0; round < 50; ++round) {
             const core::log::TraceScope outer("outer", "t.cpp", 1);
             const core::log::TraceScope inner("inner", "t.cpp", 2);
@@ -103,7 +97,7 @@ TEST(Threads, NotificationsFromManyThreadsAreAllCounted) {
     auto manager = std::make_shared<Quarrow::PathManagement::PathManager>(
         std::vector<fl::ustring>{u"/tmp", u"/"});
     const vexa::testing::ScopedPathManager installed(manager);
-    onThreads([&](int i) {
+    vexa::testing::onThreads(threadCount, [&](int i) {
         vexa::testing::NoOperation operation;
         fl::ustring folder = u"/tmp/folder" + fl::i18n::to_ustring(std::to_string(i));
         operation.MarkDirOutOfDate(folder);
@@ -115,21 +109,16 @@ TEST(Threads, NotificationsFromManyThreadsAreAllCounted) {
         EXPECT_EQ(entry.notifications, static_cast<std::size_t>(threadCount));
 }
 
-} // namespace
-
-namespace {
-
 // Queries on many threads while the host's storage system is replaced and given providers:
 // every query sees one whole system, old or new, and the answers do not change.
 TEST(Threads, StorageQueriesWhileTheStorageSystemChanges) {
     const vexa::testing::TempDir dir;
-    dir.makeFile("file");
-    dir.makeLink("missing", "dangling");
-    const vfs::AbsoluteIRI file(fl::i18n::to_ustring(dir / "file"));
-    const vfs::AbsoluteIRI dangling(fl::i18n::to_ustring(dir / "dangling"));
-    const auto original = Quarrow::VexaStorageSystem::GetStorageSystemReference();
+    dir.make({"file", "dangling -> missing"});
+    const vfs::AbsoluteIRI file = vexa::testing::iriOf(dir / "file");
+    const vfs::AbsoluteIRI dangling = vexa::testing::iriOf(dir / "dangling");
+    const auto original = vexa::testing::hostStorage();
     std::atomic<int> wrong = 0;
-    onThreads([&](int i) {
+    vexa::testing::onThreads(threadCount, [&](int i) {
         for (int round = 0; round < 50; ++round) {
             if (i == 0) {
                 auto system = std::make_shared<vfs::StorageSystem>();
@@ -147,21 +136,15 @@ TEST(Threads, StorageQueriesWhileTheStorageSystemChanges) {
     EXPECT_EQ(wrong, 0);
 }
 
-} // namespace
-
-namespace {
-
 // Folders listed and claimed on many threads while packages are added: every listing is
 // whole, and the nearest root claims.
 TEST(Threads, FoldersListedAndClaimedWhilePackagesAreAdded) {
     const vexa::testing::TempDir dir;
-    dir.makeFolders({"pkg", "pkg/sub"});
-    dir.makeFile("pkg/sub/a.m");
+    dir.make({"pkg/", "pkg/sub/", "pkg/sub/a.m"});
     const vexa::testing::ScopedPackageRegistry scoped(true);
-    const vfs::Folder sub(vfs::AbsoluteIRI(fl::i18n::to_ustring(dir / "pkg/sub")),
-                          Quarrow::VexaStorageSystem::GetStorageSystemReference());
+    const vfs::Folder sub = vexa::testing::folderAt(dir / "pkg/sub");
     std::atomic<int> wrong = 0;
-    onThreads([&](int i) {
+    vexa::testing::onThreads(threadCount, [&](int i) {
         for (int round = 0; round < 20; ++round) {
             if (round == i % 4)
                 core::GetCurrentPackageRegistry()->AddPackage(
@@ -183,14 +166,13 @@ TEST(Threads, FoldersListedAndClaimedWhilePackagesAreAdded) {
 TEST(Threads, RemoteLooksKeepOneConnectionPerThread) {
     const vexa::testing::RemoteStorage remote;
     const auto connection = [&] {
-        vfs::IODevice body(vfs::File(vfs::AbsoluteIRI(remote.url("/connection")),
-                                     Quarrow::VexaStorageSystem::GetStorageSystemReference()));
+        vfs::IODevice body(vexa::testing::fileAt(remote.server().url("/connection")));
         char number[32];
         return std::string(number, body.read(number));
     };
     std::vector<std::string> first(threadCount), second(threadCount);
     std::atomic<int> wrong = 0;
-    onThreads([&](int i) {
+    vexa::testing::onThreads(threadCount, [&](int i) {
         first[i] = connection();
         for (const auto& [path, type] :
              {std::pair{"/files/notes.txt", 0}, {"/files/", 2}, {"/status/404", 6}})
