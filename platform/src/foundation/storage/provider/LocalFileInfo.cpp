@@ -118,18 +118,24 @@ ExtendedAttributes LocalFileProvider::extendedAttributes(const vfs::AbsoluteIRI&
     if (!names) {
         // A file system without extended attributes has none to give; a missing item or a
         // refused permission is a failure.
-        if (errno != ENOTSUP)
-            fail("extendedAttributes", path);
-        return attributes;
+        if (errno == ENOTSUP)
+            return attributes;
+        // Not found may be a link that leads nowhere, which fails as the other attribute
+        // queries fail for it; the look tells.
+        if (const int error = errno; error == ENOENT) {
+            if (const auto code = unreachableBecause(probePath(path)))
+                vfs::raise(*code, "extendedAttributes", path.text());
+            errno = error;
+        }
+        fail("extendedAttributes", path);
     }
     for (std::size_t at = 0; at < names->size();) {
         const std::string name(names->c_str() + at);
         at += name.size() + 1;
         if (!name.starts_with(userPrefix))
             continue;
-        auto value = readSized(path, [&](char* out, size_t n) {
-            return ::getxattr(native, name.c_str(), out, n);
-        });
+        auto value = readSized(
+            path, [&](char* out, size_t n) { return ::getxattr(native, name.c_str(), out, n); });
         if (value)
             attributes.setAttribute(name.substr(userPrefix.size()), std::move(*value));
         else if (errno != ENODATA) // one removed since the names were read is not there
