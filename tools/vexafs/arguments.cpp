@@ -28,8 +28,7 @@ foundation::storage::vfs::AbsoluteIRI locationOf(const fl::ustring& text) {
     return EngineDispatcher::getDispatcher().GetCurrentWorkingFolder().absolutize(text);
 }
 
-void raiseStorageFailure(const fl::ustring& text) {
-    const auto location = locationOf(text);
+void raiseStorageFailure(const foundation::storage::vfs::AbsoluteIRI& location) {
     if (location.getScheme() != u"file")
         foundation::storage::vfs::existsExtended(
             location, Quarrow::VexaStorageSystem::GetStorageSystemReference());

@@ -34,15 +34,16 @@ CLI::Option* addRulesOption(CLI::App& command, vexa::io::filesystem::core::FileS
 // current folder. Text that can name no location throws FailedToAbsolutizeException.
 foundation::storage::vfs::AbsoluteIRI locationOf(const fl::ustring& text);
 
-// Raises the storage's own failure for the location named by `text`, if it has one now
-// and is not the native file system.
-void raiseStorageFailure(const fl::ustring& text);
+// Raises the storage's own failure for `location`, if it has one now and is not the
+// native file system.
+void raiseStorageFailure(const foundation::storage::vfs::AbsoluteIRI& location);
 
 // Runs `look`, a library query about `location`. Where a remote storage fails, the
 // library's query asks the native file system whether the location's text is a link and
 // lets that look's failure out ("No such file or directory: http://..."); the user is
 // told instead what the storage itself said, by asking it once more.
-template <class Look> auto showingStorageFailure(const fl::ustring& location, Look look) {
+template <class Look>
+auto showingStorageFailure(const foundation::storage::vfs::AbsoluteIRI& location, Look look) {
     try {
         return look();
     } catch (const fl::filesystem::FsysExceptionBase&) {

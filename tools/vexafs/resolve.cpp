@@ -59,16 +59,16 @@ fl::ustring isoTime(const boost::posix_time::ptime& time) {
 Record describe(const fl::ustring& name, const ResolveOptions& options) {
     // The library answers "nothing" for text that can name no location; a user who typed
     // such text is told why instead.
-    locationOf(name);
+    const auto location = locationOf(name);
     Record record{name, {}};
     if (!options.attributes) {
         const core::ResolvedPath resolved = showingStorageFailure(
-            name, [&] { return core::resolvePath(name, options.resolution); });
+            location, [&] { return core::resolvePath(name, options.resolution); });
         record.add("path", resolved.path).add("kind", kindWord(resolved.kind));
         return record;
     }
     const core::ResolvedPathAttributes resolved = showingStorageFailure(
-        name, [&] { return core::resolvePathWithAttributes(name, options.resolution); });
+        location, [&] { return core::resolvePathWithAttributes(name, options.resolution); });
     const core::PathAttributes& attributes = resolved.attributes;
     record.add("path", resolved.path)
         .add("kind", kindWord(resolved.kind))
