@@ -26,7 +26,11 @@ std::uint32_t unsignedValue(ExistenceTypeExtended type) {
 // (status reports the link itself) or a loop of links. Only SystemError is an answer here;
 // every other failure of the probe reaches the caller.
 bool nativeProbeFindsLink(const vfs::AbsoluteIRI& iri) {
-    const fl::ustring path = nativeTextOf(iri);
+    fl::ustring path = nativeTextOf(iri);
+    // The storage reads "dangling/" as the item "dangling"; so does this look, or the link's
+    // missing target would be all it saw.
+    if (path.size() > 1 && path.back() == u'/')
+        path.pop_back();
     try {
         const auto status = fl::filesystem::status(path);
         return (status.mode() & fl::filesystem::file_status::file_type_mask) ==

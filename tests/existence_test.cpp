@@ -72,6 +72,8 @@ TEST(GetExtendedExistenceType, RealItemsAndStorageFaults) {
         {"file/x", 6, -4},      {"loopA/x", 3, 3},      {"file", 6, -9, 9}, {"dangling", 3, 3, 9},
         {"dangling", 6, -1, 1}, {"dangling", 6, -4, 4}, {"file", 6, -2, 2}, {"file", 6, -8, 8},
         {"file", 6, -10, 10},   {"file", 6, -11, 11},
+        // One trailing "/" names the item itself, for the look and the probe alike.
+        {"dangling/", 3, 3},    {"loopA/", 3, 3},       {"linkFolder/", 4, 4}, {"file/", 0, 0},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name + " failing with " + std::to_string(c.fault));
