@@ -2,7 +2,6 @@
 
 #include <resource_core/MessageCatalog.hpp>
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <boost/exception_ptr.hpp>
@@ -16,7 +15,6 @@ using foundation::core::except::IException;
 using foundation::core::except::IInternalException;
 using foundation::core::except::IMsgIDException;
 using foundation::core::except::IUserException;
-using ::testing::ThrowsMessage;
 
 template <class Tag, class... Args> std::shared_ptr<IMsgIDException> make(Args... args) {
     return std::make_shared<Exception<Tag>>(Tag(args...));
@@ -95,9 +93,8 @@ TEST(ErrorCatalog, EveryErrorHasItsIdentifierArgumentsAndText) {
 }
 
 TEST(ErrorCatalog, NullComponentIsALogicError) {
-    EXPECT_THAT(
-        [] { resource_core::BaseMsgID(nullptr, "name"); },
-        ThrowsMessage<std::logic_error>("basic_string: construction from null is not valid"));
+    // The type is the promise; the text is the standard library's own.
+    EXPECT_THROW(resource_core::BaseMsgID(nullptr, "name"), std::logic_error);
 }
 
 std::unique_ptr<const boost::exception_detail::clone_base> cloneOf(const IException& error) {

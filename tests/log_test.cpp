@@ -70,9 +70,16 @@ TEST(TraceScope, ExitRecordOnlyWhenEntryWasWritten) {
 }
 
 TEST(TraceScope, ThrowInsideAnUnwindingDestructorIsStillMarked) {
-    // Unwinding already in progress at entry does not count as leaving by exception.
+    // Unwinding already in progress at entry does not count as leaving by exception; an
+    // exception that leaves the scope while it runs still does.
     struct Guard {
-        ~Guard() { inner(false); }
+        ~Guard() {
+            try {
+                inner(true);
+            } catch (const std::runtime_error&) {
+            }
+            inner(false);
+        }
     };
     RecordCapture capture("vexa::io::filesystem");
     const ScopedLogLevels levels(log::traceLevel);
@@ -82,8 +89,9 @@ TEST(TraceScope, ThrowInsideAnUnwindingDestructorIsStillMarked) {
     } catch (const std::runtime_error&) {
     }
     const auto texts = messages(capture);
-    ASSERT_EQ(texts.size(), 2u);
-    EXPECT_THAT(texts[1], Not(HasSubstr("[throw]")));
+    ASSERT_EQ(texts.size(), 4u);
+    EXPECT_THAT(texts[1], EndsWith("void inner(bool) [throw]"));
+    EXPECT_THAT(texts[3], EndsWith("void inner(bool)"));
 }
 
 } // namespace
