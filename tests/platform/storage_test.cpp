@@ -51,8 +51,10 @@ protected:
     const vfs::StorageSystemReference host = hostStorage();
 };
 
-// Each item looked at once; existsExtended tells the item itself, exists follows links.
+// Each item looked at once; existsExtended tells the item itself, exists follows links. A
+// link whose target runs through a file leads nowhere, as a dangling one does.
 TEST_F(Storage, ExistenceOfRealItems) {
+    dir.make({"viaFile -> file/x"});
     struct Case {
         std::string name;
         int extended, plain; // negative: the code thrown
@@ -61,7 +63,7 @@ TEST_F(Storage, ExistenceOfRealItems) {
         {"file", 0, 0},       {"fifo", 1, 0},      {"folder", 2, 1},  {"linkFile", 3, 0},
         {"linkFolder", 4, 1}, {"dangling", -9, 2}, {"loopA", -9, -9}, {"loopA/x", -9, -9},
         {"file/x", -4, 2},    {"missing", -1, 2},  {"folder/", 2, 1}, {"linkFolder/", 4, 1},
-        {"file/", 0, 0}, // a trailing "/" is no segment: the file itself
+        {"viaFile", -9, 2},   {"file/", 0, 0}, // a trailing "/" is no segment: the file itself
     };
     for (const auto& c : cases) {
         const AbsoluteIRI location = iriOf(dir / c.name);
