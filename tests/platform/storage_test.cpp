@@ -23,6 +23,7 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <sys/xattr.h>
 #include <unistd.h>
 
@@ -95,6 +96,33 @@ TEST_F(Storage, RefusedLookIsPermissionDenied) {
     }));
 }
 
+// What a fifo opened for reading before any writer gives to a read made once a writer has
+// it open: the writer, a child process, writes "late" a moment after the read has begun,
+// and is gone when this returns.
+std::string readOfLateWriter(const std::string& fifo) {
+    vfs::IODevice device{fileAt(fifo)};
+    const int writer = ::open(fifo.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
+    if (writer < 0)
+        return "no writer";
+    const pid_t child = ::fork();
+    if (child == 0) {
+        const timespec pause{0, 200'000'000};
+        ::nanosleep(&pause, nullptr);
+        ::_exit(::write(writer, "late", 4) == 4 ? 0 : 1);
+    }
+    ::close(writer); // the child's copy is the one writer left, so the read cannot outlive it
+    std::vector<char> buffer(16);
+    std::string got;
+    try {
+        got.assign(buffer.data(), device.read(buffer));
+    } catch (const vfs::Exception& error) {
+        got = "failed with " + std::to_string(error.getErrorCode());
+    }
+    if (child > 0)
+        ::waitpid(child, nullptr, 0);
+    return got;
+}
+
 // A file's attributes, its extended attributes (those of the user namespace only) and its
 // content, also through a link.
 TEST_F(Storage, FileAttributesAndContent) {
@@ -134,8 +162,10 @@ TEST_F(Storage, FileAttributesAndContent) {
     vfs::IODevice device{fileAt(dir / "file")};
     EXPECT_EQ(device.read(buffer), 5u);
     EXPECT_EQ(device.read(buffer), 0u);
-    // A fifo opens without a writer and reads as empty; a folder cannot be read.
+    // A fifo opens without a writer and reads as empty; once a writer has it open, a read
+    // waits for what it writes. A folder cannot be read.
     EXPECT_EQ(vfs::IODevice(fileAt(dir / "fifo")).read(buffer), 0u);
+    EXPECT_EQ(readOfLateWriter(dir / "fifo"), "late");
     EXPECT_EQ(failure([&] { vfs::IODevice{fileAt(dir / "folder")}; }), -10);
     EXPECT_EQ(failure([&] { vfs::IODevice{fileAt(dir / "missing")}; }), -1);
 }
