@@ -61,6 +61,7 @@ int answer(const AbsoluteIRI& iri, bool throwOnError) {
 TEST(GetExtendedExistenceType, RealItemsAndStorageFaults) {
     TempDir dir;
     dir.makeItemsOfEveryKind();
+    dir.make({"viaFile -> file/x"}); // leads nowhere, as "dangling" does
     const struct {
         std::string name;
         int quiet, throwing;
@@ -71,7 +72,7 @@ TEST(GetExtendedExistenceType, RealItemsAndStorageFaults) {
         {"linkFolder", 4, 4},   {"dangling", 3, 3},     {"loopA", 3, 3},    {"missing", 6, -1},
         {"file/x", 6, -4},      {"loopA/x", 3, 3},      {"file", 6, -9, 9}, {"dangling", 3, 3, 9},
         {"dangling", 6, -1, 1}, {"dangling", 6, -4, 4}, {"file", 6, -2, 2}, {"file", 6, -8, 8},
-        {"file", 6, -10, 10},   {"file", 6, -11, 11},
+        {"file", 6, -10, 10},   {"file", 6, -11, 11},   {"viaFile", 3, 3},
         // One trailing "/" names the item itself, for the look and the probe alike.
         {"dangling/", 3, 3},    {"loopA/", 3, 3},       {"linkFolder/", 4, 4}, {"file/", 0, 0},
     };

@@ -71,7 +71,10 @@ protected:
 
     TempDir dir;
     const std::string root = dir.real();
-    const Names care = {"*", "-", ".hidden", "?", "caf\xE9", std::string(255, 'n'), "sp ace"};
+    // In listing order; only "." and ".." are a folder's own names, other dot names are not.
+    const Names care = {
+        "*",      "-", "...", "..x", ".hidden", ".x", "?", "caf\xE9", std::string(255, 'n'),
+        "sp ace", "x."};
 };
 
 TEST_F(Creator, BothAddersOverTheSamePatterns) {
@@ -165,15 +168,16 @@ TEST_F(Creator, IRIsInStepWithTheNames) {
     const auto names = creator.GetNameList();
     const auto iris = creator.GetIRIList();
     ASSERT_EQ(names.size(), iris.size());
-    EXPECT_EQ(names.size(), 10u + 7u + 2u);
+    EXPECT_EQ(names.size(), 10u + 11u + 2u);
     for (std::size_t i = 0; i + 2 < names.size(); ++i)
         EXPECT_EQ(iris[i].toString(), vfs::toCanonicalAbsoluteIRI(u"file", names[i]).toString())
             << utf8(names[i]);
     EXPECT_EQ(utf8(iris[6].toString()), "file://" + root + "/tree/lnk/d/e.txt"); // below a link
-    EXPECT_EQ(utf8(iris[13].toString()), "file://" + root + "/care/%3F");
-    EXPECT_EQ(utf8(iris[14].toString()), "file://" + root + "/care/caf%E9");
-    EXPECT_EQ(utf8(iris[17].toString()), "http://h/x/a.txt");
-    EXPECT_EQ(utf8(iris[18].toString()), "http://h/x/z.txt");
+    EXPECT_EQ(utf8(iris[12].toString()), "file://" + root + "/care/...");        // no dot segment
+    EXPECT_EQ(utf8(iris[16].toString()), "file://" + root + "/care/%3F");
+    EXPECT_EQ(utf8(iris[17].toString()), "file://" + root + "/care/caf%E9");
+    EXPECT_EQ(utf8(iris[21].toString()), "http://h/x/a.txt");
+    EXPECT_EQ(utf8(iris[22].toString()), "http://h/x/z.txt");
     EXPECT_EQ(creator.GetStatus().code, core::Status::success);
     EXPECT_FALSE(creator.GetStatus().exception);
     EXPECT_TRUE(creator.GetList().empty());

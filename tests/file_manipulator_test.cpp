@@ -99,6 +99,8 @@ TEST(FileManipulator, SetErrorStatusRecordsErrno) {
     }
 }
 
+// With nothing pending, a report of the storage context answers false and leaves the code
+// as the limit left it, success or error.
 TEST(FileManipulator, PathLimitIsInclusive) {
     struct Case {
         std::size_t length;
@@ -106,6 +108,7 @@ TEST(FileManipulator, PathLimitIsInclusive) {
         bool passes;
     };
     const Case cases[] = {{4352, 4352, true}, {4353, 4352, false}, {0, 0, true}, {1, 0, false}};
+    ExceptionContextHandler::ClearPendingContext();
     for (const auto& c : cases) {
         NoOperation operation;
         EXPECT_EQ(operation.CheckStringForPathMax(std::u16string(c.length, u'a'), c.limit),
@@ -114,6 +117,8 @@ TEST(FileManipulator, PathLimitIsInclusive) {
         const core::Status status = operation.GetStatus();
         EXPECT_EQ(status.code, c.passes ? 1 : 2);
         EXPECT_EQ(idOf(status), c.passes ? "" : "VEXA:FILE:PATHMAX");
+        EXPECT_FALSE(operation.SetErrorExceptionContext(u"/p", u"")) << c.length;
+        EXPECT_EQ(operation.GetStatus().code, status.code) << c.length;
     }
     // Units, not characters: 2176 characters outside the BMP are 4352 units.
     std::u16string astral;

@@ -79,6 +79,10 @@ TEST_F(PathResolution, TextAndKind) {
         {fileIRI + "folder/../file", native, false, "file", Kind::File},
         {fileIRI + "linkFile", follow, false, fileIRI + "file", Kind::File},
         {fileIRI + "linkFile", {}, false, fileIRI + "linkFile", Kind::SymbolicLink},
+        // Local text is canonicalised before the kind is asked; IRI text meets the link.
+        {fileIRI + "linkFolder", follow, false, fileIRI + "folder", Kind::Folder},
+        {fileIRI + "linkFolder", {true, true, false}, false, "folder", Kind::Folder},
+        {fileIRI + "linkFolder", {}, false, fileIRI + "linkFolder", Kind::SymbolicLink},
         {"file://elsewhere/x", native, false, "", Kind::Nothing},
         {fileIRI + "caf%E9", native, false, "caf\xE9", Kind::File},
         // Interactive: the search path is looked at once the current folder has nothing.
@@ -127,6 +131,7 @@ TEST_F(PathResolution, WithAttributes) {
         {"linkFile", {}, "linkFile", Kind::SymbolicLink, true, 5},
         {"linkFolder", follow, "folder", Kind::Folder, true, 0},
         {"linkFolder", {}, "linkFolder", Kind::SymbolicLink, true, 0},
+        {"file://" + at("linkFolder"), {true, true, false}, "folder", Kind::Folder, true, 0},
         {"only-in-lib.m", {}, "lib/only-in-lib.m", Kind::File, true, 1},
     };
     for (const auto& c : cases) {

@@ -74,7 +74,8 @@ std::string existsOf(const fl::ustring& path) {
 TEST(FileStatus, RealItemsFollowedAndOwn) {
     TempDir dir;
     dir.make({"file", "caf\xE9", "folder/", "to-file -> file", "to-folder -> folder",
-              "to-to-folder -> to-folder", "dangling -> missing", "a -> b", "b -> a"});
+              "to-to-folder -> to-folder", "dangling -> missing", "via-file -> file/below",
+              "a -> b", "b -> a"});
     ASSERT_EQ(::mkfifo((dir / "fifo").c_str(), 0644), 0);
     const std::tuple<std::string, std::string, std::string, std::string, bool> cases[] = {
         // name, status, symlink_status, exists, isDir
@@ -86,6 +87,7 @@ TEST(FileStatus, RealItemsFollowedAndOwn) {
         {"to-folder", "folder", "link", "yes", true},
         {"to-to-folder", "folder", "link", "yes", true},
         {"dangling", "link", "link", "no", false},
+        {"via-file", "link", "link", "no", false}, // leads nowhere too
         {"fifo", "fifo", "fifo", "yes", false},
         {"a", "SystemError 40", "link", "SystemError 40", false}, // a loop of two links
         {"missing", "PathNotFound 2", "PathNotFound 2", "no", false},

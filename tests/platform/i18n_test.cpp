@@ -23,7 +23,18 @@ TEST(TextConversion, BothWaysWithMalformedBytesEscapedOneByOne) {
         {"\xF0\x9F\x98\x80", u"\U0001F600"}, // a surrogate pair
         {"\xF4\x8F\xBF\xBF", u"\U0010FFFF"},
         {"0123456789abcdef\xC3\xA9", u"0123456789abcdef\u00E9"}, // after a full block
+        // Each length's first and last code point, either side of the surrogates too.
+        {"\x7F", u"\x7F"},
+        {"\xC2\x80", u"\u0080"},
+        {"\xDF\xBF", u"\u07FF"},
+        {"\xE0\xA0\x80", u"\u0800"},
+        {"\xED\x9F\xBF", u"\uD7FF"},
+        {"\xEE\x80\x80", u"\uE000"},
         {"\xEF\xBF\xBF", u"\uFFFF"},
+        {"\xF0\x90\x80\x80", u"\U00010000"},
+        {"\xF4\x8F\xB3\xBF", u"\U0010FCFF"}, // a pair whose low half is also an escape
+        {"\x7F\xC2\x80\xDF\xBF\xE0\xA0\x80\xEF\xBF\xBF\xF0\x90\x80\x80",
+         u"\x7F\u0080\u07FF\u0800\uFFFF\U00010000"},
         {"a\0b"s, u"a\0b"s},
         {"a\x80z", u"a\xDC80z"}, // lone continuation
         {"caf\xE9", u"caf\xDCE9"},
@@ -38,6 +49,29 @@ TEST(TextConversion, BothWaysWithMalformedBytesEscapedOneByOne) {
     for (const auto& [utf8, utf16] : cases) {
         EXPECT_EQ(to_ustring(utf8), utf16);
         EXPECT_EQ(to_string(utf16), utf8);
+    }
+}
+
+// A lone surrogate that is no escaped byte becomes its three-byte form, which is not UTF-8:
+// read back, it is three escaped bytes, which give the same three bytes again.
+TEST(TextConversion, LoneSurrogatesOutsideTheEscapesTakeThreeBytes) {
+    const std::pair<std::u16string, std::string> cases[] = {
+        {u"\xD800", "\xED\xA0\x80"},
+        {u"\xDBFF", "\xED\xAF\xBF"},
+        {u"\xDC00", "\xED\xB0\x80"}, // the escapes' range begins at U+DC80
+        {u"\xDC7F", "\xED\xB1\xBF"},
+        {u"\xDD00", "\xED\xB4\x80"}, // and ends at U+DCFF
+        {u"\xDFFF", "\xED\xBF\xBF"},
+        {u"a\xD800/b", "a\xED\xA0\x80/b"},             // a high surrogate with no low one after it
+        {u"\xDC00\xD800", "\xED\xB0\x80\xED\xA0\x80"}, // a pair in the wrong order
+    };
+    for (const auto& [utf16, utf8] : cases) {
+        EXPECT_EQ(to_string(utf16), utf8);
+        std::u16string escaped;
+        for (const unsigned char byte : utf8)
+            escaped += static_cast<char16_t>(byte < 0x80 ? byte : 0xDC00 + byte);
+        EXPECT_EQ(to_ustring(utf8), escaped);
+        EXPECT_EQ(to_string(escaped), utf8);
     }
 }
 

@@ -58,9 +58,9 @@ class Listing : public ::testing::Test {
 protected:
     void SetUp() override {
         dir.make({"empty/", "all/", "all/sub/", "all/a.txt", "all/b.csv", "all/c d.txt",
-                  "all/*star", "all/q?mark", "all/qXmark", "all/.hidden", "all/-dash",
-                  "all/caf\xE9", "all/\xC3\xA9t\xC3\xA9", "all/sub/inner.txt", "all/" + longest,
-                  "all/lnk -> sub", "all/dangling -> missing"});
+                  "all/*star", "all/q?mark", "all/qXmark", "all/.hidden", "all/..x", "all/...",
+                  "all/-dash", "all/caf\xE9", "all/\xC3\xA9t\xC3\xA9", "all/sub/inner.txt",
+                  "all/" + longest, "all/lnk -> sub", "all/dangling -> missing"});
         ASSERT_EQ(::mkfifo((dir / "all/fifo").c_str(), 0644), 0);
     }
 
@@ -78,9 +78,13 @@ TEST_F(Listing, NamesMatchingTheLastComponentInCodeUnitOrder) {
         {dir / "empty/?", {"."}},
         {dir / "empty/.?", {".."}},
         {all + "*",
-         {"*star", "-dash", ".", "..", ".hidden", "a.txt", "b.csv", "c d.txt", "caf\xE9",
-          "dangling", "fifo", "lnk", longest, "q?mark", "qXmark", "sub", "\xC3\xA9t\xC3\xA9"}},
-        {all + ".*", {".", "..", ".hidden"}},
+         {"*star", "-dash", ".", "..", "...", "..x", ".hidden", "a.txt", "b.csv", "c d.txt",
+          "caf\xE9", "dangling", "fifo", "lnk", longest, "q?mark", "qXmark", "sub",
+          "\xC3\xA9t\xC3\xA9"}},
+        // Only "." and ".." are the folder's own names; other names of dots are entries.
+        {all + ".*", {".", "..", "...", "..x", ".hidden"}},
+        {all + "..?", {"...", "..x"}},
+        {all + "..*", {"..", "...", "..x"}},
         {all + "*.txt", {"a.txt", "c d.txt", longest}},
         {all + "*star", {"*star"}},             // "*" in a real name is matched like any unit
         {all + "q?mark", {"q?mark", "qXmark"}}, // "?" stays a wildcard
@@ -92,6 +96,8 @@ TEST_F(Listing, NamesMatchingTheLastComponentInCodeUnitOrder) {
         {all + "dangling", {"dangling"}},
         {all + ".", {"."}},
         {all + "..", {".."}},
+        {all + "...", {"..."}},
+        {all + "..x", {"..x"}},
         {all + longest, {longest}},
         {all + "caf\xE9", {"caf\xE9"}},
         {all + "missing", {}},

@@ -23,6 +23,7 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <sys/xattr.h>
 #include <unistd.h>
 
@@ -51,8 +52,10 @@ protected:
     const vfs::StorageSystemReference host = hostStorage();
 };
 
-// Each item looked at once; existsExtended tells the item itself, exists follows links.
+// Each item looked at once; existsExtended tells the item itself, exists follows links. A
+// link whose target runs through a file leads nowhere, as a dangling one does.
 TEST_F(Storage, ExistenceOfRealItems) {
+    dir.make({"viaFile -> file/x"});
     struct Case {
         std::string name;
         int extended, plain; // negative: the code thrown
@@ -61,7 +64,7 @@ TEST_F(Storage, ExistenceOfRealItems) {
         {"file", 0, 0},       {"fifo", 1, 0},      {"folder", 2, 1},  {"linkFile", 3, 0},
         {"linkFolder", 4, 1}, {"dangling", -9, 2}, {"loopA", -9, -9}, {"loopA/x", -9, -9},
         {"file/x", -4, 2},    {"missing", -1, 2},  {"folder/", 2, 1}, {"linkFolder/", 4, 1},
-        {"file/", 0, 0}, // a trailing "/" is no segment: the file itself
+        {"viaFile", -9, 2},   {"file/", 0, 0}, // a trailing "/" is no segment: the file itself
     };
     for (const auto& c : cases) {
         const AbsoluteIRI location = iriOf(dir / c.name);
@@ -91,6 +94,33 @@ TEST_F(Storage, RefusedLookIsPermissionDenied) {
                outcome([&] { return vfs::exists(inside, host); }) == -2 &&
                failure([&] { vfs::IODevice{vfs::File(inside, host)}; }) == -2;
     }));
+}
+
+// What a fifo opened for reading before any writer gives to a read made once a writer has
+// it open: the writer, a child process, writes "late" a moment after the read has begun,
+// and is gone when this returns.
+std::string readOfLateWriter(const std::string& fifo) {
+    vfs::IODevice device{fileAt(fifo)};
+    const int writer = ::open(fifo.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
+    if (writer < 0)
+        return "no writer";
+    const pid_t child = ::fork();
+    if (child == 0) {
+        const timespec pause{0, 200'000'000};
+        ::nanosleep(&pause, nullptr);
+        ::_exit(::write(writer, "late", 4) == 4 ? 0 : 1);
+    }
+    ::close(writer); // the child's copy is the one writer left, so the read cannot outlive it
+    std::vector<char> buffer(16);
+    std::string got;
+    try {
+        got.assign(buffer.data(), device.read(buffer));
+    } catch (const vfs::Exception& error) {
+        got = "failed with " + std::to_string(error.getErrorCode());
+    }
+    if (child > 0)
+        ::waitpid(child, nullptr, 0);
+    return got;
 }
 
 // A file's attributes, its extended attributes (those of the user namespace only) and its
@@ -132,8 +162,10 @@ TEST_F(Storage, FileAttributesAndContent) {
     vfs::IODevice device{fileAt(dir / "file")};
     EXPECT_EQ(device.read(buffer), 5u);
     EXPECT_EQ(device.read(buffer), 0u);
-    // A fifo opens without a writer and reads as empty; a folder cannot be read.
+    // A fifo opens without a writer and reads as empty; once a writer has it open, a read
+    // waits for what it writes. A folder cannot be read.
     EXPECT_EQ(vfs::IODevice(fileAt(dir / "fifo")).read(buffer), 0u);
+    EXPECT_EQ(readOfLateWriter(dir / "fifo"), "late");
     EXPECT_EQ(failure([&] { vfs::IODevice{fileAt(dir / "folder")}; }), -10);
     EXPECT_EQ(failure([&] { vfs::IODevice{fileAt(dir / "missing")}; }), -1);
 }
