@@ -11,8 +11,20 @@
 namespace vexafs {
 
 void addPathArguments(CLI::App& command, PathArguments& arguments, const std::string& pathsHelp) {
-    command.add_option("paths", arguments.paths, pathsHelp)->required();
+    takeEachAsGiven(command.add_option("paths", arguments.paths, pathsHelp)->required());
     command.add_flag("--json", arguments.json, "Print JSON for scripts");
+}
+
+CLI::Option* takeEachAsGiven(CLI::Option* option) {
+    // Extra values are what turn the list syntax on. A positional without them takes one
+    // value unless it expects more: it expects every remaining argument instead, so that "--"
+    // still ends the options after the first path.
+    option->allow_extra_args(false);
+    if (option->get_positional())
+        option
+            ->expected(CLI::detail::expected_max_vector_size, CLI::detail::expected_max_vector_size)
+            ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+    return option;
 }
 
 CLI::Option* addRulesOption(CLI::App& command, vexa::io::filesystem::core::FileSystemType& rules,

@@ -26,6 +26,10 @@ struct PathArguments {
 // Adds the required paths and --json to `command`.
 void addPathArguments(CLI::App& command, PathArguments& arguments, const std::string& pathsHelp);
 
+// Makes each value of `option` one item, byte for byte, and returns it. Left to itself the
+// parser reads a value written "[a,b]" as a list of two, and "[]" as none.
+CLI::Option* takeEachAsGiven(CLI::Option* option);
+
 // Adds --rules unix|windows (any case), which sets `rules`.
 CLI::Option* addRulesOption(CLI::App& command, vexa::io::filesystem::core::FileSystemType& rules,
                             const std::string& help);

@@ -1,6 +1,7 @@
 // vexafs ls: the entries patterns match, as the file list creator keeps them: one per line,
 // or one JSON object per line for scripts.
 
+#include "arguments.hpp"
 #include "commands.hpp"
 #include "report.hpp"
 
@@ -99,7 +100,10 @@ void addLsCommand(CLI::App& app) {
         "ls", "List the entries each pattern matches: a folder path ending in a name with * (any "
               "run) and ? (any one character), or one name. Entries are full paths, in name "
               "order; . and .. are left out");
-    command->add_option("patterns", arguments->patterns, "Patterns to list")->required();
+    takeEachAsGiven(
+        command->add_option("patterns", arguments->patterns,
+                            "Patterns to list: paths, or IRIs of any storage that lists folders")
+            ->required());
     command->add_flag("--recursive,-r", arguments->recursive,
                       "Also list what each folder holds, before the folder itself");
     CLI::Option* iri =

@@ -110,10 +110,9 @@ void addResolveCommand(CLI::App& app) {
     command->add_flag("--standalone", options->standalone,
                       "Resolve as a deployed stand-alone application: the search by name "
                       "comes first");
-    command
-        ->add_option("--path", options->searchPath,
-                     "A folder of the search path (repeat for more, in order)")
-        ->allow_extra_args(false); // the names that follow are not folders
+    // One folder per --path: the names that follow are not folders.
+    takeEachAsGiven(command->add_option(
+        "--path", options->searchPath, "A folder of the search path (repeat for more, in order)"));
     command->callback([options] { run(*options); });
 }
 
