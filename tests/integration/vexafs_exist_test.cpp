@@ -47,7 +47,8 @@ TEST(VexafsStorageQueries, ExistMkparentAndContentType) {
         {args, 0, json + "\n]\n"},
         {{"exist", "file://" + dir / "folder/"}, 0, HasSubstr("  type: 2\n  kind: folder\n")},
         {{"exist", "file://elsewhere/x"}, 0, HasSubstr("kind: nothing")},
-        refused({"exist", "http://[::1/x"}, HasSubstr("Error: cannot make")),
+        refused({"exist", "http://[::1/x"},
+                HasSubstr("Error: Not a valid absolute IRI or path: 'http://[::1/x'")),
         {{"mkparent", dir / "a/b/c.txt"}, 0, dir / "a/b/c.txt\n  parent: file://" + dir / "a/b/\n"},
         {{"mkparent", dir / "file/x"}, 0, HasSubstr("parent: file://")}, // a file is left be
         refused({"mkparent", dir / "file/x/y"},

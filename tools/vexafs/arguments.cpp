@@ -1,5 +1,7 @@
 #include "arguments.hpp"
 
+#include <vexa/io/filesystem/core/absolute_paths.hpp>
+
 #include <Quarrow/VexaStorageSystem.hpp>
 #include <fl/i18n.hpp>
 #include <foundation/storage/vfs/Exists.hpp>
@@ -37,6 +39,12 @@ CLI::Option* addRulesOption(CLI::App& command, vexa::io::filesystem::core::FileS
 }
 
 foundation::storage::vfs::AbsoluteIRI locationOf(const fl::ustring& text) {
+    if (foundation::storage::vfs::hasIRIPrefix(text)) {
+        fl::ustring iri = text;
+        vexa::io::filesystem::core::setupPathForURLConstruction(
+            iri, vexa::io::filesystem::core::ResolveSymbolicLinks::Literal, false);
+        return foundation::storage::vfs::AbsoluteIRI(iri);
+    }
     return EngineDispatcher::getDispatcher().GetCurrentWorkingFolder().absolutize(text);
 }
 

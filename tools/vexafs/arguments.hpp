@@ -34,8 +34,9 @@ CLI::Option* takeEachAsGiven(CLI::Option* option);
 CLI::Option* addRulesOption(CLI::App& command, vexa::io::filesystem::core::FileSystemType& rules,
                             const std::string& help);
 
-// The location a user's text names: IRI text as it is, a path made absolute against the
-// current folder. Text that can name no location throws FailedToAbsolutizeException.
+// The location a user's text names: IRI text as the library makes it (trimmed, what an IRI
+// cannot hold escaped), a path made absolute against the current folder. Text that can name
+// no location throws InvalidIRIException or FailedToAbsolutizeException.
 foundation::storage::vfs::AbsoluteIRI locationOf(const fl::ustring& text);
 
 // Raises the storage's own failure for `location`, if it has one now and is not the
@@ -45,13 +46,14 @@ void raiseStorageFailure(const foundation::storage::vfs::AbsoluteIRI& location);
 // Runs `look`, a library query about `location`. Where a remote storage fails, the
 // library's query asks the native file system whether the location's text is a link and
 // lets that look's failure out ("No such file or directory: http://..."); the user is
-// told instead what the storage itself said, by asking it once more.
+// told instead what the storage itself said, by asking it once more. The location is made
+// only then: until the library fails, its answer about the user's text is the one shown.
 template <class Look>
-auto showingStorageFailure(const foundation::storage::vfs::AbsoluteIRI& location, Look look) {
+auto showingStorageFailure(const fl::ustring& text, Look look) {
     try {
         return look();
     } catch (const fl::filesystem::FsysExceptionBase&) {
-        raiseStorageFailure(location);
+        raiseStorageFailure(locationOf(text));
         throw;
     }
 }

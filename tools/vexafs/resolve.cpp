@@ -57,18 +57,15 @@ fl::ustring isoTime(const boost::posix_time::ptime& time) {
 }
 
 Record describe(const fl::ustring& name, const ResolveOptions& options) {
-    // The library answers "nothing" for text that can name no location; a user who typed
-    // such text is told why instead.
-    const auto location = locationOf(name);
     Record record{name, {}};
     if (!options.attributes) {
         const core::ResolvedPath resolved = showingStorageFailure(
-            location, [&] { return core::resolvePath(name, options.resolution); });
+            name, [&] { return core::resolvePath(name, options.resolution); });
         record.add("path", resolved.path).add("kind", kindWord(resolved.kind));
         return record;
     }
     const core::ResolvedPathAttributes resolved = showingStorageFailure(
-        location, [&] { return core::resolvePathWithAttributes(name, options.resolution); });
+        name, [&] { return core::resolvePathWithAttributes(name, options.resolution); });
     const core::PathAttributes& attributes = resolved.attributes;
     record.add("path", resolved.path)
         .add("kind", kindWord(resolved.kind))
