@@ -109,6 +109,7 @@ TEST(VexafsResolve, NamesAndWebAddressesAsTheHostResolvesThem) {
          shown(server.secureUrl("/files/sub/"), server.secureUrl("/files/sub/"), "folder") +
              shown(server.url("/status/404"), "", "nothing")},
         refused({"resolve", file}, HasSubstr("Reason: SSL certificate problem")),
+        refused({"content-type", file}, HasSubstr("Reason: SSL certificate problem")),
         refused({"resolve", server.url("/status/500")},
                 HasSubstr("Identifier: VEXA:virtualfilesystem:ioError\nReason: HTTP 500\n")),
         {{"resolve", "--ca-file", "/nonexistent.pem", file},
@@ -134,6 +135,11 @@ TEST(VexafsResolve, NamesAndWebAddressesAsTheHostResolvesThem) {
          0,
          HasSubstr("\xBC.txt\n  content type: text/plain\n" +
                    server.url("/status/404") + "\n  content type: \n")},
+        // A storage that cannot be reached is a failure, not an item without a type.
+        refused({"content-type", server.url("/status/500")}, HasSubstr("Reason: HTTP 500\n")),
+        refused({"content-type", server.url("/loop/a")}, HasSubstr("Reason: ")),
+        refused({"content-type", vexa::testing::HttpServer::closedUrl("/x")},
+                HasSubstr("Identifier: VEXA:virtualfilesystem:ioError\nReason: ")),
     };
     vexa::testing::expectRuns(fromEnvironment);
     ::unsetenv("VEXAFS_CA_FILE");
