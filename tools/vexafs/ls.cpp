@@ -7,6 +7,9 @@
 
 #include <vexa/io/filesystem/core.hpp>
 
+#include <Quarrow/VexaStorageSystem.hpp>
+#include <foundation/storage/vfs/Folder.hpp>
+
 #include <cstdio>
 #include <memory>
 #include <string>
@@ -60,11 +63,43 @@ void writeEntry(Output& out, const fl::ustring& name, const fl::ustring* iri, bo
     out.endLine();
 }
 
+// The entries of a folder of any storage that match `filter`, each named by its IRI; with
+// recursion what a folder holds comes before the folder, as the file list creator orders
+// entries. Links are not entered.
+void listFolder(Output& out, const foundation::storage::vfs::CanonicalAbsoluteIRI& folder,
+                const fl::ustring& filter, const LsArguments& arguments) {
+    namespace vfs = foundation::storage::vfs;
+    const auto entries =
+        vfs::Folder(folder, Quarrow::VexaStorageSystem::GetStorageSystemReference())
+            .listEntries(filter);
+    for (const auto& entry : entries) {
+        const fl::ustring iri = vfs::CanonicalAbsoluteIRI(folder, entry.name).toString();
+        if (arguments.recursive && entry.type == foundation::storage::provider::ItemType::Folder)
+            listFolder(out, vfs::CanonicalAbsoluteIRI(iri + u"/"), u"", arguments);
+        writeEntry(out, iri, arguments.iri ? &iri : nullptr, arguments.json);
+    }
+}
+
+// An IRI pattern: its folder is listed by the storage of its scheme, the last segment being
+// the filter. A folder the storage cannot list fails with the storage's message.
+void listIRIPattern(Output& out, const fl::ustring& pattern, const LsArguments& arguments) {
+    const std::size_t slash = pattern.rfind(u'/');
+    const std::size_t filterStart = slash == fl::ustring::npos ? pattern.size() : slash + 1;
+    const foundation::storage::vfs::CanonicalAbsoluteIRI folder(
+        locationOf(pattern.substr(0, filterStart)));
+    listFolder(out, folder, pattern.substr(filterStart), arguments);
+}
+
 void list(const LsArguments& arguments) {
     Output out;
     // A creator per pattern: the order is the one a single creator keeps, without holding
     // every pattern's entries at once.
     for (const std::string& pattern : arguments.patterns) {
+        const fl::ustring text = fl::i18n::to_ustring(pattern);
+        if (foundation::storage::vfs::hasIRIPrefix(text)) {
+            listIRIPattern(out, text, arguments);
+            continue;
+        }
         core::FileListCreator creator;
         if (arguments.bytes) {
             creator.AddToList(pattern, arguments.recursive);
@@ -78,7 +113,7 @@ void list(const LsArguments& arguments) {
             }
             continue;
         }
-        creator.AddFiles(fl::i18n::to_ustring(pattern), boost::none, arguments.iri,
+        creator.AddFiles(text, boost::none, arguments.iri,
                          arguments.recursive, false);
         const auto names = creator.GetNameList();
         const auto iris = creator.GetIRIList();
