@@ -133,8 +133,8 @@ TEST(VexafsResolve, NamesAndWebAddressesAsTheHostResolvesThem) {
         {{"cat", server.url("/files/a b \xC3\xBC.txt")}, 0, "spaced\n"},
         {{"content-type", server.url("/files/a b \xC3\xBC.txt"), server.url("/status/404")},
          0,
-         HasSubstr("\xBC.txt\n  content type: text/plain\n" +
-                   server.url("/status/404") + "\n  content type: \n")},
+         HasSubstr("\xBC.txt\n  content type: text/plain\n" + server.url("/status/404") +
+                   "\n  content type: \n")},
         // A storage that cannot be reached is a failure, not an item without a type.
         refused({"content-type", server.url("/status/500")}, HasSubstr("Reason: HTTP 500\n")),
         refused({"content-type", server.url("/loop/a")}, HasSubstr("Reason: ")),

@@ -113,8 +113,7 @@ void list(const LsArguments& arguments) {
             }
             continue;
         }
-        creator.AddFiles(text, boost::none, arguments.iri,
-                         arguments.recursive, false);
+        creator.AddFiles(text, boost::none, arguments.iri, arguments.recursive, false);
         const auto names = creator.GetNameList();
         const auto iris = creator.GetIRIList();
         for (std::size_t i = 0; i < names.size(); ++i) {
@@ -136,8 +135,9 @@ void addLsCommand(CLI::App& app) {
               "run) and ? (any one character), or one name. Entries are full paths, in name "
               "order; . and .. are left out");
     takeEachAsGiven(
-        command->add_option("patterns", arguments->patterns,
-                            "Patterns to list: paths, or IRIs of any storage that lists folders")
+        command
+            ->add_option("patterns", arguments->patterns,
+                         "Patterns to list: paths, or IRIs of any storage that lists folders")
             ->required());
     command->add_flag("--recursive,-r", arguments->recursive,
                       "Also list what each folder holds, before the folder itself");

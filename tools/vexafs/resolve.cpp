@@ -108,8 +108,8 @@ void addResolveCommand(CLI::App& app) {
                       "Resolve as a deployed stand-alone application: the search by name "
                       "comes first");
     // One folder per --path: the names that follow are not folders.
-    takeEachAsGiven(command->add_option(
-        "--path", options->searchPath, "A folder of the search path (repeat for more, in order)"));
+    takeEachAsGiven(command->add_option("--path", options->searchPath,
+                                        "A folder of the search path (repeat for more, in order)"));
     command->callback([options] { run(*options); });
 }
 
