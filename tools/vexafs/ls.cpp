@@ -8,7 +8,9 @@
 #include <vexa/io/filesystem/core.hpp>
 
 #include <Quarrow/VexaStorageSystem.hpp>
+#include <foundation/storage/vfs/Exception.hpp>
 #include <foundation/storage/vfs/Folder.hpp>
+#include <virtualfileio/ExceptionContextHandler.hpp>
 
 #include <cstdio>
 #include <memory>
@@ -69,9 +71,17 @@ void writeEntry(Output& out, const fl::ustring& name, const fl::ustring* iri, bo
 void listFolder(Output& out, const foundation::storage::vfs::CanonicalAbsoluteIRI& folder,
                 const fl::ustring& filter, const LsArguments& arguments) {
     namespace vfs = foundation::storage::vfs;
-    const auto entries =
-        vfs::Folder(folder, Quarrow::VexaStorageSystem::GetStorageSystemReference())
-            .listEntries(filter);
+    std::vector<foundation::storage::provider::FolderEntry> entries;
+    const virtualfileio::PendingContextScope missingFolderLeavesNoContext;
+    try {
+        entries = vfs::Folder(folder, Quarrow::VexaStorageSystem::GetStorageSystemReference())
+                      .listEntries(filter);
+    } catch (const vfs::Exception& error) {
+        // A folder that is not there matches nothing, as a local one; other failures are
+        // the user's to see.
+        if (error.getErrorCode() != vfs::ResourceNotFound)
+            throw;
+    }
     for (const auto& entry : entries) {
         const fl::ustring iri = vfs::CanonicalAbsoluteIRI(folder, entry.name).toString();
         if (arguments.recursive && entry.type == foundation::storage::provider::ItemType::Folder)
