@@ -14,6 +14,7 @@
 
 #include <functional>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 namespace vexafs {
@@ -46,14 +47,18 @@ void raiseStorageFailure(const foundation::storage::vfs::AbsoluteIRI& location);
 // Runs `look`, a library query about `location`. Where a remote storage fails, the
 // library's query asks the native file system whether the location's text is a link and
 // lets that look's failure out ("No such file or directory: http://..."); the user is
-// told instead what the storage itself said, by asking it once more. The location is made
-// only then: until the library fails, its answer about the user's text is the one shown.
-template <class Look>
-auto showingStorageFailure(const fl::ustring& text, Look look) {
+// told instead what the storage itself said, by asking it once more. `location` may be a
+// function that makes it, called only then: a query that takes the user's text answers
+// for text that names no location itself.
+template <class Location, class Look>
+auto showingStorageFailure(const Location& location, Look look) {
     try {
         return look();
     } catch (const fl::filesystem::FsysExceptionBase&) {
-        raiseStorageFailure(locationOf(text));
+        if constexpr (std::is_invocable_v<const Location&>)
+            raiseStorageFailure(location());
+        else
+            raiseStorageFailure(location);
         throw;
     }
 }

@@ -46,7 +46,7 @@ fl::ustring kindOf(foundation::storage::provider::ExistenceTypeExtended type,
 Record describe(const fl::ustring& path) {
     const auto location = locationOf(path);
     const auto type = showingStorageFailure(
-        path, [&] { return core::getExtendedExistenceType(location, false); });
+        location, [&] { return core::getExtendedExistenceType(location, false); });
     Record record{path, {}};
     record.add("type", std::int64_t{type}).add("kind", kindOf(type, location));
     return record;

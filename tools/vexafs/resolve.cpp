@@ -57,15 +57,17 @@ fl::ustring isoTime(const boost::posix_time::ptime& time) {
 }
 
 Record describe(const fl::ustring& name, const ResolveOptions& options) {
+    // The library's answer is the one shown, also "nothing" for text that names no location.
+    const auto location = [&] { return locationOf(name); };
     Record record{name, {}};
     if (!options.attributes) {
         const core::ResolvedPath resolved = showingStorageFailure(
-            name, [&] { return core::resolvePath(name, options.resolution); });
+            location, [&] { return core::resolvePath(name, options.resolution); });
         record.add("path", resolved.path).add("kind", kindWord(resolved.kind));
         return record;
     }
     const core::ResolvedPathAttributes resolved = showingStorageFailure(
-        name, [&] { return core::resolvePathWithAttributes(name, options.resolution); });
+        location, [&] { return core::resolvePathWithAttributes(name, options.resolution); });
     const core::PathAttributes& attributes = resolved.attributes;
     record.add("path", resolved.path)
         .add("kind", kindWord(resolved.kind))
