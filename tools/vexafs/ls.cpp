@@ -142,8 +142,8 @@ void addLsCommand(CLI::App& app) {
     auto arguments = std::make_shared<LsArguments>();
     CLI::App* command = app.add_subcommand(
         "ls", "List the entries each pattern matches: a folder path ending in a name with * (any "
-              "run) and ? (any one character), or one name. Entries are full paths, in name "
-              "order; . and .. are left out");
+              "run) and ? (any one character), or one name. Entries are full paths (IRIs for "
+              "an IRI pattern, listed by its storage), in name order; . and .. are left out");
     takeEachAsGiven(
         command
             ->add_option("patterns", arguments->patterns,
