@@ -4,9 +4,13 @@
 #include "TempDir.hpp"
 #include "Vexafs.hpp"
 
+#include <chrono>
+#include <csignal>
+#include <deque>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <thread>
 
 #include <sys/stat.h>
 
@@ -67,6 +71,40 @@ TEST(VexafsCat, CopiesEveryByteOrLeavesTheOutputAlone) {
     EXPECT_EQ(contentOf(dir / "kept"), "kept as it was");
     // data.bin, kept, private, link, folder, copy and notes
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.path()), {}), 7);
+}
+
+// A transfer interrupted half way ends as the signal would end it (128 + its number), with
+// the output file as it was and nothing else beside it.
+TEST(VexafsCat, AnInterruptedTransferLeavesNothingBehind) {
+    const vexa::testing::HttpServer server;
+    TempDir dir;
+    const int signals[] = {SIGINT, SIGTERM, SIGHUP};
+    std::deque<vexa::testing::RunningProgram> transfers;
+    for (const int signal : signals) {
+        const std::string folder = dir / std::to_string(signal);
+        std::filesystem::create_directory(folder);
+        write(folder + "/kept", "kept as it was");
+        transfers.emplace_back(VEXAFS_PATH, std::vector<std::string>{"cat", server.url("/slow.bin"),
+                                                                     "-o", folder + "/kept"});
+    }
+    const auto entries = [&](int signal) {
+        return std::distance(std::filesystem::directory_iterator(dir / std::to_string(signal)), {});
+    };
+    for (std::size_t i = 0; i < transfers.size(); ++i) {
+        ASSERT_TRUE(transfers[i].running());
+        // The server sends 100 bytes a second: the transfer is under way once its temporary
+        // file is there, and far from done.
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+        while (entries(signals[i]) < 2 && std::chrono::steady_clock::now() < deadline)
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        transfers[i].signal(signals[i]);
+    }
+    for (std::size_t i = 0; i < transfers.size(); ++i) {
+        EXPECT_EQ(transfers[i].wait(), 128 + signals[i]) << signals[i];
+        EXPECT_EQ(contentOf(dir / std::to_string(signals[i]) + "/kept"), "kept as it was");
+        EXPECT_EQ(entries(signals[i]), 1) << signals[i];
+    }
 }
 
 } // namespace

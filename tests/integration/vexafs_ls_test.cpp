@@ -1,5 +1,6 @@
 // vexafs ls and package as a user and a script run them.
 
+#include "HttpServer.hpp"
 #include "TempDir.hpp"
 #include "Vexafs.hpp"
 
@@ -11,8 +12,11 @@ using vexa::testing::TempDir;
 
 // A real tree listed in post-order, with IRIs beside the names; links entered by the
 // UTF-16 listing only; names that are not UTF-8 kept as bytes, escaped in JSON. Folders
-// claimed by the nearest package root.
+// claimed by the nearest package root. IRI patterns listed by their storage: a web server's
+// index pages, a file IRI's folder; a page that is no index is a failure.
 TEST(VexafsLsAndPackage, ListsARealTreeAndTellsWhichPackageClaims) {
+    const vexa::testing::HttpServer server;
+    const std::string sub = server.url("/files/sub/");
     TempDir dir;
     dir.make(
         {"t/", "t/b/", "empty/", "t/a.txt", "t/b/c.txt", "t/sp ace", "t/caf\xE9", "t/lnk -> b"});
@@ -38,6 +42,19 @@ TEST(VexafsLsAndPackage, ListsARealTreeAndTellsWhichPackageClaims) {
         {{"ls", "--iri", root + "/empty/.?"}, 0, root + "/empty//..\n"},
         {{"ls", "-r", root + "/missing/*", root + "/empty/*"}, 0, ""},
         {{"ls", "--bytes", "--iri", t + "*"}, Ne(0), "", HasSubstr("excludes")},
+        {{"ls", sub + "*"}, 0, sub + "deeper\n" + sub + "inner.txt\n"},
+        {{"ls", "-r", "--json", sub + "*", server.url("/files/*.csv")},
+         0,
+         "{\"name\": \"" + sub + "deeper/leaf.txt\"}\n{\"name\": \"" + sub +
+             "deeper\"}\n{\"name\": \"" + sub + "inner.txt\"}\n{\"name\": \"" +
+             server.url("/files/report.csv") + "\"}\n"},
+        {{"ls", "--iri", "-r", iri + "b*"},
+         0,
+         iri + "b/c.txt\t" + iri + "b/c.txt\n" + iri + "b\t" + iri + "b\n"},
+        {{"ls", server.url("/page/*")}, 1, "", HasSubstr("Reason: not an index page")},
+        {{"ls", server.url("/files/none/*"), server.url("/files/n*"), server.url("/files/x*")},
+         0,
+         server.url("/files/notes.txt\n") + server.url("/files/x&y%23z%3F%25.txt\n")},
         {{"package", root + "/a/b", root + "/a/bc", "/", "--package", "outer=" + root, "--package",
           "inner=" + root + "/a/b", "--json"},
          0,

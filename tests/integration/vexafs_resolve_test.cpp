@@ -41,7 +41,7 @@ TEST(VexafsResolve, NamesAndWebAddressesAsTheHostResolvesThem) {
     const std::string caFile = server.caFile();
     TempDir dir;
     dir.makeItemsOfEveryKind();
-    dir.make({"lib/", "lib/only.m", "lib/dangling", "caf\xE9"});
+    dir.make({"lib/", "lib/only.m", "lib/dangling", "caf\xE9", "with space", "trail "});
     ASSERT_EQ(::truncate((dir / "file").c_str(), 5), 0);
     const timespec times[] = {{0, UTIME_OMIT}, {1614834367, 123456789}};
     for (const char* name : {"file", "lib/only.m"})
@@ -92,7 +92,14 @@ TEST(VexafsResolve, NamesAndWebAddressesAsTheHostResolvesThem) {
         // A link shown as itself that leads nowhere has no attributes to read.
         refused({"resolve", "--attributes", "dangling"},
                 HasSubstr("Identifier: VEXA:virtualfilesystem:ioError")),
-        refused({"resolve", "http://[::1/x"}, HasSubstr("Error: cannot make 'http://[::1/x'")),
+        // IRI text is read as the library reads it: trimmed, what an IRI cannot hold escaped,
+        // and text that names no location is nothing.
+        {{"resolve", "file://" + d + "/with space", "file://" + d + "/trail ", "http://[::1/x"},
+         0,
+         shown("file://" + d + "/with space", "file://" + d + "/with%20space", "file") +
+             shown("file://" + d + "/trail ", "", "nothing") +
+             shown("http://[::1/x", "", "nothing")},
+        {{"exist", "file://" + d + "/with space"}, 0, HasSubstr("  type: 0\n")},
         {{"resolve", "--attributes", "--ca-file", caFile, file},
          0,
          shown(file, shownFile, "file", {"yes", "no", "2021-03-04T10:36:07.000000", "7"})},
@@ -102,6 +109,7 @@ TEST(VexafsResolve, NamesAndWebAddressesAsTheHostResolvesThem) {
          shown(server.secureUrl("/files/sub/"), server.secureUrl("/files/sub/"), "folder") +
              shown(server.url("/status/404"), "", "nothing")},
         refused({"resolve", file}, HasSubstr("Reason: SSL certificate problem")),
+        refused({"content-type", file}, HasSubstr("Reason: SSL certificate problem")),
         refused({"resolve", server.url("/status/500")},
                 HasSubstr("Identifier: VEXA:virtualfilesystem:ioError\nReason: HTTP 500\n")),
         {{"resolve", "--ca-file", "/nonexistent.pem", file},
@@ -120,6 +128,18 @@ TEST(VexafsResolve, NamesAndWebAddressesAsTheHostResolvesThem) {
         {{"content-type", server.secureUrl("/files/report.csv")},
          0,
          HasSubstr("content type: text/csv; charset=utf-8\n")},
+        // Text with a space reaches the server escaped.
+        {{"exist", server.url("/files/a b \xC3\xBC.txt")}, 0, HasSubstr("  kind: file\n")},
+        {{"cat", server.url("/files/a b \xC3\xBC.txt")}, 0, "spaced\n"},
+        {{"content-type", server.url("/files/a b \xC3\xBC.txt"), server.url("/status/404")},
+         0,
+         HasSubstr("\xBC.txt\n  content type: text/plain\n" + server.url("/status/404") +
+                   "\n  content type: \n")},
+        // A storage that cannot be reached is a failure, not an item without a type.
+        refused({"content-type", server.url("/status/500")}, HasSubstr("Reason: HTTP 500\n")),
+        refused({"content-type", server.url("/loop/a")}, HasSubstr("Reason: ")),
+        refused({"content-type", vexa::testing::HttpServer::closedUrl("/x")},
+                HasSubstr("Identifier: VEXA:virtualfilesystem:ioError\nReason: ")),
     };
     vexa::testing::expectRuns(fromEnvironment);
     ::unsetenv("VEXAFS_CA_FILE");

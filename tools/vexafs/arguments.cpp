@@ -1,5 +1,7 @@
 #include "arguments.hpp"
 
+#include <vexa/io/filesystem/core/absolute_paths.hpp>
+
 #include <Quarrow/VexaStorageSystem.hpp>
 #include <fl/i18n.hpp>
 #include <foundation/storage/vfs/Exists.hpp>
@@ -11,8 +13,20 @@
 namespace vexafs {
 
 void addPathArguments(CLI::App& command, PathArguments& arguments, const std::string& pathsHelp) {
-    command.add_option("paths", arguments.paths, pathsHelp)->required();
+    takeEachAsGiven(command.add_option("paths", arguments.paths, pathsHelp)->required());
     command.add_flag("--json", arguments.json, "Print JSON for scripts");
+}
+
+CLI::Option* takeEachAsGiven(CLI::Option* option) {
+    // Extra values are what turn the list syntax on. A positional without them takes one
+    // value unless it expects more: it expects every remaining argument instead, so that "--"
+    // still ends the options after the first path.
+    option->allow_extra_args(false);
+    if (option->get_positional())
+        option
+            ->expected(CLI::detail::expected_max_vector_size, CLI::detail::expected_max_vector_size)
+            ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+    return option;
 }
 
 CLI::Option* addRulesOption(CLI::App& command, vexa::io::filesystem::core::FileSystemType& rules,
@@ -25,6 +39,12 @@ CLI::Option* addRulesOption(CLI::App& command, vexa::io::filesystem::core::FileS
 }
 
 foundation::storage::vfs::AbsoluteIRI locationOf(const fl::ustring& text) {
+    if (foundation::storage::vfs::hasIRIPrefix(text)) {
+        fl::ustring iri = text;
+        vexa::io::filesystem::core::setupPathForURLConstruction(
+            iri, vexa::io::filesystem::core::ResolveSymbolicLinks::Literal, false);
+        return foundation::storage::vfs::AbsoluteIRI(iri);
+    }
     return EngineDispatcher::getDispatcher().GetCurrentWorkingFolder().absolutize(text);
 }
 

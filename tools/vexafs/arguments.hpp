@@ -14,6 +14,7 @@
 
 #include <functional>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 namespace vexafs {
@@ -26,12 +27,17 @@ struct PathArguments {
 // Adds the required paths and --json to `command`.
 void addPathArguments(CLI::App& command, PathArguments& arguments, const std::string& pathsHelp);
 
+// Makes each value of `option` one item, byte for byte, and returns it. Left to itself the
+// parser reads a value written "[a,b]" as a list of two, and "[]" as none.
+CLI::Option* takeEachAsGiven(CLI::Option* option);
+
 // Adds --rules unix|windows (any case), which sets `rules`.
 CLI::Option* addRulesOption(CLI::App& command, vexa::io::filesystem::core::FileSystemType& rules,
                             const std::string& help);
 
-// The location a user's text names: IRI text as it is, a path made absolute against the
-// current folder. Text that can name no location throws FailedToAbsolutizeException.
+// The location a user's text names: IRI text as the library makes it (trimmed, what an IRI
+// cannot hold escaped), a path made absolute against the current folder. Text that can name
+// no location throws InvalidIRIException or FailedToAbsolutizeException.
 foundation::storage::vfs::AbsoluteIRI locationOf(const fl::ustring& text);
 
 // Raises the storage's own failure for `location`, if it has one now and is not the
@@ -41,13 +47,18 @@ void raiseStorageFailure(const foundation::storage::vfs::AbsoluteIRI& location);
 // Runs `look`, a library query about `location`. Where a remote storage fails, the
 // library's query asks the native file system whether the location's text is a link and
 // lets that look's failure out ("No such file or directory: http://..."); the user is
-// told instead what the storage itself said, by asking it once more.
-template <class Look>
-auto showingStorageFailure(const foundation::storage::vfs::AbsoluteIRI& location, Look look) {
+// told instead what the storage itself said, by asking it once more. `location` may be a
+// function that makes it, called only then: a query that takes the user's text answers
+// for text that names no location itself.
+template <class Location, class Look>
+auto showingStorageFailure(const Location& location, Look look) {
     try {
         return look();
     } catch (const fl::filesystem::FsysExceptionBase&) {
-        raiseStorageFailure(location);
+        if constexpr (std::is_invocable_v<const Location&>)
+            raiseStorageFailure(location());
+        else
+            raiseStorageFailure(location);
         throw;
     }
 }

@@ -1,10 +1,16 @@
 // vexafs ls: the entries patterns match, as the file list creator keeps them: one per line,
 // or one JSON object per line for scripts.
 
+#include "arguments.hpp"
 #include "commands.hpp"
 #include "report.hpp"
 
 #include <vexa/io/filesystem/core.hpp>
+
+#include <Quarrow/VexaStorageSystem.hpp>
+#include <foundation/storage/vfs/Exception.hpp>
+#include <foundation/storage/vfs/Folder.hpp>
+#include <virtualfileio/ExceptionContextHandler.hpp>
 
 #include <cstdio>
 #include <memory>
@@ -59,11 +65,51 @@ void writeEntry(Output& out, const fl::ustring& name, const fl::ustring* iri, bo
     out.endLine();
 }
 
+// The entries of a folder of any storage that match `filter`, each named by its IRI; with
+// recursion what a folder holds comes before the folder, as the file list creator orders
+// entries. Links are not entered.
+void listFolder(Output& out, const foundation::storage::vfs::CanonicalAbsoluteIRI& folder,
+                const fl::ustring& filter, const LsArguments& arguments) {
+    namespace vfs = foundation::storage::vfs;
+    std::vector<foundation::storage::provider::FolderEntry> entries;
+    const virtualfileio::PendingContextScope missingFolderLeavesNoContext;
+    try {
+        entries = vfs::Folder(folder, Quarrow::VexaStorageSystem::GetStorageSystemReference())
+                      .listEntries(filter);
+    } catch (const vfs::Exception& error) {
+        // A folder that is not there matches nothing, as a local one; other failures are
+        // the user's to see.
+        if (error.getErrorCode() != vfs::ResourceNotFound)
+            throw;
+    }
+    for (const auto& entry : entries) {
+        const fl::ustring iri = vfs::CanonicalAbsoluteIRI(folder, entry.name).toString();
+        if (arguments.recursive && entry.type == foundation::storage::provider::ItemType::Folder)
+            listFolder(out, vfs::CanonicalAbsoluteIRI(iri + u"/"), u"", arguments);
+        writeEntry(out, iri, arguments.iri ? &iri : nullptr, arguments.json);
+    }
+}
+
+// An IRI pattern: its folder is listed by the storage of its scheme, the last segment being
+// the filter. A folder the storage cannot list fails with the storage's message.
+void listIRIPattern(Output& out, const fl::ustring& pattern, const LsArguments& arguments) {
+    const std::size_t slash = pattern.rfind(u'/');
+    const std::size_t filterStart = slash == fl::ustring::npos ? pattern.size() : slash + 1;
+    const foundation::storage::vfs::CanonicalAbsoluteIRI folder(
+        locationOf(pattern.substr(0, filterStart)));
+    listFolder(out, folder, pattern.substr(filterStart), arguments);
+}
+
 void list(const LsArguments& arguments) {
     Output out;
     // A creator per pattern: the order is the one a single creator keeps, without holding
     // every pattern's entries at once.
     for (const std::string& pattern : arguments.patterns) {
+        const fl::ustring text = fl::i18n::to_ustring(pattern);
+        if (foundation::storage::vfs::hasIRIPrefix(text)) {
+            listIRIPattern(out, text, arguments);
+            continue;
+        }
         core::FileListCreator creator;
         if (arguments.bytes) {
             creator.AddToList(pattern, arguments.recursive);
@@ -77,8 +123,7 @@ void list(const LsArguments& arguments) {
             }
             continue;
         }
-        creator.AddFiles(fl::i18n::to_ustring(pattern), boost::none, arguments.iri,
-                         arguments.recursive, false);
+        creator.AddFiles(text, boost::none, arguments.iri, arguments.recursive, false);
         const auto names = creator.GetNameList();
         const auto iris = creator.GetIRIList();
         for (std::size_t i = 0; i < names.size(); ++i) {
@@ -97,9 +142,13 @@ void addLsCommand(CLI::App& app) {
     auto arguments = std::make_shared<LsArguments>();
     CLI::App* command = app.add_subcommand(
         "ls", "List the entries each pattern matches: a folder path ending in a name with * (any "
-              "run) and ? (any one character), or one name. Entries are full paths, in name "
-              "order; . and .. are left out");
-    command->add_option("patterns", arguments->patterns, "Patterns to list")->required();
+              "run) and ? (any one character), or one name. Entries are full paths (IRIs for "
+              "an IRI pattern, listed by its storage), in name order; . and .. are left out");
+    takeEachAsGiven(
+        command
+            ->add_option("patterns", arguments->patterns,
+                         "Patterns to list: paths, or IRIs of any storage that lists folders")
+            ->required());
     command->add_flag("--recursive,-r", arguments->recursive,
                       "Also list what each folder holds, before the folder itself");
     CLI::Option* iri =

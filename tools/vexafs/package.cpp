@@ -47,10 +47,9 @@ void addPackageCommand(CLI::App& app) {
         "package", "Tell which package claims each folder: the one whose root is the folder or "
                    "its nearest ancestor (compared as text, links not resolved)");
     addPathArguments(*command, arguments->folders, "Folders or folder IRIs");
-    command
-        ->add_option("--package", arguments->packages,
-                     "A package as NAME=ROOT (a relative root is taken from the current "
-                     "folder); repeat for more")
+    takeEachAsGiven(command->add_option("--package", arguments->packages,
+                                        "A package as NAME=ROOT (a relative root is taken from "
+                                        "the current folder); repeat for more"))
         ->check(
             [](const std::string& value) {
                 return value.find('=') == std::string::npos ? "expected NAME=ROOT" : "";

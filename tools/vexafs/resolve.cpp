@@ -57,9 +57,8 @@ fl::ustring isoTime(const boost::posix_time::ptime& time) {
 }
 
 Record describe(const fl::ustring& name, const ResolveOptions& options) {
-    // The library answers "nothing" for text that can name no location; a user who typed
-    // such text is told why instead.
-    const auto location = locationOf(name);
+    // The library's answer is the one shown, also "nothing" for text that names no location.
+    const auto location = [&] { return locationOf(name); };
     Record record{name, {}};
     if (!options.attributes) {
         const core::ResolvedPath resolved = showingStorageFailure(
@@ -110,10 +109,9 @@ void addResolveCommand(CLI::App& app) {
     command->add_flag("--standalone", options->standalone,
                       "Resolve as a deployed stand-alone application: the search by name "
                       "comes first");
-    command
-        ->add_option("--path", options->searchPath,
-                     "A folder of the search path (repeat for more, in order)")
-        ->allow_extra_args(false); // the names that follow are not folders
+    // One folder per --path: the names that follow are not folders.
+    takeEachAsGiven(command->add_option("--path", options->searchPath,
+                                        "A folder of the search path (repeat for more, in order)"));
     command->callback([options] { run(*options); });
 }
 
