@@ -32,6 +32,7 @@
 #include "RunProgram.hpp"
 #include "TempDir.hpp"
 
+#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <ctime>
@@ -42,6 +43,7 @@
 #include <string>
 #include <string_view>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include <arpa/inet.h>
@@ -139,10 +141,12 @@ public:
     std::string caFile() const { return dir_ / "cert.pem"; }
     // How many requests for `path` (as the request line names it) the server has answered.
     std::size_t requests(std::string_view path) const {
+        std::string requestLine(1, ' ');
+        requestLine.append(path).append(" HTTP/");
         std::ifstream in(dir_ / "access.log");
         std::size_t count = 0;
         for (std::string line; std::getline(in, line);)
-            count += line.find(" " + std::string(path) + " HTTP/") != std::string::npos;
+            count += line.find(requestLine) != std::string::npos;
         return count;
     }
 

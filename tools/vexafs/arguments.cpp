@@ -1,8 +1,6 @@
 #include "arguments.hpp"
 
-#include <Quarrow/VexaStorageSystem.hpp>
 #include <fl/i18n.hpp>
-#include <foundation/storage/vfs/Exists.hpp>
 #include <host/EngineDispatcher.hpp>
 
 #include <iostream>
@@ -26,12 +24,6 @@ CLI::Option* addRulesOption(CLI::App& command, vexa::io::filesystem::core::FileS
 
 foundation::storage::vfs::AbsoluteIRI locationOf(const fl::ustring& text) {
     return EngineDispatcher::getDispatcher().GetCurrentWorkingFolder().absolutize(text);
-}
-
-void raiseStorageFailure(const foundation::storage::vfs::AbsoluteIRI& location) {
-    if (location.getScheme() != u"file")
-        foundation::storage::vfs::existsExtended(
-            location, Quarrow::VexaStorageSystem::GetStorageSystemReference());
 }
 
 void reportEachPath(const PathArguments& arguments,
