@@ -393,6 +393,9 @@ TEST_F(HttpProvider, RetriedWhileTheFailureMayPass) {
         {{status(503, "Retry-After: 1\r\n"), hello}, Look, 0, 2, {milliseconds(1000)}},
         {{status(429, "Retry-After: Thu, 01 Jan 1970 00:00:00 GMT\r\n"), hello}, Look, 0, 2, {},
          {milliseconds(300)}},
+        // A wait that would pass the deadline of the call is not taken.
+        {{status(503, "Retry-After: 1\r\n"), status(503, "Retry-After: 1\r\n"), hello}, Look,
+         -9, 2},
         // Longer than the client waits: its limit.
         {{status(503, "Retry-After: 3600\r\n"), hello}, Look, 0, 2, {milliseconds(1200)},
          {milliseconds(1600)}},
@@ -400,6 +403,7 @@ TEST_F(HttpProvider, RetriedWhileTheFailureMayPass) {
     provider::HttpOptions options;
     options.retryDelay = milliseconds(40);
     options.retryAfterLimit = milliseconds(1200);
+    options.requestTimeout = milliseconds(1500);
     for (const auto& c : cases) {
         const ScriptedServer server(c.script);
         const vfs::AbsoluteIRI location = at(server.url(c.call == List ? "/" : "/x"));

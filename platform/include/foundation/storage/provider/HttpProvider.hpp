@@ -18,7 +18,8 @@ struct HttpOptions {
     std::string caFile;
     // Every wait is bounded, so that no server can hold a call for ever.
     std::chrono::milliseconds connectTimeout{10'000};
-    // A request that moves no body (a look, an index page) ends within this, answered or not.
+    // A request that moves no body (a look, an index page) ends within this, answered or not,
+    // its retries included.
     std::chrono::milliseconds requestTimeout{30'000};
     // A body transfer slower than lowSpeedLimit bytes per second over lowSpeedTime is
     // abandoned; so is a server that says nothing for that long.

@@ -86,11 +86,23 @@ Transfer::Transfer(const HttpOptions& options, const vfs::AbsoluteIRI& location,
 std::unique_ptr<Transfer> Transfer::answered(const HttpOptions& options,
                                              const vfs::AbsoluteIRI& location, Method method,
                                              Wait wait) {
+    using std::chrono::milliseconds;
+    using Clock = std::chrono::steady_clock;
+    // A deadline holds for the whole call: each attempt has what is left of it, and a wait
+    // that would end beyond it is not taken.
+    const Clock::time_point end = Clock::now() + options.requestTimeout;
+    HttpOptions bounded = options;
     for (int attempt = 1;; ++attempt) {
-        auto transfer = std::make_unique<Transfer>(options, location, method, wait);
+        auto transfer = std::make_unique<Transfer>(bounded, location, method, wait);
         transfer->awaitAnswer();
-        const auto pause = attempt < options.attempts ? transfer->retryWait(options, attempt)
-                                                      : std::nullopt;
+        auto pause = attempt < options.attempts ? transfer->retryWait(options, attempt)
+                                                : std::nullopt;
+        if (pause && wait == Wait::Deadline) {
+            bounded.requestTimeout =
+                std::chrono::duration_cast<milliseconds>(end - Clock::now()) - *pause;
+            if (bounded.requestTimeout <= milliseconds(0))
+                pause.reset();
+        }
         if (!pause)
             return transfer;
         // Given back first, so that the next attempt may reuse its connection.
