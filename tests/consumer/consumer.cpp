@@ -59,11 +59,11 @@ int main(int argc, char** argv) {
 
     // The host's storage starts with the file and http(s) providers.
     fl::ustring url = u"https://host/a/../b";
-    failures += check(vfs::hasIRIPrefix(u"https://h/x") &&
-                          core::setupPathForURLConstruction(
-                              url, core::ResolveSymbolicLinks::KeepLink, false) &&
-                          url == u"https://host/b",
-                      "http(s) served from the start");
+    failures += check(
+        vfs::hasIRIPrefix(u"https://h/x") &&
+            core::setupPathForURLConstruction(url, core::ResolveSymbolicLinks::KeepLink, false) &&
+            url == u"https://host/b",
+        "http(s) served from the start");
     // A host program may still choose its storage system and its providers' options.
     auto system = std::make_shared<vfs::StorageSystem>();
     system->addProvider(std::make_shared<foundation::storage::provider::LocalFileProvider>());

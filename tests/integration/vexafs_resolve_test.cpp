@@ -144,8 +144,8 @@ TEST(VexafsResolve, NamesAndWebAddressesAsTheHostResolvesThem) {
     };
     for (const auto& look : looks) {
         const std::string shown = ::testing::PrintToString(look.args);
-        const std::size_t before = look.path.empty() ? silent.requests().size()
-                                                     : server.requests(look.path);
+        const std::size_t before =
+            look.path.empty() ? silent.requests().size() : server.requests(look.path);
         const auto start = std::chrono::steady_clock::now();
         const auto result = vexa::testing::vexafs(look.args);
         const auto took = std::chrono::steady_clock::now() - start;

@@ -19,8 +19,8 @@
 #include <cstring>
 #include <functional>
 #include <map>
-#include <optional>
 #include <memory>
+#include <optional>
 #include <regex>
 #include <tuple>
 
@@ -360,14 +360,13 @@ TEST_F(HttpProvider, EveryWaitBounded) {
 // three times, waiting longer each time or as long as the server asks (up to a limit); the
 // last failure is the caller's. Other failures and answers are final at once.
 TEST_F(HttpProvider, RetriedWhileTheFailureMayPass) {
-    using vexa::testing::ScriptedServer;
     using std::chrono::milliseconds;
+    using vexa::testing::ScriptedServer;
     const auto status = [](int code, std::string headers = {}) {
         return ScriptedServer::answer(code, std::move(headers));
     };
-    const ScriptedServer::Answer hello =
-        ScriptedServer::answer(200, "Content-Type: text/html\r\n",
-                               "<title>Index of /</title><a href=\"hello\">hello</a>");
+    const ScriptedServer::Answer hello = ScriptedServer::answer(
+        200, "Content-Type: text/html\r\n", "<title>Index of /</title><a href=\"hello\">hello</a>");
     const ScriptedServer::Answer hangUp{""}; // closed before a status line
     enum Call { Look, Read, List };
     const struct {
@@ -388,16 +387,30 @@ TEST_F(HttpProvider, RetriedWhileTheFailureMayPass) {
         {{status(418), hello}, Look, -9, 1},
         {{status(403), hello}, Read, -2, 1},
         // Exponential, with jitter: half to all of 40 ms, then of 80 ms.
-        {{status(502), status(502), hello}, Look, 0, 3, {milliseconds(20), milliseconds(40)},
+        {{status(502), status(502), hello},
+         Look,
+         0,
+         3,
+         {milliseconds(20), milliseconds(40)},
          {milliseconds(400), milliseconds(400)}},
         {{status(503, "Retry-After: 1\r\n"), hello}, Look, 0, 2, {milliseconds(1000)}},
-        {{status(429, "Retry-After: Thu, 01 Jan 1970 00:00:00 GMT\r\n"), hello}, Look, 0, 2, {},
+        {{status(429, "Retry-After: Thu, 01 Jan 1970 00:00:00 GMT\r\n"), hello},
+         Look,
+         0,
+         2,
+         {},
          {milliseconds(300)}},
         // A wait that would pass the deadline of the call is not taken.
-        {{status(503, "Retry-After: 1\r\n"), status(503, "Retry-After: 1\r\n"), hello}, Look,
-         -9, 2},
+        {{status(503, "Retry-After: 1\r\n"), status(503, "Retry-After: 1\r\n"), hello},
+         Look,
+         -9,
+         2},
         // Longer than the client waits: its limit.
-        {{status(503, "Retry-After: 3600\r\n"), hello}, Look, 0, 2, {milliseconds(1200)},
+        {{status(503, "Retry-After: 3600\r\n"), hello},
+         Look,
+         0,
+         2,
+         {milliseconds(1200)},
          {milliseconds(1600)}},
     };
     provider::HttpOptions options;

@@ -220,8 +220,8 @@ private:
     void writeConfiguration() const {
         const std::string port = std::to_string(port_);
         std::string statuses;
-        for (const char* code : {"204", "206", "300", "302", "401", "403", "404", "407", "410",
-                                 "418", "500"})
+        for (const char* code :
+             {"204", "206", "300", "302", "401", "403", "404", "407", "410", "418", "500"})
             statuses += std::string("location = /status/") + code + " { return " + code + "; }\n";
         std::ofstream(dir_ / "nginx.conf") << R"(
 master_process off;

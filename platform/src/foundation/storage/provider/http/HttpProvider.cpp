@@ -95,8 +95,8 @@ std::unique_ptr<Transfer> Transfer::answered(const HttpOptions& options,
     for (int attempt = 1;; ++attempt) {
         auto transfer = std::make_unique<Transfer>(bounded, location, method, wait);
         transfer->awaitAnswer();
-        auto pause = attempt < options.attempts ? transfer->retryWait(options, attempt)
-                                                : std::nullopt;
+        auto pause =
+            attempt < options.attempts ? transfer->retryWait(options, attempt) : std::nullopt;
         if (pause && wait == Wait::Deadline) {
             bounded.requestTimeout =
                 std::chrono::duration_cast<milliseconds>(end - Clock::now()) - *pause;
