@@ -49,7 +49,8 @@ public:
     std::vector<std::string> schemes() const override;
     // The IRI text, a password in it shown as "***": messages end up in logs and terminals.
     fl::ustring describe(const vfs::AbsoluteIRI& location) const override;
-    // One HEAD request (a ranged GET of byte 0 where the server refuses HEAD).
+    // One HEAD request (a ranged GET of byte 0 where the server refuses HEAD), made again
+    // while it fails in a way that may pass (`attempts`).
     ItemStatus probe(const vfs::AbsoluteIRI& location) const override;
     // The links of the server's index page that name entries directly below the folder.
     std::vector<FolderEntry> list(const vfs::AbsoluteIRI& folder) const override;
