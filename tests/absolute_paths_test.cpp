@@ -72,9 +72,11 @@ TEST(SetupPathForURLConstruction, UrlsAndLocalPaths) {
     dir.make({"real/", "real/sub/", "deep -> real/sub"});
     const std::string root = dir.real();
     CurrentFolder inside(dir.path());
-    const vexa::testing::ScopedStorageSystem storage({vexa::testing::servedSchemes({"https"})});
+    // The host's storage as it starts: file, http and https.
     const std::tuple<fl::ustring, bool, fl::ustring> cases[] = {
         {u"HTTPS://Host/a/../b?q=./x", true, u"https://host/b?q=./x"},
+        {u"https://host/a/../b", true, u"https://host/b"},
+        {u"http://host/./a/", true, u"http://host/a/"},
         {u"ftp://Host/a/../b", false, u(root + "/ftp:/Host/b")}, // no provider: a local name
         {u"file:///tmp/./x", true, u"file:///tmp/x"},
         {u"a/./b/../c", false, u(root + "/a/c")},

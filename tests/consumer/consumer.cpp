@@ -57,7 +57,14 @@ int main(int argc, char** argv) {
                       "status and result handler");
     failures += check(&core::log::getLogger() == &core::log::getLogger(), "logger");
 
-    // A host program chooses its storage system: here the file and http(s) providers.
+    // The host's storage starts with the file and http(s) providers.
+    fl::ustring url = u"https://host/a/../b";
+    failures += check(
+        vfs::hasIRIPrefix(u"https://h/x") &&
+            core::setupPathForURLConstruction(url, core::ResolveSymbolicLinks::KeepLink, false) &&
+            url == u"https://host/b",
+        "http(s) served from the start");
+    // A host program may still choose its storage system and its providers' options.
     auto system = std::make_shared<vfs::StorageSystem>();
     system->addProvider(std::make_shared<foundation::storage::provider::LocalFileProvider>());
     system->addProvider(std::make_shared<foundation::storage::provider::HttpProvider>());

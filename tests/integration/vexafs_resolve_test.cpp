@@ -6,6 +6,8 @@
 #include "TimeZone.hpp"
 #include "Vexafs.hpp"
 
+#include <chrono>
+
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -143,6 +145,38 @@ TEST(VexafsResolve, NamesAndWebAddressesAsTheHostResolvesThem) {
     };
     vexa::testing::expectRuns(fromEnvironment);
     ::unsetenv("VEXAFS_CA_FILE");
+
+    // A failed look is told as the look met it: one look's worth of requests per item (a 500
+    // tried three times, a loop followed through ten redirects), none asked again; a server
+    // that says nothing holds the call for the --timeout given, once.
+    const vexa::testing::ScriptedServer silent({{.bytes = {}, .silent = true}});
+    const struct {
+        std::vector<std::string> args;
+        std::string path; // counted in the server's log
+        std::size_t requests;
+        std::string reason;
+    } looks[] = {
+        {{"exist", server.url("/loop/a")}, "/loop/b", 5, "Maximum (10) redirects followed"},
+        {{"exist", server.url("/status/500")}, "/status/500", 3, "HTTP 500"},
+        {{"resolve", server.url("/status/500")}, "/status/500", 3, "HTTP 500"},
+        {{"--timeout", "1", "exist", silent.url("/x")}, "", 1, "Operation timed out"},
+        {{"--timeout", "1", "resolve", silent.url("/x")}, "", 1, "Operation timed out"},
+    };
+    for (const auto& look : looks) {
+        const std::string shown = ::testing::PrintToString(look.args);
+        const std::size_t before =
+            look.path.empty() ? silent.requests().size() : server.requests(look.path);
+        const auto start = std::chrono::steady_clock::now();
+        const auto result = vexa::testing::vexafs(look.args);
+        const auto took = std::chrono::steady_clock::now() - start;
+        EXPECT_EQ(result.exitCode, 1) << shown;
+        EXPECT_THAT(result.err, HasSubstr("Reason: " + look.reason)) << shown;
+        EXPECT_EQ((look.path.empty() ? silent.requests().size() : server.requests(look.path)) -
+                      before,
+                  look.requests)
+            << shown;
+        EXPECT_LT(took, std::chrono::milliseconds(1800)) << shown;
+    }
 }
 
 } // namespace

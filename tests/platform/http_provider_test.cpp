@@ -20,6 +20,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <regex>
 #include <tuple>
 
@@ -39,7 +40,12 @@ using vexa::testing::utf8;
 const pt::ptime fileTime = pt::from_time_t(HttpServer::fileTime);
 
 // The providers the tables choose from.
-enum Client { Trusting, Untrusting, TwoRedirects, Impatient };
+enum Client { Trusting, Untrusting, TwoRedirects, Impatient, Bounded };
+
+// The bounds of a Bounded client: short, so that the tables that wait for them stay fast.
+constexpr std::chrono::milliseconds connecting{300};
+constexpr std::chrono::milliseconds deadline{500};
+constexpr std::chrono::seconds pace{1};
 
 class HttpProvider : public ::testing::Test {
 protected:
@@ -47,10 +53,11 @@ protected:
     static void TearDownTestSuite() { server.reset(); }
 
     // A storage system whose http(s) provider is `client`: trusting the server's certificate
-    // unless Untrusting, following two redirects at most, or abandoning a transfer slower
-    // than 1000 bytes a second for a second.
-    static vfs::StorageSystemReference storage(Client client = Trusting) {
-        provider::HttpOptions options;
+    // unless Untrusting, following two redirects at most, abandoning a transfer slower
+    // than 1000 bytes a second for a second, or Bounded. Every client waits little before it
+    // tries again.
+    static vfs::StorageSystemReference storage(Client client = Trusting,
+                                               provider::HttpOptions options = quick()) {
         if (client != Untrusting)
             options.caFile = server->caFile();
         if (client == TwoRedirects)
@@ -59,9 +66,20 @@ protected:
             options.lowSpeedLimit = 1000;
             options.lowSpeedTime = std::chrono::seconds(1);
         }
+        if (client == Bounded) {
+            options.connectTimeout = connecting;
+            options.requestTimeout = deadline;
+            options.lowSpeedTime = pace;
+        }
         auto system = std::make_shared<vfs::StorageSystem>();
         system->addProvider(std::make_shared<provider::HttpProvider>(options));
         return vfs::StorageSystemReference(system);
+    }
+
+    static provider::HttpOptions quick() {
+        provider::HttpOptions options;
+        options.retryDelay = std::chrono::milliseconds(5);
+        return options;
     }
 
     // A path on the server, or a whole IRI.
@@ -114,6 +132,11 @@ TEST_F(HttpProvider, Existence) {
         {"/status/407", Trusting, -2, -2, "HTTP 407"},
         {"/status/500", Trusting, -9, -9, "HTTP 500"},
         {"/status/418", Trusting, -9, -9, "HTTP 418"},
+        // Nothing to follow: a status like any other that is no answer.
+        {"/status/300", Trusting, -9, -9, "HTTP 300"},
+        {"/status/302", Trusting, -9, -9, "HTTP 302"},
+        {"/status/204", Trusting, 0, 0, ""}, // every 2xx is an answer
+        {"/status/206", Trusting, 0, 0, ""},
         {"/refusing/405.txt", Trusting, 0, 0, ""}, // HEAD refused: a GET of byte 0
         {"/refusing/501.txt", Trusting, 0, 0, ""},
         {"/hop/1", Trusting, 0, 0, ""},
@@ -273,6 +296,154 @@ TEST_F(HttpProvider, ConnectionReused) {
     const std::string first = connection();
     EXPECT_EQ(vfs::exists(at("/files/notes.txt"), storage()), vfs::existence::file);
     EXPECT_EQ(connection(), first);
+}
+
+// No server holds a call beyond its bounds, whether it says nothing, trickles its status
+// line or its body, or never takes the connection: a look or an index page within the
+// deadline, a body once it has been too slow for long enough; code 9 with curl's reason.
+TEST_F(HttpProvider, EveryWaitBounded) {
+    using vexa::testing::ScriptedServer;
+    const std::string page = "<html><title>Index of /</title><a href=\"x\">x</a></html>";
+    const ScriptedServer silent({ScriptedServer::Answer{.bytes = {}, .silent = true}});
+    const ScriptedServer trickling(
+        {{ScriptedServer::answer(200, "Content-Type: text/html\r\n", page).bytes, 2}});
+    // A listening socket whose queue is full: a connection is never taken.
+    const vexa::testing::Socket full(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    const int fullPort = vexa::testing::bindLoopback(full);
+    ASSERT_EQ(::listen(full.get(), 0), 0);
+    std::vector<vexa::testing::Socket> waiting;
+    for (int i = 0; i < 3; ++i) {
+        waiting.emplace_back(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+        const sockaddr_in address = vexa::testing::loopback(fullPort);
+        ::connect(waiting.back().get(), reinterpret_cast<const sockaddr*>(&address),
+                  sizeof address);
+    }
+    const std::string unaccepted = "http://127.0.0.1:" + std::to_string(fullPort) + "/x";
+    const auto look = [](const std::string& location) {
+        return [=] { vfs::exists(at(location), storage(Bounded)); };
+    };
+    const auto read = [](const std::string& location) {
+        return [=] { body(file(location, Bounded)); };
+    };
+    const auto list = [](const std::string& location) {
+        return [=] { vfs::Folder(at(location), storage(Bounded)).listAll(u""); };
+    };
+    using std::chrono::milliseconds;
+    const struct {
+        std::string what;
+        std::function<void()> call;
+        std::chrono::milliseconds bound;
+        std::string reason;
+    } cases[] = {
+        {"look, silent", look(silent.url("/x")), deadline, "timed out"},
+        {"look, status trickled", look(trickling.url("/x")), deadline, "timed out"},
+        {"look, never connected", look(unaccepted), connecting, "Failed to connect"},
+        {"page trickled", list(trickling.url("/")), deadline, "timed out"},
+        {"body, silent", read(silent.url("/x")), pace, "too slow"},
+        {"body trickled", read(server->url("/trickle.bin")), pace, "too slow"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        const auto start = std::chrono::steady_clock::now();
+        const auto context = contextOf(c.call);
+        const auto took = std::chrono::steady_clock::now() - start;
+        ASSERT_TRUE(context);
+        EXPECT_EQ(context->message().name(), vfs::errorMessageName(vfs::IOError));
+        EXPECT_THAT(context->reason(), ::testing::HasSubstr(c.reason));
+        EXPECT_GE(took, c.bound - milliseconds(50)); // as curl's clock tells it
+        // curl looks at the speed once a second: a second beyond the bound at most.
+        EXPECT_LT(took, c.bound + milliseconds(1500));
+    }
+}
+
+// A request that changes nothing is made again while it fails in a way that may pass, up to
+// three times, waiting longer each time or as long as the server asks (up to a limit); the
+// last failure is the caller's. Other failures and answers are final at once.
+TEST_F(HttpProvider, RetriedWhileTheFailureMayPass) {
+    using std::chrono::milliseconds;
+    using vexa::testing::ScriptedServer;
+    const auto status = [](int code, std::string headers = {}) {
+        return ScriptedServer::answer(code, std::move(headers));
+    };
+    const ScriptedServer::Answer hello = ScriptedServer::answer(
+        200, "Content-Type: text/html\r\n", "<title>Index of /</title><a href=\"hello\">hello</a>");
+    const ScriptedServer::Answer hangUp{""}; // closed before a status line
+    enum Call { Look, Read, List };
+    const struct {
+        std::vector<ScriptedServer::Answer> script;
+        Call call;
+        int expected; // exists' answer, or minus the code thrown; 100 for a read or listing
+        std::size_t requests;
+        std::vector<milliseconds> atLeast = {}; // the waits between requests, at least
+        std::vector<milliseconds> atMost = {};
+    } cases[] = {
+        {{status(503), status(503), hello}, Look, 0, 3},
+        {{status(503), status(502), status(500)}, Look, -9, 3},
+        {{status(504), status(429), hello}, Read, 100, 3},
+        {{hangUp, hello}, Look, 0, 2},
+        {{hangUp, hangUp, hangUp, hello}, Read, -9, 3},
+        {{status(500), hello}, List, 100, 2},
+        {{status(404), hello}, Look, 2, 1},
+        {{status(418), hello}, Look, -9, 1},
+        {{status(403), hello}, Read, -2, 1},
+        // Exponential, with jitter: half to all of 40 ms, then of 80 ms.
+        {{status(502), status(502), hello},
+         Look,
+         0,
+         3,
+         {milliseconds(20), milliseconds(40)},
+         {milliseconds(400), milliseconds(400)}},
+        {{status(503, "Retry-After: 1\r\n"), hello}, Look, 0, 2, {milliseconds(1000)}},
+        {{status(429, "Retry-After: Thu, 01 Jan 1970 00:00:00 GMT\r\n"), hello},
+         Look,
+         0,
+         2,
+         {},
+         {milliseconds(300)}},
+        // A wait that would pass the deadline of the call is not taken.
+        {{status(503, "Retry-After: 1\r\n"), status(503, "Retry-After: 1\r\n"), hello},
+         Look,
+         -9,
+         2},
+        // Longer than the client waits: its limit.
+        {{status(503, "Retry-After: 3600\r\n"), hello},
+         Look,
+         0,
+         2,
+         {milliseconds(1200)},
+         {milliseconds(1600)}},
+    };
+    provider::HttpOptions options;
+    options.retryDelay = milliseconds(40);
+    options.retryAfterLimit = milliseconds(1200);
+    options.requestTimeout = milliseconds(1500);
+    for (const auto& c : cases) {
+        const ScriptedServer server(c.script);
+        const vfs::AbsoluteIRI location = at(server.url(c.call == List ? "/" : "/x"));
+        SCOPED_TRACE(utf8(location.toString()) + " " + std::to_string(&c - cases));
+        const auto system = storage(Trusting, options);
+        EXPECT_EQ(outcome([&]() -> int {
+                      if (c.call == Look)
+                          return vfs::exists(location, system);
+                      if (c.call == List)
+                          EXPECT_EQ(vfs::Folder(location, system).listAll(u""),
+                                    std::vector<fl::ustring>{u"hello"});
+                      else
+                          body(vfs::File(location, system));
+                      return 100;
+                  }),
+                  c.expected);
+        const auto requests = server.requests();
+        EXPECT_EQ(requests.size(), c.requests);
+        for (std::size_t i = 0; i + 1 < requests.size(); ++i) {
+            if (i < c.atLeast.size()) {
+                EXPECT_GE(requests[i + 1] - requests[i], c.atLeast[i]) << i;
+            }
+            if (i < c.atMost.size()) {
+                EXPECT_LE(requests[i + 1] - requests[i], c.atMost[i]) << i;
+            }
+        }
+    }
 }
 
 } // namespace

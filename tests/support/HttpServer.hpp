@@ -19,26 +19,37 @@
 //   /cut.bin                Content-Length 100000, then the connection closes after some
 //                           10 kB: a proxy to a body that stalls, with a short read timeout
 //   /connection             the number of the connection that asked
+//   /status/300, /status/302   300 and 302 without Location: nothing to follow
+//   /status/204, /status/206   answers without a body
+//   /trickle.bin            a body sent at 2 bytes a second
 //
 // https: the same on a second port, with a certificate made for the run for the IP
-// 127.0.0.1, trusted through caFile().
+// 127.0.0.1, trusted through caFile(). Every request is logged: requests(path) counts them.
+//
+// ScriptedServer, below, answers what nginx will not: nothing at all, a status line
+// trickled, a failure a chosen number of times before the answer.
 
 #include "RunProgram.hpp"
 #include "TempDir.hpp"
 
+#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <ctime>
 #include <filesystem>
 #include <fstream>
+#include <mutex>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 #include <thread>
+#include <utility>
+#include <vector>
 
 #include <arpa/inet.h>
 #include <fcntl.h>
 #include <netinet/in.h>
+#include <poll.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
@@ -46,6 +57,49 @@
 #include <utime.h>
 
 namespace vexa::testing {
+
+inline sockaddr_in loopback(int port) {
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    address.sin_port = htons(static_cast<std::uint16_t>(port));
+    return address;
+}
+
+// A descriptor closed with its owner.
+class Socket {
+public:
+    explicit Socket(int fd = -1) noexcept : fd_(fd) {}
+    Socket(Socket&& other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
+    Socket& operator=(Socket other) noexcept {
+        std::swap(fd_, other.fd_);
+        return *this;
+    }
+    ~Socket() {
+        if (fd_ >= 0)
+            ::close(fd_);
+    }
+    int get() const noexcept { return fd_; }
+
+private:
+    int fd_;
+};
+
+// A port of 127.0.0.1 bound by `socket`, chosen by the system.
+inline int bindLoopback(const Socket& socket) {
+    sockaddr_in address = loopback(0);
+    socklen_t length = sizeof address;
+    if (socket.get() < 0 ||
+        ::bind(socket.get(), reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 ||
+        ::getsockname(socket.get(), reinterpret_cast<sockaddr*>(&address), &length) != 0)
+        throw std::runtime_error("no free port");
+    return ntohs(address.sin_port);
+}
+
+// A port nothing listens on, for now.
+inline int freePort() {
+    return bindLoopback(Socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)));
+}
 
 class HttpServer {
 public:
@@ -85,6 +139,17 @@ public:
 
     // The certificate that makes the https port trusted.
     std::string caFile() const { return dir_ / "cert.pem"; }
+    // How many requests for `path` (as the request line names it) the server has answered.
+    std::size_t requests(std::string_view path) const {
+        std::string requestLine(1, ' ');
+        requestLine.append(path).append(" HTTP/");
+        std::ifstream in(dir_ / "access.log");
+        std::size_t count = 0;
+        for (std::string line; std::getline(in, line);)
+            count += line.find(requestLine) != std::string::npos;
+        return count;
+    }
+
     // The folder served as "/": more content may be added while the server runs.
     std::string content() const { return dir_ / "www"; }
     // The bytes of /files/big.bin.
@@ -98,28 +163,6 @@ public:
 private:
     static std::string origin(const char* scheme, int port) {
         return std::string(scheme) + "://127.0.0.1:" + std::to_string(port);
-    }
-
-    static sockaddr_in loopback(int port) {
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        address.sin_port = htons(static_cast<std::uint16_t>(port));
-        return address;
-    }
-
-    static int freePort() {
-        const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-        sockaddr_in address = loopback(0); // the system chooses
-        socklen_t length = sizeof address;
-        const bool bound = fd >= 0 &&
-                           ::bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 &&
-                           ::getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length) == 0;
-        if (fd >= 0)
-            ::close(fd);
-        if (!bound)
-            throw std::runtime_error("no free port");
-        return ntohs(address.sin_port);
     }
 
     static bool accepts(int port) {
@@ -155,6 +198,7 @@ private:
         addFile("refusing/405.txt", "no head\n");
         addFile("refusing/501.txt", "no head\n");
         addFile("slow.bin", std::string(4000, 's'), false);
+        addFile("trickle.bin", std::string(4000, 't'), false);
         addFile("whole/cut.bin", std::string(100000, 'c'), false);
         // Whatever user nginx serves as reads the tree: the temporary folder is private.
         std::filesystem::permissions(dir_.path(), std::filesystem::perms(0755));
@@ -176,7 +220,8 @@ private:
     void writeConfiguration() const {
         const std::string port = std::to_string(port_);
         std::string statuses;
-        for (const char* code : {"401", "403", "404", "407", "410", "418", "500"})
+        for (const char* code :
+             {"204", "206", "300", "302", "401", "403", "404", "407", "410", "418", "500"})
             statuses += std::string("location = /status/") + code + " { return " + code + "; }\n";
         std::ofstream(dir_ / "nginx.conf") << R"(
 master_process off;
@@ -185,7 +230,7 @@ error_log error.log;
 load_module /usr/lib/nginx/modules/ngx_http_echo_module.so;
 events { worker_connections 256; }
 http {
-    access_log off;
+    access_log access.log;
     client_body_temp_path temp/body;
     proxy_temp_path temp/proxy;
     fastcgi_temp_path temp/fastcgi;
@@ -218,6 +263,7 @@ http {
         }
         location = /unsized { echo "streamed"; }
         location = /slow.bin { limit_rate 100; }
+        location = /trickle.bin { limit_rate 2; }
         location = /cut.bin {
             proxy_pass http://127.0.0.1:)" << port
                                            << R"(/whole/cut.bin;
@@ -288,6 +334,114 @@ http {
     int port_ = 0;
     int securePort_ = 0;
     pid_t pid_ = -1;
+};
+
+// A server on 127.0.0.1 that answers as a test writes it. The n-th connection gets the n-th
+// answer of the script (the last one again once the script runs out) once its request has
+// come, and is closed after it; the times the requests came are kept.
+class ScriptedServer {
+public:
+    struct Answer {
+        std::string bytes;      // sent as they are
+        int bytesPerSecond = 0; // 0: at once
+        bool silent = false;    // nothing at all, the connection held open
+    };
+    // An answer with `status`, the header lines `headers` (each ending in "\r\n") and `body`.
+    static Answer answer(int status, std::string headers = {}, std::string body = {}) {
+        return {"HTTP/1.1 " + std::to_string(status) + " Scripted\r\n" + headers +
+                "Content-Length: " + std::to_string(body.size()) + "\r\nConnection: close\r\n\r\n" +
+                body};
+    }
+
+    explicit ScriptedServer(std::vector<Answer> script) : script_(std::move(script)) {
+        port_ = bindLoopback(listening_);
+        int ends[2];
+        if (::listen(listening_.get(), 16) != 0 || ::pipe2(ends, O_CLOEXEC) != 0)
+            throw std::runtime_error("cannot listen");
+        stopRead_ = Socket(ends[0]);
+        stopWrite_ = Socket(ends[1]);
+        acceptor_ = std::thread([this] { accepting(); });
+    }
+    ~ScriptedServer() {
+        // A readable pipe ends every wait of every thread.
+        (void)!::write(stopWrite_.get(), "x", 1);
+        acceptor_.join();
+        for (std::thread& thread : answering_)
+            thread.join();
+    }
+    ScriptedServer(const ScriptedServer&) = delete;
+    ScriptedServer& operator=(const ScriptedServer&) = delete;
+
+    std::string url(std::string_view path) const {
+        return "http://127.0.0.1:" + std::to_string(port_) + std::string(path);
+    }
+    std::vector<std::chrono::steady_clock::time_point> requests() const {
+        std::lock_guard lock(mutex_);
+        return requests_;
+    }
+
+private:
+    // Whether `fd` is ready within `milliseconds` (-1: until it is), not stopped first.
+    bool ready(int fd, short events, int milliseconds = -1) const {
+        pollfd watched[] = {{fd, events, 0}, {stopRead_.get(), POLLIN, 0}};
+        return ::poll(watched, 2, milliseconds) >= 0 && watched[1].revents == 0 &&
+               watched[0].revents != 0;
+    }
+
+    void accepting() {
+        while (ready(listening_.get(), POLLIN)) {
+            Socket connection(::accept4(listening_.get(), nullptr, nullptr, SOCK_CLOEXEC));
+            if (connection.get() < 0)
+                continue;
+            std::lock_guard lock(mutex_);
+            answering_.emplace_back([this, c = std::move(connection)]() mutable { answer(c); });
+        }
+    }
+
+    void answer(const Socket& connection) {
+        std::string request;
+        char chunk[4096];
+        while (request.find("\r\n\r\n") == std::string::npos) {
+            if (!ready(connection.get(), POLLIN))
+                return;
+            const ssize_t got = ::read(connection.get(), chunk, sizeof chunk);
+            if (got <= 0)
+                return;
+            request.append(chunk, static_cast<std::size_t>(got));
+        }
+        Answer reply;
+        {
+            std::lock_guard lock(mutex_);
+            reply = script_.at(std::min(requests_.size(), script_.size() - 1));
+            requests_.push_back(std::chrono::steady_clock::now());
+        }
+        if (reply.silent) {
+            ready(connection.get(), 0); // until the server stops
+            return;
+        }
+        const std::size_t pace = reply.bytesPerSecond ? reply.bytesPerSecond : reply.bytes.size();
+        for (std::size_t sent = 0; sent < reply.bytes.size(); sent += pace) {
+            if (sent > 0 && (ready(connection.get(), 0, 1000) || stopped()))
+                return;
+            const std::string_view part = std::string_view(reply.bytes).substr(sent, pace);
+            if (::send(connection.get(), part.data(), part.size(), MSG_NOSIGNAL) < 0)
+                return;
+        }
+    }
+
+    bool stopped() const {
+        pollfd stop{stopRead_.get(), POLLIN, 0};
+        return ::poll(&stop, 1, 0) != 0;
+    }
+
+    std::vector<Answer> script_;
+    Socket listening_{::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)};
+    int port_ = 0;
+    Socket stopRead_, stopWrite_;
+    mutable std::mutex mutex_;
+    std::vector<std::chrono::steady_clock::time_point> requests_;
+    std::vector<std::thread> answering_;
+    std::thread acceptor_;
 };
 
 } // namespace vexa::testing

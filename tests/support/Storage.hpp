@@ -139,13 +139,14 @@ private:
 
 using Providers = std::vector<std::shared_ptr<const provider::StorageProvider>>;
 
-// A storage system of its own for one test: the host's providers, with `replacements`
-// added over them; the host's system comes back when the test ends.
+// A storage system of its own for one test: the host's providers (unless `alone`), with
+// `replacements` added over them; the host's system comes back when the test ends.
 class ScopedStorageSystem {
 public:
-    explicit ScopedStorageSystem(Providers replacements) : previous_(hostStorage()) {
+    explicit ScopedStorageSystem(Providers replacements, bool alone = false)
+        : previous_(hostStorage()) {
         auto system = std::make_shared<vfs::StorageSystem>();
-        for (const std::string& scheme : previous_->schemes())
+        for (const std::string& scheme : alone ? std::vector<std::string>() : previous_->schemes())
             system->addProvider(previous_->findProvider(scheme));
         for (auto& replacement : replacements)
             system->addProvider(std::move(replacement));
@@ -173,8 +174,8 @@ inline std::shared_ptr<FaultyProvider> faultyFiles(FaultyProvider::Operation ope
     return faulty;
 }
 
-// Serves `schemes` that no provider of this build serves yet (http, https) with the file
-// provider under their names, for tests of what only depends on a scheme being served.
+// Serves `schemes` with the file provider under their names, for tests of what only depends
+// on a scheme being served.
 inline std::shared_ptr<FaultyProvider> servedSchemes(std::vector<std::string> schemes) {
     return std::make_shared<FaultyProvider>(ScopedStorageSystem::real("file"), std::move(schemes));
 }

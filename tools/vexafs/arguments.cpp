@@ -2,9 +2,7 @@
 
 #include <vexa/io/filesystem/core/absolute_paths.hpp>
 
-#include <Quarrow/VexaStorageSystem.hpp>
 #include <fl/i18n.hpp>
-#include <foundation/storage/vfs/Exists.hpp>
 #include <host/EngineDispatcher.hpp>
 
 #include <iostream>
@@ -46,12 +44,6 @@ foundation::storage::vfs::AbsoluteIRI locationOf(const fl::ustring& text) {
         return foundation::storage::vfs::AbsoluteIRI(iri);
     }
     return EngineDispatcher::getDispatcher().GetCurrentWorkingFolder().absolutize(text);
-}
-
-void raiseStorageFailure(const foundation::storage::vfs::AbsoluteIRI& location) {
-    if (location.getScheme() != u"file")
-        foundation::storage::vfs::existsExtended(
-            location, Quarrow::VexaStorageSystem::GetStorageSystemReference());
 }
 
 void reportEachPath(const PathArguments& arguments,

@@ -8,11 +8,13 @@
 #include <vexa/io/filesystem/core/path_predicates.hpp>
 
 #include <fl/filesystem.hpp>
+#include <foundation/storage/provider/StorageProvider.hpp>
 #include <foundation/storage/vfs/AbsoluteIRI.hpp>
 
 #include <CLI/CLI.hpp>
 
 #include <functional>
+#include <memory>
 #include <string>
 #include <type_traits>
 #include <vector>
@@ -40,18 +42,28 @@ CLI::Option* addRulesOption(CLI::App& command, vexa::io::filesystem::core::FileS
 // no location throws InvalidIRIException or FailedToAbsolutizeException.
 foundation::storage::vfs::AbsoluteIRI locationOf(const fl::ustring& text);
 
-// Raises the storage's own failure for `location`, if it has one now and is not the
-// native file system.
+// `inner`, keeping on this thread what it said when a look failed: vexafs serves remote
+// schemes through it.
+std::shared_ptr<const foundation::storage::provider::StorageProvider>
+rememberingFailures(std::shared_ptr<const foundation::storage::provider::StorageProvider> inner);
+
+// Forgets the failed look kept on this thread.
+void forgetStorageFailure();
+
+// Raises the failure of the last look on this thread that a remote storage failed, if there
+// is one and `location` is not on the native file system.
 void raiseStorageFailure(const foundation::storage::vfs::AbsoluteIRI& location);
 
 // Runs `look`, a library query about `location`. Where a remote storage fails, the
 // library's query asks the native file system whether the location's text is a link and
 // lets that look's failure out ("No such file or directory: http://..."); the user is
-// told instead what the storage itself said, by asking it once more. `location` may be a
-// function that makes it, called only then: a query that takes the user's text answers
-// for text that names no location itself.
+// told instead what the storage itself said to the query's own look, without asking it
+// again: a second round of requests would double the wait on a server that does not answer.
+// `location` may be a function that makes it, called only then: a query that takes the
+// user's text answers for text that names no location itself.
 template <class Location, class Look>
 auto showingStorageFailure(const Location& location, Look look) {
+    forgetStorageFailure();
     try {
         return look();
     } catch (const fl::filesystem::FsysExceptionBase&) {

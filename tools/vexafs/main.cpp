@@ -1,5 +1,6 @@
 // vexafs: the command-line host of the filesystem core.
 
+#include "arguments.hpp"
 #include "commands.hpp"
 
 #include <Quarrow/VexaStorageSystem.hpp>
@@ -9,6 +10,7 @@
 #include <foundation/storage/vfs/AbsoluteIRI.hpp>
 #include <vexa/io/filesystem/core.hpp>
 
+#include <chrono>
 #include <iostream>
 #include <memory>
 
@@ -72,12 +74,21 @@ int main(int argc, char** argv) {
                    "VEXAFS_CA_FILE)")
         ->envname("VEXAFS_CA_FILE")
         ->check(CLI::ExistingFile);
+    foundation::storage::provider::HttpOptions http;
+    double timeout = std::chrono::duration<double>(http.requestTimeout).count();
+    app.add_option("--timeout", timeout,
+                   "Seconds a request that moves no body (a look, a folder listing) may take "
+                   "in all, answered or not")
+        ->capture_default_str()
+        ->check(CLI::Range(0.001, 86400.0));
     app.fallthrough();
-    app.parse_complete_callback([&caFile] {
-        foundation::storage::provider::HttpOptions options;
-        options.caFile = caFile;
+    app.parse_complete_callback([&] {
+        http.caFile = caFile;
+        http.requestTimeout = std::chrono::duration_cast<std::chrono::milliseconds>(
+            std::chrono::duration<double>(timeout));
         Quarrow::VexaStorageSystem::GetStorageSystemReference()->addProvider(
-            std::make_shared<foundation::storage::provider::HttpProvider>(std::move(options)));
+            vexafs::rememberingFailures(
+                std::make_shared<foundation::storage::provider::HttpProvider>(std::move(http))));
     });
     vexafs::addClassifyCommand(app);
     vexafs::addAbsoluteCommand(app);

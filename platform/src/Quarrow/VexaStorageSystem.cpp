@@ -1,5 +1,6 @@
 #include <Quarrow/VexaStorageSystem.hpp>
 
+#include <foundation/storage/provider/HttpProvider.hpp>
 #include <foundation/storage/provider/LocalFileProvider.hpp>
 
 #include <mutex>
@@ -12,9 +13,13 @@ using foundation::storage::vfs::StorageSystemReference;
 
 struct HostStorage {
     std::mutex mutex;
+    // Every provider the platform has, so that a host program that sets none still reaches
+    // remote storage; one it adds for a scheme replaces the one here.
     StorageSystemReference current{[] {
+        namespace provider = foundation::storage::provider;
         auto system = std::make_shared<StorageSystem>();
-        system->addProvider(std::make_shared<foundation::storage::provider::LocalFileProvider>());
+        system->addProvider(std::make_shared<provider::LocalFileProvider>());
+        system->addProvider(std::make_shared<provider::HttpProvider>());
         return system;
     }()};
 };

@@ -51,7 +51,8 @@ std::vector<FolderEntry> entriesOf(std::string_view page) {
 } // namespace
 
 std::vector<FolderEntry> HttpProvider::list(const vfs::AbsoluteIRI& folder) const {
-    http::BodyReader body(options_, folder, "list");
+    // A page is part of one answer, not a body the caller streams: it has a deadline.
+    http::BodyReader body(options_, folder, "list", http::Wait::Deadline);
     const auto type = body.transfer().header("Content-Type");
     if (!type || !fl::ascii::startsWithIgnoringCase(*type, "text/html"))
         http::raise(

@@ -68,8 +68,8 @@ std::optional<std::string> text(std::optional<std::string_view> header) {
 // What one request tells; none when it is a HEAD request that the server refuses.
 std::optional<Look> ask(const HttpOptions& options, const vfs::AbsoluteIRI& location, Method method,
                         const char* operation) {
-    Transfer transfer(options, location, method);
-    transfer.awaitAnswer();
+    const auto answer = Transfer::answered(options, location, method, http::Wait::Deadline);
+    const Transfer& transfer = *answer;
     if (const auto failure = transfer.failure()) {
         const long status = transfer.status();
         if (method == Method::Head && (status == 405 || status == 501))

@@ -9,7 +9,11 @@
 
 #include <algorithm>
 #include <cstring>
+#include <ctime>
 #include <new>
+#include <random>
+#include <string>
+#include <thread>
 
 namespace foundation::storage::provider {
 namespace http {
@@ -43,7 +47,8 @@ void giveBack(std::unique_ptr<Session> session) {
 
 } // namespace
 
-Transfer::Transfer(const HttpOptions& options, const vfs::AbsoluteIRI& location, Method method)
+Transfer::Transfer(const HttpOptions& options, const vfs::AbsoluteIRI& location, Method method,
+                   Wait wait)
     : session_(takeSession()) {
     CURL* easy = session_->easy.get();
     // A reset keeps the connections: they belong to the multi handle.
@@ -59,8 +64,12 @@ Transfer::Transfer(const HttpOptions& options, const vfs::AbsoluteIRI& location,
     curl_easy_setopt(easy, CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
     curl_easy_setopt(easy, CURLOPT_CONNECTTIMEOUT_MS,
                      static_cast<long>(options.connectTimeout.count()));
+    // The floor on the speed also ends a wait for a status line that never comes.
     curl_easy_setopt(easy, CURLOPT_LOW_SPEED_LIMIT, options.lowSpeedLimit);
     curl_easy_setopt(easy, CURLOPT_LOW_SPEED_TIME, static_cast<long>(options.lowSpeedTime.count()));
+    if (wait == Wait::Deadline)
+        curl_easy_setopt(easy, CURLOPT_TIMEOUT_MS,
+                         static_cast<long>(options.requestTimeout.count()));
     // The file replaces the default bundle; curl's default folder of the system's
     // certificates (CURLOPT_CAPATH) stays, so both are trusted.
     if (!options.caFile.empty())
@@ -72,6 +81,79 @@ Transfer::Transfer(const HttpOptions& options, const vfs::AbsoluteIRI& location,
     else if (method == Method::FirstByte)
         curl_easy_setopt(easy, CURLOPT_RANGE, "0-0");
     curl_multi_add_handle(session_->multi.get(), easy);
+}
+
+std::unique_ptr<Transfer> Transfer::answered(const HttpOptions& options,
+                                             const vfs::AbsoluteIRI& location, Method method,
+                                             Wait wait) {
+    using std::chrono::milliseconds;
+    using Clock = std::chrono::steady_clock;
+    // A deadline holds for the whole call: each attempt has what is left of it, and a wait
+    // that would end beyond it is not taken.
+    const Clock::time_point end = Clock::now() + options.requestTimeout;
+    HttpOptions bounded = options;
+    for (int attempt = 1;; ++attempt) {
+        auto transfer = std::make_unique<Transfer>(bounded, location, method, wait);
+        transfer->awaitAnswer();
+        auto pause =
+            attempt < options.attempts ? transfer->retryWait(options, attempt) : std::nullopt;
+        if (pause && wait == Wait::Deadline) {
+            bounded.requestTimeout =
+                std::chrono::duration_cast<milliseconds>(end - Clock::now()) - *pause;
+            if (bounded.requestTimeout <= milliseconds(0))
+                pause.reset();
+        }
+        if (!pause)
+            return transfer;
+        // Given back first, so that the next attempt may reuse its connection.
+        transfer.reset();
+        std::this_thread::sleep_for(*pause);
+    }
+}
+
+std::optional<std::chrono::milliseconds> Transfer::retryWait(const HttpOptions& options,
+                                                             int attempt) const {
+    using std::chrono::milliseconds;
+    if (done_ && result_ != CURLE_OK) {
+        // The connection failed, or broke before an answer came. A timeout is not tried
+        // again: the bounds are the caller's, for the whole call.
+        switch (result_) {
+        case CURLE_COULDNT_CONNECT:
+        case CURLE_SEND_ERROR:
+        case CURLE_RECV_ERROR:
+        case CURLE_GOT_NOTHING:
+            break;
+        default:
+            return std::nullopt;
+        }
+    } else {
+        switch (status()) {
+        case 429:
+        case 500:
+        case 502:
+        case 503:
+        case 504:
+            break;
+        default:
+            return std::nullopt;
+        }
+        // Seconds, or the time at which to come back.
+        if (const auto after = header("Retry-After")) {
+            const std::string text(*after);
+            long long seconds = -1;
+            if (!text.empty() && text.find_first_not_of("0123456789") == std::string::npos)
+                seconds = std::stoll(text.substr(0, 9));
+            else if (const time_t at = curl_getdate(text.c_str(), nullptr); at != -1)
+                seconds = std::max<long long>(0, at - std::time(nullptr));
+            if (seconds >= 0)
+                return std::min<milliseconds>(std::chrono::seconds(seconds),
+                                              options.retryAfterLimit);
+        }
+    }
+    thread_local std::minstd_rand random(std::random_device{}());
+    const milliseconds full = options.retryDelay * (1LL << std::min(attempt - 1, 20));
+    std::uniform_int_distribution<long long> jitter(0, full.count() / 2);
+    return full - milliseconds(jitter(random));
 }
 
 Transfer::~Transfer() {
@@ -186,10 +268,9 @@ void raise(const Failure& failure, const char* operation, const vfs::AbsoluteIRI
 }
 
 BodyReader::BodyReader(const HttpOptions& options, const vfs::AbsoluteIRI& location,
-                       const char* operation)
-    : transfer_(std::make_unique<Transfer>(options, location, Method::Get)), location_(location) {
+                       const char* operation, Wait wait)
+    : transfer_(Transfer::answered(options, location, Method::Get, wait)), location_(location) {
     // The status is known before a byte is handed out: an error page is never content.
-    transfer_->awaitAnswer();
     if (const auto failure = transfer_->failure())
         raise(*failure, operation, location_);
 }

@@ -10,6 +10,7 @@
 
 #include <curl/curl.h>
 
+#include <chrono>
 #include <cstddef>
 #include <memory>
 #include <optional>
@@ -42,6 +43,10 @@ enum class Method {
     Get,       // the whole body, pulled by read()
 };
 
+// How long a request may take (HttpOptions): one whose body the caller does not stream (a
+// look, an index page) has a deadline; a body read as it comes, a floor on its speed.
+enum class Wait { Deadline, Pace };
+
 // Why a request did not give what was asked: the storage code, and what the server or the
 // network said ("HTTP 500", curl's text), for the failure's context.
 struct Failure {
@@ -54,7 +59,14 @@ struct Failure {
 // fill a bounded buffer, and a full buffer pauses the transfer until read() empties it.
 class Transfer {
 public:
-    Transfer(const HttpOptions& options, const vfs::AbsoluteIRI& location, Method method);
+    Transfer(const HttpOptions& options, const vfs::AbsoluteIRI& location, Method method,
+             Wait wait);
+    // The request made and its answer awaited, made again while it fails in a way that may
+    // pass (HttpOptions::attempts): the last attempt, whose failure() is the caller's. Only
+    // for requests that change nothing, before any of the body reached the caller.
+    static std::unique_ptr<Transfer> answered(const HttpOptions& options,
+                                              const vfs::AbsoluteIRI& location, Method method,
+                                              Wait wait);
     ~Transfer();
     Transfer(const Transfer&) = delete;
     Transfer& operator=(const Transfer&) = delete;
@@ -75,6 +87,10 @@ public:
     std::size_t read(std::span<char> buffer);
 
 private:
+    // How long to wait before attempt number `attempt` + 1; none when this failure is not
+    // one that may pass.
+    std::optional<std::chrono::milliseconds> retryWait(const HttpOptions& options,
+                                                       int attempt) const;
     static std::size_t onBody(char* data, std::size_t size, std::size_t count, void* self);
     // Runs curl until `ready()` or the end of the transfer, waiting on the sockets between.
     template <class Ready> void driveUntil(Ready ready);
@@ -102,7 +118,8 @@ fl::ustring shown(const vfs::AbsoluteIRI& location);
 class BodyReader : public InputStream {
 public:
     // Raises what keeps the body from being read (ResourceNotFound for 404, ...).
-    BodyReader(const HttpOptions& options, const vfs::AbsoluteIRI& location, const char* operation);
+    BodyReader(const HttpOptions& options, const vfs::AbsoluteIRI& location, const char* operation,
+               Wait wait = Wait::Pace);
 
     // Raises IOError where the body ends early: a closed connection, a stalled transfer.
     std::size_t read(std::span<char> buffer) override;

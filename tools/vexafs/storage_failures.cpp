@@ -1,0 +1,85 @@
+// What a remote storage said when a look failed, kept so that vexafs can tell the user
+// without asking the storage a second time (see showingStorageFailure).
+
+#include "arguments.hpp"
+
+#include <foundation/storage/vfs/Exception.hpp>
+
+#include <optional>
+#include <utility>
+
+namespace vexafs {
+namespace {
+
+namespace provider = foundation::storage::provider;
+namespace vfs = foundation::storage::vfs;
+
+// The failure of the last look on this thread, until it is told or forgotten.
+thread_local std::optional<vfs::Exception> failedLook;
+
+// Lets every call through to the provider it wraps, keeping the failure of a look.
+class RememberingFailures final : public provider::StorageProvider {
+public:
+    explicit RememberingFailures(std::shared_ptr<const provider::StorageProvider> inner)
+        : inner_(std::move(inner)) {}
+
+    std::vector<std::string> schemes() const override { return inner_->schemes(); }
+    fl::ustring describe(const vfs::AbsoluteIRI& location) const override {
+        return inner_->describe(location);
+    }
+    provider::ItemStatus probe(const vfs::AbsoluteIRI& location) const override {
+        try {
+            return inner_->probe(location);
+        } catch (const vfs::Exception& failure) {
+            failedLook = failure;
+            throw;
+        }
+    }
+    std::vector<provider::FolderEntry> list(const vfs::AbsoluteIRI& folder) const override {
+        return inner_->list(folder);
+    }
+    void createFile(const vfs::AbsoluteIRI& location) const override {
+        inner_->createFile(location);
+    }
+    void removeFile(const vfs::AbsoluteIRI& location) const override {
+        inner_->removeFile(location);
+    }
+    void createFolder(const vfs::AbsoluteIRI& location) const override {
+        inner_->createFolder(location);
+    }
+    provider::FileAttributes attributes(const vfs::AbsoluteIRI& location) const override {
+        return inner_->attributes(location);
+    }
+    provider::ExtendedAttributes
+    extendedAttributes(const vfs::AbsoluteIRI& location) const override {
+        return inner_->extendedAttributes(location);
+    }
+    std::unique_ptr<provider::InputStream>
+    openForReading(const vfs::AbsoluteIRI& location) const override {
+        return inner_->openForReading(location);
+    }
+
+private:
+    std::shared_ptr<const provider::StorageProvider> inner_;
+};
+
+} // namespace
+
+std::shared_ptr<const provider::StorageProvider>
+rememberingFailures(std::shared_ptr<const provider::StorageProvider> inner) {
+    return std::make_shared<RememberingFailures>(std::move(inner));
+}
+
+void forgetStorageFailure() {
+    failedLook.reset();
+}
+
+void raiseStorageFailure(const vfs::AbsoluteIRI& location) {
+    if (location.getScheme() == u"file" || !failedLook)
+        return;
+    vfs::Exception failure = std::move(*failedLook);
+    failedLook.reset();
+    vfs::raise(std::move(failure));
+}
+
+} // namespace vexafs
