@@ -56,6 +56,7 @@ int main(int argc, char** argv) {
                           "VEXA:virtualfilesystem:ioError",
                       "status and result handler");
     failures += check(&core::log::getLogger() == &core::log::getLogger(), "logger");
+    failures += check(core::version() == VEXA_EXPECTED_VERSION, "version");
 
     // A host program chooses its storage system: here the file and http(s) providers.
     auto system = std::make_shared<vfs::StorageSystem>();
