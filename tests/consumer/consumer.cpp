@@ -56,6 +56,7 @@ int main(int argc, char** argv) {
                           "VEXA:virtualfilesystem:ioError",
                       "status and result handler");
     failures += check(&core::log::getLogger() == &core::log::getLogger(), "logger");
+    failures += check(core::version() == VEXA_EXPECTED_VERSION, "version");
 
     // The host's storage starts with the file and http(s) providers.
     fl::ustring url = u"https://host/a/../b";

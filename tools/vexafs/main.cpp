@@ -13,6 +13,7 @@
 #include <chrono>
 #include <iostream>
 #include <memory>
+#include <string>
 
 namespace {
 
@@ -67,6 +68,8 @@ int reportFailure() {
 int main(int argc, char** argv) {
     CLI::App app{"vexafs: the filesystem core of the Vexa host, from the command line"};
     app.name("vexafs");
+    app.set_version_flag("--version",
+                         "vexafs " + std::string(vexa::io::filesystem::core::version()));
     // Every command reaches web servers as it reaches local files, once the options are read.
     std::string caFile;
     app.add_option("--ca-file", caFile,

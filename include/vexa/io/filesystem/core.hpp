@@ -44,3 +44,4 @@
 #include <vexa/io/filesystem/core/replacement_rules.hpp>
 #include <vexa/io/filesystem/core/result_handler.hpp>
 #include <vexa/io/filesystem/core/symbolic_links.hpp>
+#include <vexa/io/filesystem/core/version.hpp>
