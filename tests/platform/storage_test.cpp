@@ -19,6 +19,9 @@
 #include <boost/optional/optional_io.hpp>
 
 #include <cerrno>
+#include <filesystem>
+#include <fstream>
+#include <set>
 #include <tuple>
 
 #include <fcntl.h>
@@ -196,6 +199,123 @@ TEST_F(Storage, FilesAndFoldersMadeAndListed) {
             << f.name;
     EXPECT_EQ(vfs::exists(iriOf(dir / "new/a/b/c"), host), vfs::existence::folder);
     EXPECT_EQ(vfs::exists(iriOf(dir / "folder/x/y"), host), vfs::existence::folder);
+}
+
+std::string contentOf(const std::string& path) {
+    if (!std::filesystem::is_regular_file(path))
+        return "<nothing>";
+    std::ifstream in(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), {});
+}
+
+std::set<std::string> namesIn(const TempDir& dir) {
+    std::set<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(dir.path()))
+        names.insert(entry.path().filename().string());
+    return names;
+}
+
+// New content through a write stream, ended each way a stream ends. Whatever the ending, the
+// item holds the old content or all of the new, and the folder gains no name but the item's.
+TEST(WriteStream, EndedEachWay) {
+    enum End { Close, Abort, Destroy, FullDisk, Race };
+    using enum vfs::WriteMode;
+    const struct {
+        std::string name;
+        vfs::WriteMode mode;
+        End end;
+        int result;          // 100, or minus the code thrown
+        std::string content; // afterwards, where the name leads
+    } cases[] = {
+        {"new", create, Close, 100, "new content"},
+        {"new", create, Abort, 100, "<nothing>"},
+        {"new", create, Destroy, 100, "<nothing>"},
+        {"new", create, FullDisk, -8, "<nothing>"},
+        {"new", create, Race, -3, "theirs"}, // made by another while the stream was open
+        {"file", create, Close, -3, "x"},
+        {"dangling", create, Close, -3, "<nothing>"},
+        {"missing/new", create, Close, -1, "<nothing>"},
+        {"file", replace, Close, 100, "new content"},
+        {"linkFile", replace, Close, 100, "new content"}, // written through, still a link
+        {"new", replace, Close, 100, "new content"},
+        {"file", replace, Abort, 100, "x"},
+        {"file", replace, Destroy, 100, "x"},
+        {"file", replace, FullDisk, -8, "x"},
+        {"dangling", replace, Close, -9, "<nothing>"},
+        {"folder", replace, Close, -10, "<nothing>"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name + (c.mode == create ? " created" : " replaced") + ", ending " +
+                     std::to_string(c.end));
+        TempDir dir;
+        dir.makeItemsOfEveryKind();
+        ASSERT_EQ(::chmod((dir / "file").c_str(), 0640), 0);
+        const vexa::testing::ScopedStorageSystem storage(
+            c.end == FullDisk ? vexa::testing::Providers{vexa::testing::faultyFiles(
+                                    Op::Write, vfs::NoSpaceLeft, 2)}
+                              : vexa::testing::Providers{});
+        auto names = namesIn(dir);
+        EXPECT_EQ(failure([&] {
+                      vfs::WriteStream stream = fileAt(dir / c.name).openForWriting(c.mode);
+                      for (const std::string piece : {"new ", "con", "tent"})
+                          stream.write(piece.data(), piece.size());
+                      if (c.end == Race)
+                          std::ofstream(dir / c.name) << "theirs";
+                      if (c.end == Abort)
+                          stream.abort();
+                      if (c.end != Destroy && c.end != Abort)
+                          stream.close();
+                  }),
+                  c.result);
+        EXPECT_EQ(contentOf(dir / c.name), c.content);
+        if (c.content != "<nothing>" && c.content != "x")
+            names.insert(c.name);
+        EXPECT_EQ(namesIn(dir), names) << "a name was left behind or lost";
+        struct stat st {};
+        ASSERT_EQ(::lstat((dir / "linkFile").c_str(), &st), 0);
+        EXPECT_TRUE(S_ISLNK(st.st_mode));
+        ASSERT_EQ(::stat((dir / "file").c_str(), &st), 0);
+        EXPECT_EQ(st.st_mode & 07777, 0640u) << "a replaced file keeps its mode";
+    }
+}
+
+// Moves within the provider, never over an item; folders removed only when empty. A failure
+// changes nothing.
+TEST_F(Storage, RenamedAndRemoved) {
+    dir.make({"full/", "full/inside", "empty/"});
+    const struct {
+        std::string from, to;
+        int result;
+    } moves[] = {
+        {"file", "moved", 100},  {"folder", "moved/", 100}, {"file", "empty", -3},
+        {"file", "linkFile", -3}, {"fifo", "dangling", -3}, {"missing", "x", -1},
+        {"file", "none/x", -1},
+    };
+    for (const auto& m : moves) {
+        const auto before = namesIn(dir);
+        EXPECT_EQ(failure([&] { fileAt(dir / m.from).rename(iriOf(dir / m.to)); }), m.result)
+            << m.from << " to " << m.to;
+        if (m.result == 100) {
+            EXPECT_FALSE(before.contains("moved"));
+            EXPECT_TRUE(namesIn(dir).contains("moved"));
+            EXPECT_FALSE(namesIn(dir).contains(m.from));
+            fileAt(dir / "moved").rename(iriOf(dir / m.from));
+        }
+        EXPECT_EQ(namesIn(dir), before);
+    }
+    // Another store is another provider: a copy, which the caller decides on.
+    EXPECT_EQ(failure([&] { fileAt(dir / "file").rename(iriOf("http://127.0.0.1:9/x")); }), -11);
+
+    const std::pair<std::string, int> removals[] = {
+        {"full", -vfs::FolderNotEmpty}, {"file", -4}, {"linkFolder", -4}, {"missing", -1},
+        {"empty", 100},
+    };
+    for (const auto& [name, result] : removals) {
+        EXPECT_EQ(failure([&] { folderAt(dir / name).removeFolder(); }), result) << name;
+        EXPECT_EQ(std::filesystem::exists(std::filesystem::symlink_status(dir / name)),
+                  result != 100 && name != "missing")
+            << name;
+    }
 }
 
 // A provider that implements only the look, and says no more than "nothing" about anything.

@@ -54,7 +54,11 @@ public:
         CreateFolder,
         Attributes,
         ExtendedAttributes,
-        Open
+        Open,
+        OpenForWriting,
+        Write, // each write of a stream: a disk that fills up midway
+        Rename,
+        RemoveFolder
     };
 
     // Serves `schemes` (those of `inner` when empty) and passes every call to `inner`
@@ -115,8 +119,39 @@ public:
         check(Operation::Open, at);
         return inner_->openForReading(at);
     }
+    std::unique_ptr<provider::OutputStream> openForWriting(const vfs::AbsoluteIRI& at,
+                                                           vfs::WriteMode mode) const override {
+        check(Operation::OpenForWriting, at);
+        return std::make_unique<FaultyStream>(*this, at, inner_->openForWriting(at, mode));
+    }
+    void rename(const vfs::AbsoluteIRI& at, const vfs::AbsoluteIRI& target) const override {
+        check(Operation::Rename, at);
+        inner_->rename(at, target);
+    }
+    void removeFolder(const vfs::AbsoluteIRI& at) const override {
+        check(Operation::RemoveFolder, at);
+        inner_->removeFolder(at);
+    }
 
 private:
+    class FaultyStream : public provider::OutputStream {
+    public:
+        FaultyStream(const FaultyProvider& provider, vfs::AbsoluteIRI at,
+                     std::unique_ptr<provider::OutputStream> inner)
+            : provider_(provider), at_(std::move(at)), inner_(std::move(inner)) {}
+        void write(std::span<const char> data) override {
+            provider_.check(Operation::Write, at_);
+            inner_->write(data);
+        }
+        void commit() override { inner_->commit(); }
+        void abort() noexcept override { inner_->abort(); }
+
+    private:
+        const FaultyProvider& provider_;
+        vfs::AbsoluteIRI at_;
+        std::unique_ptr<provider::OutputStream> inner_;
+    };
+
     struct Fault {
         int code;
         int onlyCall;
@@ -133,7 +168,7 @@ private:
     std::shared_ptr<const provider::StorageProvider> inner_;
     std::vector<std::string> schemes_;
     std::map<Operation, Fault> faults_;
-    mutable std::array<std::atomic<int>, static_cast<std::size_t>(Operation::Open) + 1> calls_{};
+    mutable std::array<std::atomic<int>, static_cast<std::size_t>(Operation::RemoveFolder) + 1> calls_{};
     std::vector<provider::FolderEntry> extraNames_;
 };
 

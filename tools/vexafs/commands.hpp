@@ -18,5 +18,8 @@ void addLsCommand(CLI::App& app);
 void addPackageCommand(CLI::App& app);
 void addResolveCommand(CLI::App& app);
 void addCatCommand(CLI::App& app);
+void addCpCommand(CLI::App& app);
+void addMvCommand(CLI::App& app);
+void addRmCommand(CLI::App& app);
 
 } // namespace vexafs

@@ -106,6 +106,9 @@ int main(int argc, char** argv) {
     vexafs::addPackageCommand(app);
     vexafs::addResolveCommand(app);
     vexafs::addCatCommand(app);
+    vexafs::addCpCommand(app);
+    vexafs::addMvCommand(app);
+    vexafs::addRmCommand(app);
     if (argc <= 1) {
         std::cout << app.help();
         return 0;

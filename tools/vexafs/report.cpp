@@ -23,6 +23,11 @@ std::string textOf(const FieldValue& value, bool json) {
         return json ? (*flag ? "true" : "false") : (*flag ? "yes" : "no");
     if (const std::int64_t* number = std::get_if<std::int64_t>(&value))
         return std::to_string(*number);
+    if (const double* number = std::get_if<double>(&value)) {
+        char text[32];
+        std::snprintf(text, sizeof text, "%.3f", *number);
+        return text;
+    }
     const auto& text = std::get<fl::ustring>(value);
     return json ? jsonString(text) : fl::i18n::to_string(text);
 }

@@ -14,7 +14,7 @@
 
 namespace vexafs {
 
-using FieldValue = std::variant<bool, std::int64_t, fl::ustring>;
+using FieldValue = std::variant<bool, std::int64_t, double, fl::ustring>;
 
 struct Record {
     fl::ustring input;

@@ -57,6 +57,10 @@ public:
     void createFile(const vfs::AbsoluteIRI& location) const override;
     void removeFile(const vfs::AbsoluteIRI& location) const override;
     void createFolder(const vfs::AbsoluteIRI& location) const override;
+    std::unique_ptr<OutputStream> openForWriting(const vfs::AbsoluteIRI& location,
+                                                 vfs::WriteMode mode) const override;
+    void rename(const vfs::AbsoluteIRI& location, const vfs::AbsoluteIRI& target) const override;
+    void removeFolder(const vfs::AbsoluteIRI& location) const override;
     // Last-Modified (else Date) and Content-Length (else 0); never writable.
     FileAttributes attributes(const vfs::AbsoluteIRI& location) const override;
     // "http.contentType" and "http.etag", as the server sends them.

@@ -25,6 +25,13 @@ public:
     ExtendedAttributes extendedAttributes(const vfs::AbsoluteIRI& location) const override;
     // A fifo opens without waiting for a writer; a folder cannot be opened.
     std::unique_ptr<InputStream> openForReading(const vfs::AbsoluteIRI& location) const override;
+    // Written beside the item, synced, and given its name at commit; a link is written
+    // through, and a replaced file keeps its mode and owner.
+    std::unique_ptr<OutputStream> openForWriting(const vfs::AbsoluteIRI& location,
+                                                 vfs::WriteMode mode) const override;
+    // Never over an existing item (ResourceAlreadyExists).
+    void rename(const vfs::AbsoluteIRI& location, const vfs::AbsoluteIRI& target) const override;
+    void removeFolder(const vfs::AbsoluteIRI& location) const override;
 };
 
 } // namespace foundation::storage::provider

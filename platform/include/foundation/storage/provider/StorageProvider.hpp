@@ -8,6 +8,7 @@
 #include <foundation/storage/provider/FileAttributes.hpp>
 #include <foundation/storage/provider/ItemStatus.hpp>
 #include <foundation/storage/vfs/AbsoluteIRI.hpp>
+#include <foundation/storage/vfs/WriteMode.hpp>
 
 #include <fl/ustring.hpp>
 
@@ -32,6 +33,19 @@ public:
     virtual ~InputStream();
     // Up to buffer.size() bytes; 0 at the end. Throws vfs::Exception when reading fails.
     virtual std::size_t read(std::span<char> buffer) = 0;
+};
+
+// New content for an item, sent as it is written. Nothing is visible under the item's name
+// before commit(); abort(), and destruction without commit(), leave the item as it was.
+class OutputStream {
+public:
+    virtual ~OutputStream();
+    // Throws vfs::Exception when the content cannot be written (a full disk, a lost server).
+    virtual void write(std::span<const char> data) = 0;
+    // The item now holds what was written. Throws, leaving the item as it was, when it
+    // cannot be made so (in create mode: ResourceAlreadyExists if an item appeared).
+    virtual void commit() = 0;
+    virtual void abort() noexcept = 0;
 };
 
 // Every failure is a vfs::Exception with its code, raised with vfs::raise or
@@ -63,6 +77,12 @@ public:
     virtual FileAttributes attributes(const vfs::AbsoluteIRI& location) const;
     virtual ExtendedAttributes extendedAttributes(const vfs::AbsoluteIRI& location) const;
     virtual std::unique_ptr<InputStream> openForReading(const vfs::AbsoluteIRI& location) const;
+    virtual std::unique_ptr<OutputStream> openForWriting(const vfs::AbsoluteIRI& location,
+                                                         vfs::WriteMode mode) const;
+    // Moves an item within this provider; ResourceAlreadyExists when `target` is there.
+    virtual void rename(const vfs::AbsoluteIRI& location, const vfs::AbsoluteIRI& target) const;
+    // An empty folder; FolderNotEmpty when anything is inside.
+    virtual void removeFolder(const vfs::AbsoluteIRI& location) const;
 
 protected:
     // Raises UnsupportedOperation for `operation` on `location`.

@@ -4,6 +4,7 @@
 #include <foundation/storage/provider/FileAttributes.hpp>
 #include <foundation/storage/vfs/AbsoluteIRI.hpp>
 #include <foundation/storage/vfs/StorageItem.hpp>
+#include <foundation/storage/vfs/WriteStream.hpp>
 
 #include <fl/ustring.hpp>
 
@@ -24,6 +25,11 @@ public:
     void removeFile() const;
     provider::FileAttributes getAttributes() const;
     provider::ExtendedAttributes getExtendedAttributes() const;
+    // New content for the file, committed by the stream's close().
+    WriteStream openForWriting(WriteMode mode) const;
+    // Moves the file (or any item) to `target`: ResourceAlreadyExists when something is
+    // there, UnsupportedOperation when another provider serves `target`.
+    void rename(const AbsoluteIRI& target) const;
 };
 
 } // namespace foundation::storage::vfs

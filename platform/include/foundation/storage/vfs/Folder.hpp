@@ -27,6 +27,8 @@ public:
     // folder itself, NotAFolder for a file on the way).
     void createFolderRecursive() const;
     provider::FolderAttributes getAttributes() const;
+    // Removes the folder when it is empty; FolderNotEmpty otherwise.
+    void removeFolder() const;
 };
 
 } // namespace foundation::storage::vfs

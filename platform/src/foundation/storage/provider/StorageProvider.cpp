@@ -6,6 +6,8 @@ namespace foundation::storage::provider {
 
 InputStream::~InputStream() = default;
 
+OutputStream::~OutputStream() = default;
+
 StorageProvider::~StorageProvider() = default;
 
 fl::ustring StorageProvider::describe(const vfs::AbsoluteIRI& location) const {
@@ -42,6 +44,19 @@ ExtendedAttributes StorageProvider::extendedAttributes(const vfs::AbsoluteIRI& l
 
 std::unique_ptr<InputStream> StorageProvider::openForReading(const vfs::AbsoluteIRI& location) const {
     unsupported("openForReading", location);
+}
+
+std::unique_ptr<OutputStream> StorageProvider::openForWriting(const vfs::AbsoluteIRI& location,
+                                                              vfs::WriteMode) const {
+    unsupported("openForWriting", location);
+}
+
+void StorageProvider::rename(const vfs::AbsoluteIRI& location, const vfs::AbsoluteIRI&) const {
+    unsupported("rename", location);
+}
+
+void StorageProvider::removeFolder(const vfs::AbsoluteIRI& location) const {
+    unsupported("removeFolder", location);
 }
 
 } // namespace foundation::storage::provider

@@ -1,5 +1,6 @@
 #include <foundation/storage/vfs/File.hpp>
 
+#include <foundation/storage/vfs/Exception.hpp>
 #include <foundation/storage/vfs/Folder.hpp>
 
 namespace foundation::storage::vfs {
@@ -25,6 +26,20 @@ provider::FileAttributes File::getAttributes() const {
 
 provider::ExtendedAttributes File::getExtendedAttributes() const {
     return provider()->extendedAttributes(getLocation());
+}
+
+WriteStream File::openForWriting(WriteMode mode) const {
+    const auto provider = this->provider();
+    return WriteStream(provider->openForWriting(getLocation(), mode),
+                       provider->describe(getLocation()));
+}
+
+void File::rename(const AbsoluteIRI& target) const {
+    const auto provider = this->provider();
+    // A move between two stores is a copy and a removal, which the caller decides on.
+    if (getStorage()->providerFor(target) != provider)
+        raise(UnsupportedOperation, "rename", provider->describe(getLocation()));
+    provider->rename(getLocation(), target);
 }
 
 } // namespace foundation::storage::vfs

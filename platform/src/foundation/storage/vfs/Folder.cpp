@@ -75,4 +75,8 @@ provider::FolderAttributes Folder::getAttributes() const {
     return provider::FolderAttributes(status.lastModified);
 }
 
+void Folder::removeFolder() const {
+    provider()->removeFolder(getLocation());
+}
+
 } // namespace foundation::storage::vfs

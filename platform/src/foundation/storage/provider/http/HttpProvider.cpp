@@ -315,6 +315,19 @@ void HttpProvider::createFolder(const vfs::AbsoluteIRI& location) const {
     vfs::raise(vfs::ReadOnlyProvider, "createFolder", describe(location));
 }
 
+std::unique_ptr<OutputStream> HttpProvider::openForWriting(const vfs::AbsoluteIRI& location,
+                                                           vfs::WriteMode) const {
+    vfs::raise(vfs::ReadOnlyProvider, "openForWriting", describe(location));
+}
+
+void HttpProvider::rename(const vfs::AbsoluteIRI& location, const vfs::AbsoluteIRI&) const {
+    vfs::raise(vfs::ReadOnlyProvider, "rename", describe(location));
+}
+
+void HttpProvider::removeFolder(const vfs::AbsoluteIRI& location) const {
+    vfs::raise(vfs::ReadOnlyProvider, "removeFolder", describe(location));
+}
+
 std::unique_ptr<InputStream> HttpProvider::openForReading(const vfs::AbsoluteIRI& location) const {
     return std::make_unique<http::BodyReader>(options_, location, "open");
 }

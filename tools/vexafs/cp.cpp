@@ -1,0 +1,84 @@
+// vexafs cp: an item copied from any storage that reads to any that writes.
+
+#include "arguments.hpp"
+#include "commands.hpp"
+#include "transfer.hpp"
+
+#include <Quarrow/VexaStorageSystem.hpp>
+#include <fl/i18n.hpp>
+#include <foundation/storage/vfs/Exists.hpp>
+
+#include <iostream>
+#include <optional>
+#include <memory>
+#include <stdexcept>
+
+#include <unistd.h>
+
+namespace vexafs {
+namespace {
+
+namespace vfs = foundation::storage::vfs;
+
+struct CopyArguments {
+    std::string source, destination;
+    bool recursive = false;
+    bool json = false;
+};
+
+// Whether `inner` is `outer` or lies below it: a folder copied there would never end.
+bool within(const vfs::AbsoluteIRI& inner, const vfs::AbsoluteIRI& outer) {
+    const fl::ustring in = vfs::CanonicalAbsoluteIRI(inner).toString();
+    fl::ustring out = vfs::CanonicalAbsoluteIRI(outer).toString();
+    if (!out.ends_with(u'/'))
+        out += u'/';
+    return in == out.substr(0, out.size() - 1) || in.starts_with(out);
+}
+
+void copy(const CopyArguments& arguments) {
+    const auto storage = Quarrow::VexaStorageSystem::GetStorageSystemReference();
+    const auto source = locationOf(fl::i18n::to_ustring(arguments.source));
+    const auto target = targetOf(source, locationOf(fl::i18n::to_ustring(arguments.destination)),
+                                 storage);
+    std::optional<Progress> progress;
+    if (vfs::exists(source, storage) == vfs::existence::folder) {
+        if (!arguments.recursive)
+            throw std::runtime_error(arguments.source + " is a folder: copy it with --recursive");
+        if (within(target, source))
+            throw std::runtime_error("cannot copy " + arguments.source + " into itself");
+        progress.emplace(std::nullopt);
+        copyFolder(source, target, storage, *progress);
+    } else {
+        const vfs::File from(source, storage);
+        // The size is asked only where someone watches the copy.
+        progress.emplace(::isatty(STDERR_FILENO) == 1
+                             ? std::optional<std::uint64_t>(from.getAttributes().getSize())
+                             : std::nullopt);
+        copyFile(from, vfs::File(target, storage), *progress);
+    }
+    if (arguments.json) {
+        Record record{fl::i18n::to_ustring(arguments.source), {}};
+        record.add("target", target.toString())
+            .add("bytes", static_cast<std::int64_t>(progress->bytes()))
+            .add("seconds", progress->seconds());
+        printRecords(std::cout, {record}, true);
+    }
+}
+
+} // namespace
+
+void addCpCommand(CLI::App& app) {
+    auto arguments = std::make_shared<CopyArguments>();
+    CLI::App* command = app.add_subcommand(
+        "cp", "Copy an item to a path or IRI (into it, when it is a folder), from any storage "
+              "that reads to any that writes; each target is replaced only once all of it "
+              "arrived. On a terminal, a progress line on stderr");
+    command->add_option("source", arguments->source, "Path or IRI to copy")->required();
+    command->add_option("destination", arguments->destination, "Path or IRI to copy to")
+        ->required();
+    command->add_flag("-r,--recursive", arguments->recursive, "Copy a folder and all it holds");
+    command->add_flag("--json", arguments->json, "Print the bytes copied and the seconds taken");
+    command->callback([arguments] { copy(*arguments); });
+}
+
+} // namespace vexafs

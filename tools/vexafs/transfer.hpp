@@ -1,0 +1,56 @@
+#pragma once
+
+// What cp and mv share: content copied from any storage that reads to any that writes,
+// streamed, each target replaced only once all of its content arrived.
+
+#include <foundation/storage/vfs/AbsoluteIRI.hpp>
+#include <foundation/storage/vfs/File.hpp>
+#include <foundation/storage/vfs/StorageSystem.hpp>
+
+#include <chrono>
+#include <cstdint>
+#include <optional>
+
+namespace vexafs {
+
+// Bytes copied so far, shown on the terminal as they go: bytes, rate and, when the total is
+// known, the time left. Nothing is shown when standard error is not a terminal.
+class Progress {
+public:
+    explicit Progress(std::optional<std::uint64_t> total);
+    ~Progress();
+    Progress(const Progress&) = delete;
+    Progress& operator=(const Progress&) = delete;
+
+    void add(std::uint64_t bytes);
+    std::uint64_t bytes() const noexcept { return bytes_; }
+    double seconds() const;
+
+private:
+    void show(bool last);
+
+    std::optional<std::uint64_t> total_;
+    std::uint64_t bytes_ = 0;
+    std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
+    std::chrono::steady_clock::time_point shown_ = start_;
+    bool onTerminal_;
+};
+
+// `destination` itself, or the item of the source's name inside it when it is a folder, as
+// cp and mv take a folder given as the target.
+foundation::storage::vfs::AbsoluteIRI
+targetOf(const foundation::storage::vfs::AbsoluteIRI& source,
+         const foundation::storage::vfs::AbsoluteIRI& destination,
+         const foundation::storage::vfs::StorageSystemReference& storage);
+
+// The file's content into `to`, which holds the old content or all of the new.
+void copyFile(const foundation::storage::vfs::File& from, const foundation::storage::vfs::File& to,
+              Progress& progress);
+
+// A folder's items, folders within it included, into `to`, made where it is missing.
+void copyFolder(const foundation::storage::vfs::AbsoluteIRI& from,
+                const foundation::storage::vfs::AbsoluteIRI& to,
+                const foundation::storage::vfs::StorageSystemReference& storage,
+                Progress& progress);
+
+} // namespace vexafs
