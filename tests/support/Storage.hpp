@@ -6,7 +6,7 @@
 // EROFS, EBUSY, ...) or lists names a real disk cannot hold.
 
 #include <Quarrow/VexaStorageSystem.hpp>
-#include <foundation/storage/provider/StorageProvider.hpp>
+#include <foundation/storage/provider/ForwardingProvider.hpp>
 #include <foundation/storage/vfs/Exception.hpp>
 #include <foundation/storage/vfs/File.hpp>
 #include <foundation/storage/vfs/Folder.hpp>
@@ -44,7 +44,7 @@ inline vfs::Folder folderAt(const std::string& text) {
     return vfs::Folder(iriOf(text), hostStorage());
 }
 
-class FaultyProvider : public provider::StorageProvider {
+class FaultyProvider : public provider::ForwardingProvider {
 public:
     enum class Operation {
         Probe,
@@ -65,8 +65,8 @@ public:
     // unless it is to fail.
     explicit FaultyProvider(std::shared_ptr<const provider::StorageProvider> inner,
                             std::vector<std::string> schemes = {})
-        : inner_(std::move(inner)),
-          schemes_(schemes.empty() ? inner_->schemes() : std::move(schemes)) {}
+        : ForwardingProvider(inner),
+          schemes_(schemes.empty() ? inner->schemes() : std::move(schemes)) {}
 
     // From now on `operation` fails with `code`; with `onlyCall` n, only its n-th call
     // (counted from 1) fails, for a fault that strikes a later query of several. Set before
@@ -83,54 +83,53 @@ public:
     }
 
     std::vector<std::string> schemes() const override { return schemes_; }
-    fl::ustring describe(const vfs::AbsoluteIRI& at) const override { return inner_->describe(at); }
     provider::ItemStatus probe(const vfs::AbsoluteIRI& at) const override {
         check(Operation::Probe, at);
-        return inner_->probe(at);
+        return inner().probe(at);
     }
     std::vector<provider::FolderEntry> list(const vfs::AbsoluteIRI& at) const override {
         check(Operation::List, at);
-        auto entries = inner_->list(at);
+        auto entries = inner().list(at);
         entries.insert(entries.end(), extraNames_.begin(), extraNames_.end());
         return entries;
     }
     void createFile(const vfs::AbsoluteIRI& at) const override {
         check(Operation::CreateFile, at);
-        inner_->createFile(at);
+        inner().createFile(at);
     }
     void removeFile(const vfs::AbsoluteIRI& at) const override {
         check(Operation::RemoveFile, at);
-        inner_->removeFile(at);
+        inner().removeFile(at);
     }
     void createFolder(const vfs::AbsoluteIRI& at) const override {
         check(Operation::CreateFolder, at);
-        inner_->createFolder(at);
+        inner().createFolder(at);
     }
     provider::FileAttributes attributes(const vfs::AbsoluteIRI& at) const override {
         check(Operation::Attributes, at);
-        return inner_->attributes(at);
+        return inner().attributes(at);
     }
     provider::ExtendedAttributes extendedAttributes(const vfs::AbsoluteIRI& at) const override {
         check(Operation::ExtendedAttributes, at);
-        return inner_->extendedAttributes(at);
+        return inner().extendedAttributes(at);
     }
     std::unique_ptr<provider::InputStream>
     openForReading(const vfs::AbsoluteIRI& at) const override {
         check(Operation::Open, at);
-        return inner_->openForReading(at);
+        return inner().openForReading(at);
     }
     std::unique_ptr<provider::OutputStream> openForWriting(const vfs::AbsoluteIRI& at,
                                                            vfs::WriteMode mode) const override {
         check(Operation::OpenForWriting, at);
-        return std::make_unique<FaultyStream>(*this, at, inner_->openForWriting(at, mode));
+        return std::make_unique<FaultyStream>(*this, at, inner().openForWriting(at, mode));
     }
     void rename(const vfs::AbsoluteIRI& at, const vfs::AbsoluteIRI& target) const override {
         check(Operation::Rename, at);
-        inner_->rename(at, target);
+        inner().rename(at, target);
     }
     void removeFolder(const vfs::AbsoluteIRI& at) const override {
         check(Operation::RemoveFolder, at);
-        inner_->removeFolder(at);
+        inner().removeFolder(at);
     }
 
 private:
@@ -165,7 +164,6 @@ private:
             vfs::raise(fault->second.code, "injected", describe(at));
     }
 
-    std::shared_ptr<const provider::StorageProvider> inner_;
     std::vector<std::string> schemes_;
     std::map<Operation, Fault> faults_;
     mutable std::array<std::atomic<int>, static_cast<std::size_t>(Operation::RemoveFolder) + 1> calls_{};

@@ -3,6 +3,7 @@
 
 #include "arguments.hpp"
 
+#include <foundation/storage/provider/ForwardingProvider.hpp>
 #include <foundation/storage/vfs/Exception.hpp>
 
 #include <optional>
@@ -18,49 +19,18 @@ namespace vfs = foundation::storage::vfs;
 thread_local std::optional<vfs::Exception> failedLook;
 
 // Lets every call through to the provider it wraps, keeping the failure of a look.
-class RememberingFailures final : public provider::StorageProvider {
+class RememberingFailures final : public provider::ForwardingProvider {
 public:
-    explicit RememberingFailures(std::shared_ptr<const provider::StorageProvider> inner)
-        : inner_(std::move(inner)) {}
+    using ForwardingProvider::ForwardingProvider;
 
-    std::vector<std::string> schemes() const override { return inner_->schemes(); }
-    fl::ustring describe(const vfs::AbsoluteIRI& location) const override {
-        return inner_->describe(location);
-    }
     provider::ItemStatus probe(const vfs::AbsoluteIRI& location) const override {
         try {
-            return inner_->probe(location);
+            return inner().probe(location);
         } catch (const vfs::Exception& failure) {
             failedLook = failure;
             throw;
         }
     }
-    std::vector<provider::FolderEntry> list(const vfs::AbsoluteIRI& folder) const override {
-        return inner_->list(folder);
-    }
-    void createFile(const vfs::AbsoluteIRI& location) const override {
-        inner_->createFile(location);
-    }
-    void removeFile(const vfs::AbsoluteIRI& location) const override {
-        inner_->removeFile(location);
-    }
-    void createFolder(const vfs::AbsoluteIRI& location) const override {
-        inner_->createFolder(location);
-    }
-    provider::FileAttributes attributes(const vfs::AbsoluteIRI& location) const override {
-        return inner_->attributes(location);
-    }
-    provider::ExtendedAttributes
-    extendedAttributes(const vfs::AbsoluteIRI& location) const override {
-        return inner_->extendedAttributes(location);
-    }
-    std::unique_ptr<provider::InputStream>
-    openForReading(const vfs::AbsoluteIRI& location) const override {
-        return inner_->openForReading(location);
-    }
-
-private:
-    std::shared_ptr<const provider::StorageProvider> inner_;
 };
 
 } // namespace
