@@ -90,13 +90,26 @@ TEST(VexafsCat, AnInterruptedTransferLeavesNothingBehind) {
     const auto entries = [&](int signal) {
         return std::distance(std::filesystem::directory_iterator(dir / std::to_string(signal)), {});
     };
+    // Whether the program has a file open in `folder`: the content on its way, which has no
+    // name there until it is complete.
+    const auto writingInto = [](pid_t pid, const std::string& folder) {
+        std::error_code error;
+        for (const auto& fd :
+             std::filesystem::directory_iterator("/proc/" + std::to_string(pid) + "/fd", error))
+            if (std::filesystem::read_symlink(fd, error).string().starts_with(folder + "/"))
+                return true;
+        return false;
+    };
     for (std::size_t i = 0; i < transfers.size(); ++i) {
         ASSERT_TRUE(transfers[i].running());
-        // The server sends 100 bytes a second: the transfer is under way once its temporary
-        // file is there, and far from done.
+        // The server sends 100 bytes a second: the transfer is under way once the program
+        // writes into the folder, and far from done.
+        const std::string folder = dir / std::to_string(signals[i]);
         const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-        while (entries(signals[i]) < 2 && std::chrono::steady_clock::now() < deadline)
+        while (!writingInto(transfers[i].pid(), folder) &&
+               std::chrono::steady_clock::now() < deadline)
             std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        EXPECT_TRUE(writingInto(transfers[i].pid(), folder)) << signals[i];
         std::this_thread::sleep_for(std::chrono::milliseconds(50));
         transfers[i].signal(signals[i]);
     }

@@ -95,6 +95,7 @@ public:
     RunningProgram& operator=(const RunningProgram&) = delete;
 
     bool running() const { return pid_ > 0; }
+    pid_t pid() const { return pid_; }
     void signal(int number) const { ::kill(pid_, number); }
     // The exit code once the program has ended; -1 when a signal ended it.
     int wait() {

@@ -36,6 +36,7 @@ bool within(const vfs::AbsoluteIRI& inner, const vfs::AbsoluteIRI& outer) {
 }
 
 void copy(const CopyArguments& arguments) {
+    Interruptions interruptions;
     const auto storage = Quarrow::VexaStorageSystem::GetStorageSystemReference();
     const auto source = locationOf(fl::i18n::to_ustring(arguments.source));
     const auto target = targetOf(source, locationOf(fl::i18n::to_ustring(arguments.destination)),
@@ -46,15 +47,16 @@ void copy(const CopyArguments& arguments) {
             throw std::runtime_error(arguments.source + " is a folder: copy it with --recursive");
         if (within(target, source))
             throw std::runtime_error("cannot copy " + arguments.source + " into itself");
-        progress.emplace(std::nullopt);
-        copyFolder(source, target, storage, *progress);
+        progress.emplace(std::nullopt, ::isatty(STDERR_FILENO) == 1);
+        copyFolder(source, target, storage, *progress, interruptions);
     } else {
         const vfs::File from(source, storage);
         // The size is asked only where someone watches the copy.
-        progress.emplace(::isatty(STDERR_FILENO) == 1
-                             ? std::optional<std::uint64_t>(from.getAttributes().getSize())
-                             : std::nullopt);
-        copyFile(from, vfs::File(target, storage), *progress);
+        const bool watched = ::isatty(STDERR_FILENO) == 1;
+        progress.emplace(watched ? std::optional<std::uint64_t>(from.getAttributes().getSize())
+                                 : std::nullopt,
+                         watched);
+        copyFile(from, vfs::File(target, storage), *progress, interruptions);
     }
     if (arguments.json) {
         Record record{fl::i18n::to_ustring(arguments.source), {}};

@@ -21,6 +21,7 @@ struct MoveArguments {
 };
 
 void move(const MoveArguments& arguments) {
+    Interruptions interruptions;
     const auto storage = Quarrow::VexaStorageSystem::GetStorageSystemReference();
     const auto source = locationOf(fl::i18n::to_ustring(arguments.source));
     const auto target = targetOf(source, locationOf(fl::i18n::to_ustring(arguments.destination)),
@@ -33,8 +34,8 @@ void move(const MoveArguments& arguments) {
     if (vfs::exists(source, storage) == vfs::existence::folder)
         throw std::runtime_error("a folder moves between two stores as a copy: use cp "
                                  "--recursive, then remove " + arguments.source);
-    Progress progress(std::nullopt);
-    copyFile(item, vfs::File(target, storage), progress);
+    Progress unseen(std::nullopt, false);
+    copyFile(item, vfs::File(target, storage), unseen, interruptions);
     item.removeFile();
 }
 

@@ -10,7 +10,6 @@
 #include <iostream>
 #include <vector>
 
-#include <unistd.h>
 
 namespace vexafs {
 namespace vfs = foundation::storage::vfs;
@@ -31,11 +30,11 @@ std::string inUnits(double bytes) {
 
 } // namespace
 
-Progress::Progress(std::optional<std::uint64_t> total)
-    : total_(total), onTerminal_(::isatty(STDERR_FILENO) == 1) {}
+Progress::Progress(std::optional<std::uint64_t> total, bool shown)
+    : total_(total), shown_(shown) {}
 
 Progress::~Progress() {
-    if (onTerminal_ && bytes_ > 0)
+    if (shown_ && bytes_ > 0)
         show(true);
 }
 
@@ -46,12 +45,12 @@ double Progress::seconds() const {
 void Progress::add(std::uint64_t bytes) {
     bytes_ += bytes;
     // A few lines a second are enough to read, and cost nothing next to the copy.
-    if (onTerminal_ && std::chrono::steady_clock::now() - shown_ > std::chrono::milliseconds(200))
+    if (shown_ && std::chrono::steady_clock::now() - lastShown_ > std::chrono::milliseconds(200))
         show(false);
 }
 
 void Progress::show(bool last) {
-    shown_ = std::chrono::steady_clock::now();
+    lastShown_ = std::chrono::steady_clock::now();
     const double elapsed = seconds();
     const double rate = elapsed > 0 ? static_cast<double>(bytes_) / elapsed : 0;
     std::string line(1, '\r');
@@ -82,7 +81,8 @@ vfs::AbsoluteIRI targetOf(const vfs::AbsoluteIRI& source, const vfs::AbsoluteIRI
     return vfs::CanonicalAbsoluteIRI(vfs::CanonicalAbsoluteIRI(destination), source.getName());
 }
 
-void copyFile(const vfs::File& from, const vfs::File& to, Progress& progress) {
+void copyFile(const vfs::File& from, const vfs::File& to, Progress& progress,
+              Interruptions& interruptions) {
     // The source is opened before the target is touched: one that cannot be read leaves it
     // as it was.
     vfs::IODevice device(from);
@@ -92,11 +92,12 @@ void copyFile(const vfs::File& from, const vfs::File& to, Progress& progress) {
         stream.write(buffer.data(), got);
         progress.add(got);
     }
-    stream.close();
+    interruptions.holdingOff([&] { stream.close(); });
 }
 
 void copyFolder(const vfs::AbsoluteIRI& from, const vfs::AbsoluteIRI& to,
-                const vfs::StorageSystemReference& storage, Progress& progress) {
+                const vfs::StorageSystemReference& storage, Progress& progress,
+                Interruptions& interruptions) {
     const vfs::Folder source(from, storage);
     const vfs::Folder target(to, storage);
     target.createFolderRecursive();
@@ -106,9 +107,9 @@ void copyFolder(const vfs::AbsoluteIRI& from, const vfs::AbsoluteIRI& to,
         const vfs::AbsoluteIRI copy = vfs::CanonicalAbsoluteIRI(targetBase, entry.name);
         // A link is copied as what it leads to, as its content is what a reader sees.
         if (vfs::exists(item, storage) == vfs::existence::folder)
-            copyFolder(item, copy, storage, progress);
+            copyFolder(item, copy, storage, progress, interruptions);
         else
-            copyFile(vfs::File(item, storage), vfs::File(copy, storage), progress);
+            copyFile(vfs::File(item, storage), vfs::File(copy, storage), progress, interruptions);
     }
 }
 

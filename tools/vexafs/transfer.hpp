@@ -7,17 +7,20 @@
 #include <foundation/storage/vfs/File.hpp>
 #include <foundation/storage/vfs/StorageSystem.hpp>
 
+#include "interruptions.hpp"
+
 #include <chrono>
 #include <cstdint>
 #include <optional>
 
 namespace vexafs {
 
-// Bytes copied so far, shown on the terminal as they go: bytes, rate and, when the total is
-// known, the time left. Nothing is shown when standard error is not a terminal.
+// Bytes copied so far, shown on standard error as they go: bytes, rate and, when the total is
+// known, the time left.
 class Progress {
 public:
-    explicit Progress(std::optional<std::uint64_t> total);
+    // Shown only when `shown` (cp shows it on a terminal).
+    Progress(std::optional<std::uint64_t> total, bool shown);
     ~Progress();
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
@@ -32,8 +35,8 @@ private:
     std::optional<std::uint64_t> total_;
     std::uint64_t bytes_ = 0;
     std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
-    std::chrono::steady_clock::time_point shown_ = start_;
-    bool onTerminal_;
+    std::chrono::steady_clock::time_point lastShown_ = start_;
+    bool shown_;
 };
 
 // `destination` itself, or the item of the source's name inside it when it is a folder, as
@@ -44,13 +47,14 @@ targetOf(const foundation::storage::vfs::AbsoluteIRI& source,
          const foundation::storage::vfs::StorageSystemReference& storage);
 
 // The file's content into `to`, which holds the old content or all of the new.
+// An interruption ends the program either before the commit or after it.
 void copyFile(const foundation::storage::vfs::File& from, const foundation::storage::vfs::File& to,
-              Progress& progress);
+              Progress& progress, Interruptions& interruptions);
 
 // A folder's items, folders within it included, into `to`, made where it is missing.
 void copyFolder(const foundation::storage::vfs::AbsoluteIRI& from,
                 const foundation::storage::vfs::AbsoluteIRI& to,
                 const foundation::storage::vfs::StorageSystemReference& storage,
-                Progress& progress);
+                Progress& progress, Interruptions& interruptions);
 
 } // namespace vexafs
