@@ -177,9 +177,8 @@ void compare(benchmark::State& state, bool makeIRIs, double goal) {
     }
     const auto [oursNs, referenceNs] = vexa::bench::reportRatio(
         state, [&] { benchmark::DoNotOptimize(ours(makeIRIs)); },
-        [&] { benchmark::DoNotOptimize(bare()); }, "syscalls_ns", 5);
-    state.counters["goal"] = goal;
-    state.counters["met"] = oursNs <= goal * referenceNs;
+        [&] { benchmark::DoNotOptimize(bare()); }, "syscalls_ns", 10);
+    vexa::bench::reportGoal(state, goal, oursNs, referenceNs, goal * referenceNs);
     const double typedNs = vexa::bench::nsPerCall([] { benchmark::DoNotOptimize(bare(true)); }, 5);
     state.counters["getdents_only_ns"] = typedNs;
     state.counters["ratio_getdents_only"] = oursNs / typedNs;
