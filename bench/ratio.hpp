@@ -33,8 +33,15 @@ inline bool isMeasured(double ns) {
 inline void reportGoal(benchmark::State& state, double goal, double oursNs, double referenceNs,
                        double allowedNs) {
     state.counters["goal"] = goal;
-    state.counters["met"] =
-        isMeasured(oursNs) && isMeasured(referenceNs) && isMeasured(allowedNs) && oursNs <= allowedNs;
+    state.counters["met"] = isMeasured(oursNs) && isMeasured(referenceNs) &&
+                            isMeasured(allowedNs) && oursNs <= allowedNs;
+}
+
+// The same for a figure with a limit of its own (bytes, say): met when it was measured and
+// is at most `limit`.
+inline void reportLimit(benchmark::State& state, double figure, double limit) {
+    state.counters["goal"] = limit;
+    state.counters["met"] = isMeasured(figure) && figure <= limit;
 }
 
 // Reports ours_ns, the reference's ns under `referenceName`, and their ratio. The two sides
