@@ -76,13 +76,17 @@ std::optional<bool> typedAsFolder(ItemType type, Links links) {
     }
 }
 
-// The one walk of both adders over what the listing service read for `pattern`: each entry
-// but "." and ".." goes to `visit` in the listing's order, and a listing of nothing but ".."
-// goes to `loneParent` instead, since that one is kept.
-template <class Visit, class LoneParent>
-void walkListing(const fl::ustring& pattern, bool listFlag, Visit visit, LoneParent loneParent) {
+std::vector<FileNameWithStat> listing(const fl::ustring& pattern, bool listFlag) {
     std::vector<FileNameWithStat> entries;
     ioGetDirList(pattern, entries, listFlag);
+    return entries;
+}
+
+// The one walk of both adders over what the listing service read: each entry but "." and
+// ".." goes to `visit` in the listing's order, and a listing of nothing but ".." goes to
+// `loneParent` instead, since that one is kept.
+template <class Visit, class LoneParent>
+void walkListing(const std::vector<FileNameWithStat>& entries, Visit visit, LoneParent loneParent) {
     if (entries.size() == 1 && entries.front().name == fs::upath_constant::PARENT_DIRECTORY) {
         loneParent();
         return;
@@ -184,7 +188,7 @@ void FileListCreator::AddToList(std::string pattern, bool recursive) {
     const std::string_view joint = prefix == slash ? std::string_view() : slash;
     std::string entry;
     walkListing(
-        listed, false,
+        listing(listed, false),
         [&](const FileNameWithStat& listedEntry) {
             entry.assign(prefix).append(joint).append(fl::i18n::to_string(listedEntry.name));
             if (recursive) {
@@ -208,17 +212,33 @@ void FileListCreator::AddToList(std::string pattern, bool recursive) {
 
 void FileListCreator::AddFiles(fl::ustring pattern, boost::optional<vfs::CanonicalAbsoluteIRI> base,
                                bool makeIRIs, bool recursive, bool listFlag) {
-    addFiles(std::move(pattern), base ? &*base : nullptr, nullptr, makeIRIs, recursive, listFlag);
+    addFiles(std::move(pattern), base ? &*base : nullptr, nullptr, makeIRIs, recursive, listFlag,
+             false);
 }
 
 // A folder's entries take its IRI's text and their escaped names (`baseText`); the first
 // level takes `base` when given, else each entry's path.
 void FileListCreator::addFiles(fl::ustring pattern, const vfs::CanonicalAbsoluteIRI* base,
                                const std::string* baseText, bool makeIRIs, bool recursive,
-                               bool listFlag) {
-    relativeToAbsolute(pattern, ResolveSymbolicLinks::FollowLinks, false);
-    if (pattern.size() > maxPathLength)
-        return;
+                               bool listFlag, bool nested) {
+    // A folder the walk enters is named by an absolute path already, which making absolute
+    // leaves as it is unless an entry named "*" is there to canonicalise: its listing says
+    // whether one is, without a look at the path for every folder.
+    std::vector<FileNameWithStat> entries;
+    bool listed = false;
+    if (nested) {
+        if (pattern.size() > maxPathLength)
+            return;
+        entries = listing(pattern, listFlag);
+        listed = std::none_of(entries.begin(), entries.end(),
+                              [](const FileNameWithStat& entry) { return entry.name == u"*"; });
+    }
+    if (!listed) {
+        relativeToAbsolute(pattern, ResolveSymbolicLinks::FollowLinks, false);
+        if (pattern.size() > maxPathLength)
+            return;
+        entries = listing(pattern, listFlag);
+    }
     fl::ustring prefix =
         fs::detail::extract_parent_path(fs::detail::make_native_form(pattern, true));
     if (!prefix.empty() && !shared::isPathSeparator(prefix.back()))
@@ -226,7 +246,7 @@ void FileListCreator::addFiles(fl::ustring pattern, const vfs::CanonicalAbsolute
     fl::ustring full;
     std::string iri;
     walkListing(
-        pattern, listFlag,
+        entries,
         [&](const FileNameWithStat& entry) {
             full.assign(prefix).append(entry.name);
             if (makeIRIs) {
@@ -243,7 +263,7 @@ void FileListCreator::addFiles(fl::ustring pattern, const vfs::CanonicalAbsolute
             const auto typed = typedAsFolder(entry.type, Links::Entered);
             if (recursive && (typed ? *typed : shared::isDir(full)))
                 addFiles(full + separator() + u"*", nullptr, makeIRIs ? &iri : nullptr, makeIRIs,
-                         true, true);
+                         true, true, true);
             if (makeIRIs)
                 iris_.push_back({iri});
             names_.push_back({full});

@@ -91,7 +91,8 @@ public:
 
 private:
     void addFiles(fl::ustring pattern, const foundation::storage::vfs::CanonicalAbsoluteIRI* base,
-                  const std::string* baseText, bool makeIRIs, bool recursive, bool listFlag);
+                  const std::string* baseText, bool makeIRIs, bool recursive, bool listFlag,
+                  bool nested);
 
     detail::PackedTexts<char> list_;
     detail::PackedTexts<char16_t> names_;
