@@ -7,11 +7,10 @@
 #include <fl/filesystem.hpp>
 #include <fl/filesystemSharedFcns.hpp>
 #include <fl/i18n.hpp>
+#include <foundation/core/except/Exception.hpp>
 #include <foundation/storage/utility/url.hpp>
 #include <host/EngineDispatcher.hpp>
 #include <host/Listing.hpp>
-
-#include <foundation/core/except/Exception.hpp>
 
 #include <algorithm>
 #include <cstdint>
