@@ -97,7 +97,7 @@ void BM_RatioHttpExistenceBareCurl(benchmark::State& state) {
         state, ours(),
         [&, i = 0]() mutable { benchmark::DoNotOptimize(bare.status(s.urls[i++ % urlCount])); },
         "libcurl_ns", 10 * urlCount);
-    state.counters["met"] = oursNs <= 1.2 * curlNs;
+    vexa::bench::reportGoal(state, 1.2, oursNs, curlNs, 1.2 * curlNs);
 }
 BENCHMARK(BM_RatioHttpExistenceBareCurl)->Iterations(1)->Unit(benchmark::kMillisecond);
 

@@ -7,12 +7,15 @@
 #include <fl/filesystem.hpp>
 #include <fl/filesystemSharedFcns.hpp>
 #include <fl/i18n.hpp>
+#include <foundation/core/except/Exception.hpp>
 #include <foundation/storage/utility/url.hpp>
 #include <host/EngineDispatcher.hpp>
 #include <host/Listing.hpp>
 
+#include <algorithm>
+#include <cstdint>
 #include <cstring>
-#include <memory>
+#include <optional>
 #include <string_view>
 
 #include <sys/stat.h>
@@ -24,10 +27,6 @@ namespace fs = fl::filesystem;
 namespace shared = filesystemSharedFcns;
 namespace vfs = foundation::storage::vfs;
 using foundation::storage::provider::ItemType;
-
-struct ReleaseBlock {
-    void operator()(char* block) const noexcept { utFree(block); }
-};
 
 const fl::ustring& separator() {
     return fs::upath_constant::PATHNAME_SEPARATOR;
@@ -55,18 +54,45 @@ std::string currentFolderText() {
         Quarrow::PathManagement::GetStringFromIRI(current.get().getLocation()));
 }
 
-// Whether isDir would call the entry a folder. It follows links, so only a link, or an
-// entry the listing could not tell, needs a look of its own.
-bool isFolder(const FileNameWithStat& entry, const fl::ustring& path) {
-    switch (entry.type) {
+// What the listing's type says of entering an entry: a folder is entered, a file is not.
+// A link leads to a folder or not; where links are entered, it takes a look, as does an entry
+// the listing could not type.
+enum class Links { Entered, Listed };
+
+std::optional<bool> typedAsFolder(ItemType type, Links links) {
+    switch (type) {
     case ItemType::Folder:
         return true;
     case ItemType::File:
     case ItemType::Other:
         return false;
+    case ItemType::Link:
+        if (links == Links::Listed)
+            return false;
+        return std::nullopt;
     default:
-        return shared::isDir(path);
+        return std::nullopt;
     }
+}
+
+std::vector<FileNameWithStat> listing(const fl::ustring& pattern, bool listFlag) {
+    std::vector<FileNameWithStat> entries;
+    ioGetDirList(pattern, entries, listFlag);
+    return entries;
+}
+
+// The one walk of both adders over what the listing service read: each entry but "." and
+// ".." goes to `visit` in the listing's order, and a listing of nothing but ".." goes to
+// `loneParent` instead, since that one is kept.
+template <class Visit, class LoneParent>
+void walkListing(const std::vector<FileNameWithStat>& entries, Visit visit, LoneParent loneParent) {
+    if (entries.size() == 1 && entries.front().name == fs::upath_constant::PARENT_DIRECTORY) {
+        loneParent();
+        return;
+    }
+    for (const FileNameWithStat& entry : entries)
+        if (!isOwnName(fl::ustring_view(entry.name)))
+            visit(entry);
 }
 
 // The `file` IRI of an entry's path. The placeholder stands for a path that cannot form
@@ -80,7 +106,70 @@ vfs::CanonicalAbsoluteIRI iriOfPath(const fl::ustring& path) {
     }
 }
 
+vfs::CanonicalAbsoluteIRI iriOfText(std::string_view text) {
+    auto iri = foundation::network::IRI::parseUri(std::string(text));
+    if (!iri)
+        throw foundation::core::except::Exception<foundation::core::except::IInternalException>(
+            "A listed IRI's text does not parse: " + std::string(text));
+    return vfs::CanonicalAbsoluteIRI(vfs::AbsoluteIRI(std::move(*iri)));
+}
+
+// Texts of one list go into blocks of this many units; a longer text gets a block of its
+// own.
+constexpr std::size_t blockUnits = 1 << 16;
+
+// Each text is kept after its length, written over as many units as that takes.
+template <class Char> constexpr std::size_t lengthUnits = sizeof(std::uint32_t) / sizeof(Char);
+
 } // namespace
+
+namespace detail {
+
+template <class Char> void PackedTexts<Char>::push_back(std::initializer_list<View> parts) {
+    std::size_t length = 0;
+    for (const View part : parts)
+        length += part.size();
+    const std::size_t units = lengthUnits<Char> + length;
+    if (blocks_.empty() || blocks_.back().capacity() - blocks_.back().size() < units) {
+        blocks_.emplace_back();
+        blocks_.back().reserve(std::max(blockUnits, units));
+    }
+    std::basic_string<Char>& block = blocks_.back();
+    const auto stored = static_cast<std::uint32_t>(length);
+    Char header[lengthUnits<Char>];
+    std::memcpy(header, &stored, sizeof stored);
+    block.append(header, lengthUnits<Char>);
+    for (const View part : parts)
+        block.append(part);
+    ++count_;
+}
+
+template <class Char> auto PackedTexts<Char>::Reader::next() -> View {
+    while (at_ == texts_.blocks_[block_].size()) {
+        ++block_;
+        at_ = 0;
+    }
+    const std::basic_string<Char>& block = texts_.blocks_[block_];
+    std::uint32_t length = 0;
+    std::memcpy(&length, block.data() + at_, sizeof length);
+    const View text(block.data() + at_ + lengthUnits<Char>, length);
+    at_ += lengthUnits<Char> + length;
+    return text;
+}
+
+template <class Char> std::vector<std::basic_string<Char>> PackedTexts<Char>::toVector() const {
+    std::vector<std::basic_string<Char>> texts;
+    texts.reserve(count_);
+    Reader reader(*this);
+    for (std::size_t i = 0; i < count_; ++i)
+        texts.emplace_back(reader.next());
+    return texts;
+}
+
+template class PackedTexts<char>;
+template class PackedTexts<char16_t>;
+
+} // namespace detail
 
 FileListCreator::FileListCreator() = default;
 
@@ -88,95 +177,127 @@ void FileListCreator::AddToList(std::string pattern, bool recursive) {
     // Tested before anything else: an over-long pattern costs nothing.
     if (pattern.size() > maxPathLength)
         return;
-    fl::ustring wide = fl::i18n::to_ustring(pattern);
-    if (!wide.empty())
-        wide = fs::detail::make_native_form(wide, true);
+    const fl::ustring listed = fl::i18n::to_ustring(pattern);
     // The folder a wildcard pattern lists; what a pattern without one designates otherwise.
-    std::string prefix = fl::i18n::to_string(fs::detail::extract_filename(wide));
+    std::string prefix = fl::i18n::to_string(fs::detail::extract_filename(
+        listed.empty() ? listed : fs::detail::make_native_form(listed, true)));
     if (prefix.empty())
         prefix = currentFolderText();
-    const std::unique_ptr<char, ReleaseBlock> block(ioGetDirList(pattern.c_str(), 0, boost::none));
-    if (!block)
-        return;
     const std::string& slash = narrowSeparator();
     const std::string_view joint = prefix == slash ? std::string_view() : slash;
-    std::size_t count = 0;
-    bool firstIsParent = false;
-    for (const char* name = block.get(); *name != '\0'; name += std::strlen(name) + 1) {
-        const std::string_view listed(name);
-        if (++count == 1)
-            firstIsParent = listed == narrowParent();
-        if (isOwnName(listed))
-            continue;
-        std::string entry = prefix;
-        entry.append(joint).append(listed);
-        if (recursive && shared::isDir(fl::i18n::to_ustring(entry))) {
-            // A link to a folder is listed, never entered.
-            struct stat own {};
-            ::lstat(entry.c_str(), &own);
-            if ((own.st_mode & S_IFMT) != S_IFLNK)
-                AddToList(entry + slash + "*", true);
-        }
-        list_.push_back(std::move(entry));
-    }
-    // A listing of nothing but ".." keeps it, after a "/" even when the prefix is the root.
-    if (count == 1 && firstIsParent)
-        list_.push_back(prefix + slash + narrowParent());
+    std::string entry;
+    walkListing(
+        listing(listed, false),
+        [&](const FileNameWithStat& listedEntry) {
+            entry.assign(prefix).append(joint).append(fl::i18n::to_string(listedEntry.name));
+            if (recursive) {
+                std::optional<bool> enter = typedAsFolder(listedEntry.type, Links::Listed);
+                if (!enter) {
+                    // A link to a folder is listed, never entered.
+                    struct stat own {};
+                    enter = shared::isDir(fl::i18n::to_ustring(entry)) &&
+                            ::lstat(entry.c_str(), &own) == 0 && (own.st_mode & S_IFMT) != S_IFLNK;
+                }
+                if (*enter)
+                    AddToList(entry + slash + "*", true);
+            }
+            list_.push_back({entry});
+        },
+        // Kept after a "/" even when the prefix is the root.
+        [&] {
+            list_.push_back({prefix, slash, narrowParent()});
+        });
 }
 
 void FileListCreator::AddFiles(fl::ustring pattern, boost::optional<vfs::CanonicalAbsoluteIRI> base,
                                bool makeIRIs, bool recursive, bool listFlag) {
-    relativeToAbsolute(pattern, ResolveSymbolicLinks::FollowLinks, false);
-    if (pattern.size() > maxPathLength)
-        return;
+    addFiles(std::move(pattern), base ? &*base : nullptr, nullptr, makeIRIs, recursive, listFlag,
+             false);
+}
+
+// A folder's entries take its IRI's text and their escaped names (`baseText`); the first
+// level takes `base` when given, else each entry's path.
+void FileListCreator::addFiles(fl::ustring pattern, const vfs::CanonicalAbsoluteIRI* base,
+                               const std::string* baseText, bool makeIRIs, bool recursive,
+                               bool listFlag, bool nested) {
+    // A folder the walk enters is named by an absolute path already, which making absolute
+    // leaves as it is unless an entry named "*" is there to canonicalise: its listing says
+    // whether one is, without a look at the path for every folder.
+    std::vector<FileNameWithStat> entries;
+    bool listed = false;
+    if (nested) {
+        if (pattern.size() > maxPathLength)
+            return;
+        entries = listing(pattern, listFlag);
+        listed = std::none_of(entries.begin(), entries.end(),
+                              [](const FileNameWithStat& entry) { return entry.name == u"*"; });
+    }
+    if (!listed) {
+        relativeToAbsolute(pattern, ResolveSymbolicLinks::FollowLinks, false);
+        if (pattern.size() > maxPathLength)
+            return;
+        entries = listing(pattern, listFlag);
+    }
     fl::ustring prefix =
         fs::detail::extract_parent_path(fs::detail::make_native_form(pattern, true));
     if (!prefix.empty() && !shared::isPathSeparator(prefix.back()))
         prefix += separator();
-    std::vector<FileNameWithStat> entries;
-    ioGetDirList(pattern, entries, listFlag);
-    if (entries.empty())
-        return;
-    // A listing of nothing but ".." keeps it, after a second separator: the prefix ends in
-    // one already ("/data//..").
-    if (entries.size() == 1 && entries.front().name == fs::upath_constant::PARENT_DIRECTORY) {
-        names_.push_back(prefix + separator() + fs::upath_constant::PARENT_DIRECTORY);
-        return;
-    }
-    for (FileNameWithStat& entry : entries) {
-        if (isOwnName(fl::ustring_view(entry.name)))
-            continue;
-        fl::ustring full = prefix + entry.name;
-        if (!makeIRIs) {
-            if (recursive && isFolder(entry, full))
-                AddFiles(full + separator() + u"*", boost::none, false, true, true);
-            names_.push_back(std::move(full));
-            continue;
-        }
-        boost::optional<vfs::CanonicalAbsoluteIRI> iri;
-        if (base) {
-            iri.emplace(*base, entry.name);
-        } else {
-            foundation::storage::utility::handleWindowsTrailingDotsAndSpaces(full);
-            iri.emplace(iriOfPath(full));
-        }
-        if (recursive && isFolder(entry, full))
-            AddFiles(full + separator() + u"*", iri, true, true, true);
-        iris_.push_back(std::move(*iri));
-        names_.push_back(std::move(full));
-    }
+    fl::ustring full;
+    std::string iri;
+    walkListing(
+        entries,
+        [&](const FileNameWithStat& entry) {
+            full.assign(prefix).append(entry.name);
+            if (makeIRIs) {
+                if (baseText) {
+                    iri.assign(*baseText);
+                    vfs::CanonicalAbsoluteIRI::appendLeaf(iri, entry.name);
+                } else if (base) {
+                    iri.assign(vfs::CanonicalAbsoluteIRI(*base, entry.name).toIRI().uriText());
+                } else {
+                    foundation::storage::utility::handleWindowsTrailingDotsAndSpaces(full);
+                    iri.assign(iriOfPath(full).toIRI().uriText());
+                }
+            }
+            const auto typed = typedAsFolder(entry.type, Links::Entered);
+            if (recursive && (typed ? *typed : shared::isDir(full)))
+                addFiles(full + separator() + u"*", nullptr, makeIRIs ? &iri : nullptr, makeIRIs,
+                         true, true, true);
+            if (makeIRIs)
+                iris_.push_back({iri});
+            names_.push_back({full});
+            hasIRI_.push_back(makeIRIs);
+        },
+        // After a second separator: the prefix ends in one already ("/data//..").
+        [&] {
+            names_.push_back({prefix, separator(), fs::upath_constant::PARENT_DIRECTORY});
+            hasIRI_.push_back(false);
+        });
 }
 
 std::vector<std::string> FileListCreator::GetList() const {
-    return list_;
+    return list_.toVector();
 }
 
 std::vector<fl::ustring> FileListCreator::GetNameList() const {
-    return names_;
+    return names_.toVector();
 }
 
 std::vector<vfs::CanonicalAbsoluteIRI> FileListCreator::GetIRIList() const {
-    return iris_;
+    std::vector<vfs::CanonicalAbsoluteIRI> iris;
+    iris.reserve(iris_.size());
+    detail::PackedTexts<char>::Reader reader(iris_);
+    for (std::size_t i = 0; i < iris_.size(); ++i)
+        iris.push_back(iriOfText(reader.next()));
+    return iris;
+}
+
+void FileListCreator::VisitNames(
+    const std::function<void(fl::ustring_view, std::string_view)>& visit) const {
+    detail::PackedTexts<char16_t>::Reader names(names_);
+    detail::PackedTexts<char>::Reader iris(iris_);
+    for (std::size_t i = 0; i < names_.size(); ++i)
+        visit(names.next(), hasIRI_[i] ? iris.next() : std::string_view());
 }
 
 Status FileListCreator::GetStatus() const {

@@ -58,7 +58,7 @@ Names addToList(const std::string& pattern, bool recursive, const std::string& r
 }
 
 // tree: a.txt, b/ (c.txt, d/ (e.txt)), lnk -> b, z.txt; empty/; care/ with names that need
-// care; été/x.txt.
+// care; été/x.txt; esc/ with names an IRI escapes, each also a folder holding them again.
 class Creator : public ::testing::Test {
 protected:
     void SetUp() override {
@@ -67,6 +67,12 @@ protected:
                   "\xC3\xA9t\xC3\xA9/x.txt", "tree/lnk -> b"});
         for (const std::string& name : care)
             dir.make({"care/" + name});
+        dir.make({"esc/"});
+        for (const std::string& name : escaped) {
+            dir.make({"esc/" + name + "/"});
+            for (const std::string& inner : escaped)
+                dir.make({"esc/" + name + "/" + inner});
+        }
     }
 
     TempDir dir;
@@ -75,6 +81,8 @@ protected:
     const Names care = {
         "*",      "-", "...", "..x", ".hidden", ".x", "?", "caf\xE9", std::string(255, 'n'),
         "sp ace", "x."};
+    const Names escaped = {"%",        "%41", "#x",  "?q=1", "sp ace", "caf\xE9", "\xFF\xFE",
+                           "\xC3\xA9", "...", "..x", ". .",  "a%2Fb",  "[i]",     "~-_"};
 };
 
 TEST_F(Creator, BothAddersOverTheSamePatterns) {
@@ -198,6 +206,42 @@ TEST_F(Creator, IRIsInStepWithTheNames) {
     EXPECT_EQ(utf8(placeholder.GetIRIList()[1].toString()), "file://" + root + "/tree/a.txt");
     ASSERT_EQ(log.records().size(), 1u);
     EXPECT_THAT(log.records()[0].message, HasSubstr("Exception caught: "));
+}
+
+// Below the first level an entry's IRI is made from its folder's and its own name: the same
+// text as made from its whole path, or from the base one segment at a time.
+TEST_F(Creator, IRIsBelowAFolderAsFromTheWholePath) {
+    for (const bool fromBase : {false, true}) {
+        const vfs::CanonicalAbsoluteIRI base(u"http://h/x?q#f");
+        core::FileListCreator creator;
+        creator.AddFiles(u(root + "/esc/*"), fromBase ? boost::make_optional(base) : boost::none,
+                         true, true, false);
+        const auto names = creator.GetNameList();
+        const auto iris = creator.GetIRIList();
+        ASSERT_EQ(names.size(), escaped.size() * (escaped.size() + 1));
+        ASSERT_EQ(iris.size(), names.size());
+        for (std::size_t i = 0; i < names.size(); ++i) {
+            vfs::CanonicalAbsoluteIRI expected = vfs::toCanonicalAbsoluteIRI(u"file", names[i]);
+            if (fromBase) {
+                expected = base;
+                for (const std::string& segment : below(root + "/esc", {utf8(names[i])}))
+                    for (std::size_t at = 0, end = 0; end != std::string::npos; at = end + 1) {
+                        end = segment.find('/', at);
+                        expected =
+                            vfs::CanonicalAbsoluteIRI(expected, u(segment.substr(at, end - at)));
+                    }
+            }
+            EXPECT_EQ(iris[i].toIRI().uriText(), expected.toIRI().uriText()) << utf8(names[i]);
+        }
+        // The list made without a copy reads the same.
+        std::size_t visited = 0;
+        creator.VisitNames([&](fl::ustring_view name, std::string_view iri) {
+            EXPECT_EQ(name, names[visited]);
+            EXPECT_EQ(iri, iris[visited].toIRI().uriText());
+            ++visited;
+        });
+        EXPECT_EQ(visited, names.size());
+    }
 }
 
 // The listing goes on past a folder the process may not read: the folder is listed, its

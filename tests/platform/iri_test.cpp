@@ -293,9 +293,18 @@ TEST(AbsoluteIRI, ResolvedAndCanonicalIRIs) {
         {u"x y/z?#", u"http://h/a/x%20y%2Fz%3F%23"},
         {u"\u65E5", u"http://h/a/\u65E5"},
         {u"..", u"http://h/"},
+        {u".", u"http://h/a/"},
+        {u"...", u"http://h/a/..."},
     };
-    for (const auto& [leaf, expected] : leaves)
+    for (const auto& [leaf, expected] : leaves) {
         EXPECT_EQ(CanonicalAbsoluteIRI(base, leaf).toString(), expected) << utf8(leaf);
+        // The same made as text, from a base without query or fragment.
+        std::string text(CanonicalAbsoluteIRI(u"http://h/a").toIRI().uriText());
+        CanonicalAbsoluteIRI::appendLeaf(text, leaf);
+        if (*leaf != u'\0') {
+            EXPECT_EQ(text, CanonicalAbsoluteIRI(base, leaf).toIRI().uriText()) << utf8(leaf);
+        }
+    }
     EXPECT_EQ(CanonicalAbsoluteIRI(CanonicalAbsoluteIRI(u"file:///"), u"x").toString(),
               u"file:///x");
     EXPECT_THROW(CanonicalAbsoluteIRI(base, fl::ustring(u"a\0b", 3)), InvalidIRIException);

@@ -65,6 +65,13 @@ void writeEntry(Output& out, const fl::ustring& name, const fl::ustring* iri, bo
     out.endLine();
 }
 
+// An IRI's text as a user reads it, non-ASCII characters unescaped.
+fl::ustring iriForm(std::string_view uriText) {
+    const auto iri = foundation::network::IRI::parseUri(std::string(uriText));
+    return iri ? iri->toString(foundation::network::iri::Encoding::IRI)
+               : fl::i18n::to_ustring(std::string(uriText));
+}
+
 // The entries of a folder of any storage that match `filter`, each named by its IRI; with
 // recursion what a folder holds comes before the folder, as the file list creator orders
 // entries. Links are not entered.
@@ -124,15 +131,21 @@ void list(const LsArguments& arguments) {
             continue;
         }
         creator.AddFiles(text, boost::none, arguments.iri, arguments.recursive, false);
-        const auto names = creator.GetNameList();
-        const auto iris = creator.GetIRIList();
-        for (std::size_t i = 0; i < names.size(); ++i) {
-            // A pattern listed with IRIs gives one per name, except for a lone "..": one name
-            // and no IRI.
-            const fl::ustring iri = i < iris.size() ? iris[i].toString() : fl::ustring();
-            writeEntry(out, names[i], arguments.iri && i < iris.size() ? &iri : nullptr,
-                       arguments.json);
-        }
+        // Read in place, each name converted once. A pattern listed with IRIs gives one per
+        // name, except for a lone "..": one name and no IRI.
+        creator.VisitNames([&](fl::ustring_view name, std::string_view iriText) {
+            const bool withIRI = arguments.iri && !iriText.empty();
+            if (arguments.json || (withIRI && iriText.find('%') != std::string_view::npos)) {
+                const fl::ustring iri = withIRI ? iriForm(iriText) : fl::ustring();
+                writeEntry(out, fl::ustring(name), withIRI ? &iri : nullptr, arguments.json);
+                return;
+            }
+            // URI text without escapes reads the same as an IRI.
+            out.text() += fl::i18n::to_string(name);
+            if (withIRI)
+                out.text().append("\t").append(iriText);
+            out.endLine();
+        });
     }
 }
 

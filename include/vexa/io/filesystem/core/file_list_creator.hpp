@@ -12,10 +12,43 @@
 
 #include <boost/optional.hpp>
 
+#include <cstddef>
+#include <functional>
+#include <initializer_list>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace vexa::io::filesystem::core {
+
+namespace detail {
+// Texts kept one after another in large blocks, each text whole within one block: a list of
+// many short texts without an allocation per text, and one that grows without moving or
+// doubling what it holds.
+template <class Char> class PackedTexts {
+public:
+    using View = std::basic_string_view<Char>;
+    // Appends one text made of `parts` in turn.
+    void push_back(std::initializer_list<View> parts);
+    std::size_t size() const noexcept { return count_; }
+    std::vector<std::basic_string<Char>> toVector() const;
+
+    // Reads the texts in the order they were appended.
+    class Reader {
+    public:
+        explicit Reader(const PackedTexts& texts) : texts_(texts) {}
+        View next();
+
+    private:
+        const PackedTexts& texts_;
+        std::size_t block_ = 0, at_ = 0;
+    };
+
+private:
+    std::vector<std::basic_string<Char>> blocks_;
+    std::size_t count_ = 0;
+};
+} // namespace detail
 
 // Each entry is a full path: the pattern's folder, a separator, the listed name. Entries keep
 // the order the host's listing gives, except that with recursion a folder's entry follows
@@ -50,10 +83,23 @@ public:
     // Always success: failures propagate as exceptions instead.
     Status GetStatus() const;
 
+    // The name list without a copy: each entry in turn, with the URI text of its IRI when
+    // AddFiles made one (empty otherwise, as for a lone ".."). For a caller that writes a
+    // long listing out as it reads it.
+    void VisitNames(
+        const std::function<void(fl::ustring_view name, std::string_view iriText)>& visit) const;
+
 private:
-    std::vector<std::string> list_;
-    std::vector<fl::ustring> names_;
-    std::vector<foundation::storage::vfs::CanonicalAbsoluteIRI> iris_;
+    void addFiles(fl::ustring pattern, const foundation::storage::vfs::CanonicalAbsoluteIRI* base,
+                  const std::string* baseText, bool makeIRIs, bool recursive, bool listFlag,
+                  bool nested);
+
+    detail::PackedTexts<char> list_;
+    detail::PackedTexts<char16_t> names_;
+    // The URI text of each IRI, and for each name whether it has one: a lone "..", and the
+    // names of calls without IRIs, have none.
+    detail::PackedTexts<char> iris_;
+    std::vector<bool> hasIRI_;
     Status status_;
 };
 

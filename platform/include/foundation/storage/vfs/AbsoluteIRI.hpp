@@ -98,6 +98,11 @@ public:
     // names `base` itself. "." and ".." are dot segments, so they are resolved.
     CanonicalAbsoluteIRI(const CanonicalAbsoluteIRI& base, const fl::ustring& leaf);
 
+    // The same as URI text: turns `text`, the URI text of a CanonicalAbsoluteIRI without
+    // query or fragment, into the text of CanonicalAbsoluteIRI(that IRI, leaf). A listing
+    // makes its entries' IRIs from their folder's this way, with nothing parsed per entry.
+    static void appendLeaf(std::string& text, const fl::ustring& leaf);
+
 private:
     void canonicalise();
 };

@@ -149,6 +149,20 @@ std::optional<std::string> nativeRelativePath(std::string_view folderPath,
     return relative;
 }
 
+// Appends `leaf` to a path as one more segment, escaped, after a "/" unless the path ends in
+// one. True when that segment is a dot segment ("." or ".."), which is then to be removed:
+// no other segment can need it behind a canonical path.
+bool appendLeafSegment(std::string& path, const fl::ustring& leaf) {
+    if (fl::text::holdsNul(leaf))
+        throw InvalidIRIException(leaf);
+    if (path.empty() || path.back() != '/')
+        path += '/';
+    const std::size_t start = path.size();
+    ndetail::appendEscapedPath(path, fl::i18n::to_string(leaf), false);
+    const std::string_view segment = std::string_view(path).substr(start);
+    return segment == "." || segment == "..";
+}
+
 // A native path reaches the system as bytes: a U+0000 would cut it short there, and a
 // relative path names no location by itself.
 void requireAbsoluteNativePath(const fl::ustring& path) {
@@ -367,14 +381,29 @@ CanonicalAbsoluteIRI::CanonicalAbsoluteIRI(const CanonicalAbsoluteIRI& base,
     : AbsoluteIRI(base) {
     if (leaf.empty())
         return;
-    if (fl::text::holdsNul(leaf))
-        throw InvalidIRIException(leaf);
     std::string path(segmentsPath(iri_.url_));
-    if (path.empty() || path.back() != '/')
-        path += '/';
-    ndetail::appendEscapedPath(path, fl::i18n::to_string(leaf), false);
+    const bool dotSegment = appendLeafSegment(path, leaf);
     iri_ = withPath(iri_, path, false);
-    canonicalise();
+    // The base is canonical: only the segment just added can make it otherwise.
+    if (dotSegment)
+        canonicalise();
+}
+
+void CanonicalAbsoluteIRI::appendLeaf(std::string& text, const fl::ustring& leaf) {
+    if (leaf.empty())
+        return;
+    // Text ending in its authority has an empty path, which the leaf's "/" starts; a path
+    // that starts "//" without an authority is written "/.//" already.
+    const std::size_t baseEnd = text.size();
+    if (!appendLeafSegment(text, leaf))
+        return;
+    text.resize(baseEnd);
+    auto base = network::IRI::parseUri(text);
+    if (!base)
+        throw core::except::Exception<core::except::IInternalException>(
+            "A canonical IRI's text does not parse: " + text);
+    const CanonicalAbsoluteIRI folder{AbsoluteIRI(std::move(*base))};
+    text = CanonicalAbsoluteIRI(folder, leaf).iri_.uriText();
 }
 
 // --- free functions ----------------------------------------------------------------------
@@ -412,7 +441,8 @@ CanonicalAbsoluteIRI toCanonicalAbsoluteIRI(const fl::ustring& scheme, const fl:
 
 std::vector<fl::ustring> knownSchemes() {
     std::vector<fl::ustring> schemes;
-    for (const std::string& scheme : Quarrow::VexaStorageSystem::GetStorageSystemReference()->schemes())
+    for (const std::string& scheme :
+         Quarrow::VexaStorageSystem::GetStorageSystemReference()->schemes())
         schemes.emplace_back(scheme.begin(), scheme.end());
     return schemes;
 }
