@@ -1,0 +1,92 @@
+#!/usr/bin/env bash
+# Whole processes copying the same content: vexafs cp of a local file against cp, and of a
+# body from a loopback nginx against curl -o. vexafs commits a copy only once it is synced
+# to disk, so each peer syncs its copy too (coreutils' sync FILE), as a user who needs the
+# copy to last would. After a warm-up run of each, the commands take turns over RUNS rounds
+# and each keeps its best wall-clock time, so that load from elsewhere falls on all alike.
+# Goals: vexafs cp of a local file at most 1.1 times cp, of an http body at most 1.2 times
+# curl -o. The script exits 1 when one is not met, naming it.
+#
+#   bench/compare_cp.sh BUILD_DIR [RUNS] [LOCAL_MIB] [HTTP_MIB]
+set -euo pipefail
+build=${1:?usage: compare_cp.sh BUILD_DIR [RUNS] [LOCAL_MIB] [HTTP_MIB]}
+runs=${2:-3}
+local_mib=${3:-1024}
+http_mib=${4:-300}
+vexafs="$build/tools/vexafs/vexafs"
+work=$(mktemp -d "${TMPDIR:-/tmp}/vexa-compare-cp-XXXXXX")
+nginx_pid=
+cleanup() {
+    [[ -n $nginx_pid ]] && kill "$nginx_pid" 2>/dev/null && wait "$nginx_pid" 2>/dev/null
+    rm -rf "$work"
+}
+trap cleanup EXIT
+
+head -c $((local_mib << 20)) /dev/urandom >"$work/local.bin"
+mkdir -p "$work/www" "$work/logs"
+chmod 755 "$work" "$work/www"   # nginx's workers read as another user
+head -c $((http_mib << 20)) /dev/urandom >"$work/www/body.bin"
+chmod 644 "$work/www/body.bin"
+port=$(python3 -c 'import socket; s = socket.socket(); s.bind(("127.0.0.1", 0)); print(s.getsockname()[1])')
+cat >"$work/nginx.conf" <<CONF
+pid $work/nginx.pid;
+error_log $work/logs/error.log;
+events {}
+http {
+    access_log off;
+    client_body_temp_path $work/logs;
+    proxy_temp_path $work/logs;
+    fastcgi_temp_path $work/logs;
+    uwsgi_temp_path $work/logs;
+    scgi_temp_path $work/logs;
+    server {
+        listen 127.0.0.1:$port;
+        root $work/www;
+    }
+}
+CONF
+nginx -p "$work" -c "$work/nginx.conf" -g 'daemon off;' &
+nginx_pid=$!
+url="http://127.0.0.1:$port/body.bin"
+for _ in $(seq 100); do curl -sfI "$url" >/dev/null && break; sleep 0.05; done
+
+declare -A command=(
+    [vexafs_local]="$vexafs cp '$work/local.bin' '$work/out-vexafs'"
+    [cp]="cp '$work/local.bin' '$work/out-cp' && sync '$work/out-cp'"
+    [vexafs_http]="$vexafs cp '$url' '$work/out-vexafs-http'"
+    [curl]="curl -sf -o '$work/out-curl' '$url' && sync '$work/out-curl'"
+)
+order=(vexafs_local cp vexafs_http curl)
+
+declare -A best
+for name in "${order[@]}"; do
+    eval "${command[$name]}"
+    best[$name]=
+done
+cmp "$work/local.bin" "$work/out-vexafs"
+cmp "$work/www/body.bin" "$work/out-vexafs-http"
+for ((i = 0; i < runs; ++i)); do
+    for name in "${order[@]}"; do
+        rm -f "$work"/out-*
+        start=$(date +%s%N)
+        eval "${command[$name]}"
+        ms=$((($(date +%s%N) - start) / 1000000))
+        if [[ -z ${best[$name]} || $ms -lt ${best[$name]} ]]; then best[$name]=$ms; fi
+    done
+done
+
+printf '%-14s %10s\n' command best_ms
+for name in "${order[@]}"; do
+    printf '%-14s %10s\n' "$name" "${best[$name]}"
+done
+
+unmet=0
+goal() {
+    local met=yes
+    awk -v a="$2" -v b="$3" -v k="$4" 'BEGIN { exit !(a > 0 && b > 0 && a <= k * b) }' || met=no
+    echo "$1: $met ($(awk -v a="$2" -v b="$3" 'BEGIN { printf "%.2f", (b > 0 ? a / b : 0) }') x)"
+    [[ $met == yes ]] || unmet=1
+}
+goal "vexafs cp of a ${local_mib} MiB local file at most 1.1 x cp" "${best[vexafs_local]}" "${best[cp]}" 1.1
+goal "vexafs cp of a ${http_mib} MiB http body at most 1.2 x curl -o" "${best[vexafs_http]}" "${best[curl]}" 1.2
+exit $unmet
