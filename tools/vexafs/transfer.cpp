@@ -87,11 +87,7 @@ void copyFile(const vfs::File& from, const vfs::File& to, Progress& progress,
     // as it was.
     vfs::IODevice device(from);
     vfs::WriteStream stream = to.openForWriting(vfs::WriteMode::replace);
-    std::vector<char> buffer(1 << 20);
-    while (const std::size_t got = device.read(buffer)) {
-        stream.write(buffer.data(), got);
-        progress.add(got);
-    }
+    stream.writeFrom(device, [&](std::size_t moved) { progress.add(moved); });
     interruptions.holdingOff([&] { stream.close(); });
 }
 

@@ -13,6 +13,8 @@
 #include <fl/ustring.hpp>
 
 #include <cstddef>
+#include <cstdint>
+#include <functional>
 #include <memory>
 #include <span>
 #include <string>
@@ -42,6 +44,10 @@ public:
     virtual ~OutputStream();
     // Throws vfs::Exception when the content cannot be written (a full disk, a lost server).
     virtual void write(std::span<const char> data) = 0;
+    // All that `input` has left, telling `moved` of each piece; the bytes copied. A stream
+    // that can have its store copy the content itself (two local files) does so.
+    virtual std::uint64_t writeFrom(InputStream& input,
+                                    const std::function<void(std::size_t)>& moved);
     // The item now holds what was written. Throws, leaving the item as it was, when it
     // cannot be made so (in create mode: ResourceAlreadyExists if an item appeared).
     virtual void commit() = 0;

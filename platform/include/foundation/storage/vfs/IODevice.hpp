@@ -20,6 +20,8 @@ public:
     std::size_t read(std::span<char> buffer);
 
     const File& getFile() const noexcept { return file_; }
+    // What the provider reads from: for a write stream that takes all of it at once.
+    provider::InputStream& stream() noexcept { return *stream_; }
 
 private:
     File file_;

@@ -6,9 +6,13 @@
 #include <fl/ustring.hpp>
 
 #include <cstddef>
+#include <cstdint>
+#include <functional>
 #include <memory>
 
 namespace foundation::storage::vfs {
+
+class IODevice;
 
 // New content for a file, from File::openForWriting. What is written is sent as it comes;
 // the file holds it only once close() returns. abort(), a failed write, a failed close()
@@ -24,6 +28,9 @@ public:
     // Throws vfs::Exception when the content cannot be written, the stream then aborted; or
     // InternalError when the stream is no longer open.
     void write(const char* data, std::size_t size);
+    // All that `device` has left to read, telling `moved` of each piece; the bytes written.
+    // Fails and aborts as write does.
+    std::uint64_t writeFrom(IODevice& device, const std::function<void(std::size_t)>& moved);
     // Commits.
     void close();
     void abort() noexcept;

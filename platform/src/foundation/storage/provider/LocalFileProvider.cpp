@@ -102,6 +102,8 @@ public:
         }
     }
 
+    int descriptor() const noexcept { return fd_.get(); }
+
 private:
     Descriptor fd_;
     local::LocalPath path_;
@@ -189,6 +191,35 @@ public:
                 fail("write", target_);
             }
             data = data.subspan(static_cast<std::size_t>(n));
+        }
+    }
+
+    // Between two local files the kernel copies (copy_file_range: no trip through this
+    // process, and a clone where the file system shares blocks).
+    std::uint64_t writeFrom(InputStream& input,
+                            const std::function<void(std::size_t)>& moved) override {
+        const auto* local = dynamic_cast<const LocalInputStream*>(&input);
+        if (!local)
+            return OutputStream::writeFrom(input, moved);
+        std::uint64_t total = 0;
+        for (;;) {
+            const ssize_t n =
+                ::copy_file_range(local->descriptor(), nullptr, fd_, nullptr, 64 << 20, 0);
+            if (n > 0) {
+                total += static_cast<std::uint64_t>(n);
+                moved(static_cast<std::size_t>(n));
+                continue;
+            }
+            if (n == 0)
+                return total;
+            if (errno == EINTR)
+                continue;
+            // Files the kernel cannot copy between (a fifo, another kind of file system)
+            // are copied here, from where the kernel stopped.
+            if (total == 0 && (errno == EXDEV || errno == EINVAL || errno == ENOSYS ||
+                               errno == EOPNOTSUPP))
+                return OutputStream::writeFrom(input, moved);
+            fail("write", target_);
         }
     }
 

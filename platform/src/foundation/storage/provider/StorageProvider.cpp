@@ -2,11 +2,25 @@
 
 #include <foundation/storage/vfs/Exception.hpp>
 
+#include <vector>
+
 namespace foundation::storage::provider {
 
 InputStream::~InputStream() = default;
 
 OutputStream::~OutputStream() = default;
+
+std::uint64_t OutputStream::writeFrom(InputStream& input,
+                                      const std::function<void(std::size_t)>& moved) {
+    std::vector<char> buffer(1 << 20);
+    std::uint64_t total = 0;
+    while (const std::size_t got = input.read(buffer)) {
+        write({buffer.data(), got});
+        total += got;
+        moved(got);
+    }
+    return total;
+}
 
 StorageProvider::~StorageProvider() = default;
 

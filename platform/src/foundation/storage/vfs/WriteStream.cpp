@@ -1,6 +1,7 @@
 #include <foundation/storage/vfs/WriteStream.hpp>
 
 #include <foundation/storage/vfs/Exception.hpp>
+#include <foundation/storage/vfs/IODevice.hpp>
 
 #include <utility>
 
@@ -34,6 +35,17 @@ void WriteStream::write(const char* data, std::size_t size) {
     provider::OutputStream& stream = open("write");
     try {
         stream.write({data, size});
+    } catch (...) {
+        abort();
+        throw;
+    }
+}
+
+std::uint64_t WriteStream::writeFrom(IODevice& device,
+                                     const std::function<void(std::size_t)>& moved) {
+    provider::OutputStream& stream = open("write");
+    try {
+        return stream.writeFrom(device.stream(), moved);
     } catch (...) {
         abort();
         throw;
