@@ -37,10 +37,7 @@ bool within(const vfs::AbsoluteIRI& inner, const vfs::AbsoluteIRI& outer) {
 
 void copy(const CopyArguments& arguments) {
     Interruptions interruptions;
-    const auto storage = Quarrow::VexaStorageSystem::GetStorageSystemReference();
-    const auto source = locationOf(fl::i18n::to_ustring(arguments.source));
-    const auto target = targetOf(source, locationOf(fl::i18n::to_ustring(arguments.destination)),
-                                 storage);
+    const auto [storage, source, target] = transferOf(arguments.source, arguments.destination);
     std::optional<Progress> progress;
     if (vfs::exists(source, storage) == vfs::existence::folder) {
         if (!arguments.recursive)

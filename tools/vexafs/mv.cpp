@@ -22,10 +22,7 @@ struct MoveArguments {
 
 void move(const MoveArguments& arguments) {
     Interruptions interruptions;
-    const auto storage = Quarrow::VexaStorageSystem::GetStorageSystemReference();
-    const auto source = locationOf(fl::i18n::to_ustring(arguments.source));
-    const auto target = targetOf(source, locationOf(fl::i18n::to_ustring(arguments.destination)),
-                                 storage);
+    const auto [storage, source, target] = transferOf(arguments.source, arguments.destination);
     const vfs::File item(source, storage);
     if (storage->providerFor(source) == storage->providerFor(target)) {
         item.rename(target);

@@ -1,5 +1,10 @@
 #include "transfer.hpp"
 
+#include "arguments.hpp"
+
+#include <Quarrow/VexaStorageSystem.hpp>
+#include <fl/i18n.hpp>
+
 #include <foundation/storage/vfs/Exception.hpp>
 #include <foundation/storage/vfs/Exists.hpp>
 #include <foundation/storage/vfs/Folder.hpp>
@@ -68,17 +73,23 @@ void Progress::show(bool last) {
     std::cerr << line << std::flush;
 }
 
-vfs::AbsoluteIRI targetOf(const vfs::AbsoluteIRI& source, const vfs::AbsoluteIRI& destination,
-                          const vfs::StorageSystemReference& storage) {
+Transfer transferOf(const std::string& sourceText, const std::string& destinationText) {
+    auto storage = Quarrow::VexaStorageSystem::GetStorageSystemReference();
+    auto source = locationOf(fl::i18n::to_ustring(sourceText));
+    auto destination = locationOf(fl::i18n::to_ustring(destinationText));
     // A destination that cannot be looked at is taken as named: writing to it tells why.
-    const virtualfileio::PendingContextScope failedLookLeavesNoContext;
-    try {
-        if (vfs::exists(destination, storage) != vfs::existence::folder)
-            return destination;
-    } catch (const vfs::Exception&) {
-        return destination;
+    bool intoFolder = false;
+    {
+        const virtualfileio::PendingContextScope failedLookLeavesNoContext;
+        try {
+            intoFolder = vfs::exists(destination, storage) == vfs::existence::folder;
+        } catch (const vfs::Exception&) {
+        }
     }
-    return vfs::CanonicalAbsoluteIRI(vfs::CanonicalAbsoluteIRI(destination), source.getName());
+    if (intoFolder)
+        destination = vfs::CanonicalAbsoluteIRI(vfs::CanonicalAbsoluteIRI(destination),
+                                                source.getName());
+    return {std::move(storage), std::move(source), std::move(destination)};
 }
 
 void copyFile(const vfs::File& from, const vfs::File& to, Progress& progress,

@@ -12,6 +12,7 @@
 #include <chrono>
 #include <cstdint>
 #include <optional>
+#include <string>
 
 namespace vexafs {
 
@@ -39,12 +40,14 @@ private:
     bool shown_;
 };
 
-// `destination` itself, or the item of the source's name inside it when it is a folder, as
-// cp and mv take a folder given as the target.
-foundation::storage::vfs::AbsoluteIRI
-targetOf(const foundation::storage::vfs::AbsoluteIRI& source,
-         const foundation::storage::vfs::AbsoluteIRI& destination,
-         const foundation::storage::vfs::StorageSystemReference& storage);
+// What a copy or a move goes from and to, in the host's storage: the user's texts as
+// locations, a destination folder taking the item under the source's own name.
+struct Transfer {
+    foundation::storage::vfs::StorageSystemReference storage;
+    foundation::storage::vfs::AbsoluteIRI source;
+    foundation::storage::vfs::AbsoluteIRI target;
+};
+Transfer transferOf(const std::string& source, const std::string& destination);
 
 // The file's content into `to`, which holds the old content or all of the new.
 // An interruption ends the program either before the commit or after it.
