@@ -1,7 +1,7 @@
 #include <foundation/storage/provider/LocalFileProvider.hpp>
 
 #include "LocalFile.hpp"
-#include "iri_text.hpp"
+#include "foundation/network/iri_text.hpp"
 
 #include <fl/filesystem.hpp>
 #include <fl/i18n.hpp>

@@ -1,6 +1,6 @@
 #include <foundation/storage/vfs/AbsoluteIRI.hpp>
 
-#include "iri_text.hpp"
+#include "foundation/network/iri_text.hpp"
 #include "text_rules.hpp"
 
 #include <Quarrow/VexaStorageSystem.hpp>
