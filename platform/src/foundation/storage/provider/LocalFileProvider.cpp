@@ -53,6 +53,8 @@ void fail(const char* operation, const LocalPath& path) {
 
 ItemType typeOf(mode_t mode) noexcept {
     switch (mode & S_IFMT) {
+    case 0: // DTTOIF(DT_UNKNOWN): the file system does not say; look for yourself
+        return ItemType::Nothing;
     case S_IFREG:
         return ItemType::File;
     case S_IFDIR:
