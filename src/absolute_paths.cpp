@@ -2,6 +2,7 @@
 
 #include "own_status.hpp"
 
+#include <Quarrow/VexaStorageSystem.hpp>
 #include <fl/filesystem.hpp>
 #include <fl/filesystemSharedFcns.hpp>
 #include <foundation/core/except/IException.hpp>

@@ -5,8 +5,6 @@
 #include "url_parsing.hpp"
 
 #include <fl/ascii.hpp>
-#include <fl/filesystem.hpp>
-#include <foundation/storage/utility/url.hpp>
 
 #include <cerrno>
 
@@ -80,37 +78,4 @@ LinkStatus isSymlink(const fl::ustring& path) {
                                                           : LinkStatus::NotLink;
 }
 
-namespace detail {
-
-OwnItem ownItem(const fl::ustring& path) {
-    std::error_code unreadable;
-    const auto own = fl::filesystem::symlink_status(path, unreadable);
-    if (unreadable)
-        return OwnItem::Unreadable;
-    return own.type() == fl::filesystem::file_status::symlink_file ? OwnItem::Link
-                                                                   : OwnItem::NotLink;
-}
-
-foundation::storage::vfs::AbsoluteIRI parseURLText(const fl::ustring& text) {
-    using foundation::storage::vfs::AbsoluteIRI;
-    using foundation::storage::vfs::InvalidIRIException;
-    try {
-        return AbsoluteIRI(text);
-    } catch (const InvalidIRIException&) {
-        // Typed text often holds a space or a stray ".." segment: try it cleaned up.
-    }
-    fl::ustring normalised = text;
-    foundation::storage::utility::normalizeURL(normalised);
-    try {
-        return AbsoluteIRI(normalised);
-    } catch (const InvalidIRIException& second) {
-        if (!normalised.empty() && normalised.back() == urlSeparator.front())
-            throw second;
-    }
-    // A last try as a folder, with the trailing "/" a folder URL has.
-    normalised += urlSeparator;
-    return AbsoluteIRI(normalised);
-}
-
-} // namespace detail
 } // namespace vexa::io::filesystem::core

@@ -1,4 +1,5 @@
 #include <Quarrow/PathManagement/GetStringFromIRI.hpp>
+#include <Quarrow/VexaStorageSystem.hpp>
 #include <fl/filesystem.hpp>
 #include <fl/i18n.hpp>
 #include <foundation/core/except/Exception.hpp>

@@ -2,6 +2,7 @@
 
 #include <vexa/io/filesystem/core/absolute_paths.hpp>
 
+#include <Quarrow/VexaStorageSystem.hpp>
 #include <fl/i18n.hpp>
 #include <host/EngineDispatcher.hpp>
 

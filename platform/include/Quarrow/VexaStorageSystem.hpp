@@ -5,6 +5,10 @@
 
 #include <foundation/storage/vfs/StorageSystem.hpp>
 
+#include <fl/ustring.hpp>
+
+#include <vector>
+
 namespace Quarrow::VexaStorageSystem {
 
 // A new reference to the host's current storage system.
@@ -16,3 +20,14 @@ foundation::storage::vfs::StorageSystemReference
 SetStorageSystemReference(foundation::storage::vfs::StorageSystemReference system);
 
 } // namespace Quarrow::VexaStorageSystem
+
+namespace foundation::storage::vfs {
+
+// The schemes the host's storage system has a provider for, in lower case.
+std::vector<fl::ustring> knownSchemes();
+
+// Whether `text` starts with "scheme://" for a scheme the host's storage system has a
+// provider for, ignoring ASCII case.
+bool hasIRIPrefix(const fl::ustring& text);
+
+} // namespace foundation::storage::vfs

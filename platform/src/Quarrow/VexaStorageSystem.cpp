@@ -1,5 +1,6 @@
 #include <Quarrow/VexaStorageSystem.hpp>
 
+#include <fl/ascii.hpp>
 #include <foundation/storage/provider/HttpProvider.hpp>
 #include <foundation/storage/provider/LocalFileProvider.hpp>
 
@@ -44,3 +45,23 @@ StorageSystemReference SetStorageSystemReference(StorageSystemReference system) 
 }
 
 } // namespace Quarrow::VexaStorageSystem
+
+namespace foundation::storage::vfs {
+
+std::vector<fl::ustring> knownSchemes() {
+    std::vector<fl::ustring> schemes;
+    for (const std::string& scheme :
+         Quarrow::VexaStorageSystem::GetStorageSystemReference()->schemes())
+        schemes.emplace_back(scheme.begin(), scheme.end());
+    return schemes;
+}
+
+bool hasIRIPrefix(const fl::ustring& text) {
+    const auto scheme = fl::ascii::schemeOf(text);
+    if (!scheme)
+        return false;
+    return Quarrow::VexaStorageSystem::GetStorageSystemReference()->findProvider(
+               fl::ascii::toLowerNarrow(*scheme)) != nullptr;
+}
+
+} // namespace foundation::storage::vfs

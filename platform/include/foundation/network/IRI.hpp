@@ -12,12 +12,6 @@
 #include <optional>
 #include <string_view>
 
-namespace foundation::storage::vfs {
-class AbsoluteIRI;
-class CanonicalAbsoluteIRI;
-AbsoluteIRI toAbsoluteIRI(const fl::ustring& scheme, const fl::ustring& path);
-} // namespace foundation::storage::vfs
-
 namespace foundation::network {
 
 namespace iri {
@@ -32,6 +26,15 @@ enum class Encoding {
     Decoded,
 };
 } // namespace iri
+
+namespace detail {
+// The key to the members through which the rest of the IRI layer (AbsoluteIRI and its kin)
+// makes IRIs without a second parse. They take the normal form on trust; needing the key,
+// no other code reaches them by chance.
+struct IRILayer {
+    explicit IRILayer() = default;
+};
+} // namespace detail
 
 class IRI;
 
@@ -107,21 +110,22 @@ public:
         return a.uriText() == b.uriText();
     }
 
+    // --- for the IRI layer ---------------------------------------------------------------
+    // Related IRIs (parent, resolved) are derived by editing the URI form, which is already
+    // normal and needs no second parse.
+
+    // The parsed URI form, in normal form.
+    const boost::urls::url& url() const noexcept { return url_; }
+    // An IRI from a URL already in normal form (one edited from an IRI's URL so that it stays
+    // normal, or put together from parts in normal form).
+    IRI(detail::IRILayer, boost::urls::url url) noexcept : url_(std::move(url)) {}
+    // An IRI to read text into, unusable until read() returned true. The storage layer
+    // parses in place: a move of the parsed form costs a good part of a parse.
+    explicit IRI(detail::IRILayer) noexcept {}
+    // Parses IRI text into this IRI, which is left unusable when it returns false.
+    bool read(detail::IRILayer, fl::ustring_view text);
+
 private:
-    IRI() = default;
-    explicit IRI(boost::urls::url url) : url_(std::move(url)) {}
-    // Parses IRI text into this IRI, which is left unusable when it returns false. The
-    // storage layer parses in place: a move of the parsed form costs a good part of a parse.
-    bool read(fl::ustring_view text);
-
-    // The storage layer derives related IRIs (parent, resolved) by editing the URI form,
-    // which is already normal and needs no second parse.
-    friend class foundation::storage::vfs::AbsoluteIRI;
-    friend class foundation::storage::vfs::CanonicalAbsoluteIRI;
-    friend foundation::storage::vfs::AbsoluteIRI
-    foundation::storage::vfs::toAbsoluteIRI(const fl::ustring&, const fl::ustring&);
-    friend struct IRIArgs;
-
     boost::urls::url url_;
 };
 

@@ -1,6 +1,6 @@
 #include <Quarrow/PathManagement/GetStringFromIRI.hpp>
 
-#include "iri_text.hpp"
+#include "foundation/network/iri_text.hpp"
 
 #include <fl/i18n.hpp>
 #include <foundation/network/IRI.hpp>

@@ -186,9 +186,9 @@ IRIArgs::IRIArgs(const IRI& iri)
       host(iri.hasAuthority() ? iri.getHost(iri::Encoding::IRI) : fl::ustring()),
       path(iri.getPath(iri::Encoding::IRI)), query(iri.getQuery(iri::Encoding::IRI)),
       hasQuery(iri.hasQuery()), fragment(iri.getFragment(iri::Encoding::IRI)),
-      hasFragment(iri.hasFragment()), origin_(iri.url_) {
+      hasFragment(iri.hasFragment()), origin_(iri.url()) {
     if (iri.hasPort())
-        port = fl::i18n::to_ustring(view(iri.url_.port()));
+        port = fl::i18n::to_ustring(view(iri.url().port()));
 }
 
 IRI::IRI(const IRIArgs& args) {
@@ -275,20 +275,20 @@ IRI::IRI(const IRIArgs& args) {
 }
 
 std::optional<IRI> IRI::parse(fl::ustring_view text) {
-    IRI iri;
-    if (!iri.read(text))
+    IRI iri{detail::IRILayer()};
+    if (!iri.read(detail::IRILayer(), text))
         return std::nullopt;
     return iri;
 }
 
 std::optional<IRI> IRI::parseUri(std::string uri) {
-    IRI iri;
+    IRI iri{detail::IRILayer()};
     if (!finish(uri, acceptAll, iri.url_))
         return std::nullopt;
     return iri;
 }
 
-bool IRI::read(fl::ustring_view text) {
+bool IRI::read(detail::IRILayer, fl::ustring_view text) {
     std::string uri;
     detail::appendUri(uri, text);
     return finish(uri, acceptAll, url_);

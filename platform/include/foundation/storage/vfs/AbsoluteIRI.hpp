@@ -11,7 +11,6 @@
 #include <span>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace foundation::storage::vfs {
 
@@ -111,11 +110,5 @@ private:
 // U+0000 or a relative path throws InvalidIRIException).
 AbsoluteIRI toAbsoluteIRI(const fl::ustring& scheme, const fl::ustring& path);
 CanonicalAbsoluteIRI toCanonicalAbsoluteIRI(const fl::ustring& scheme, const fl::ustring& path);
-
-// The schemes the storage system has a provider for, in lower case.
-std::vector<fl::ustring> knownSchemes();
-
-// Whether `text` starts with "scheme://" for a known scheme, ignoring ASCII case.
-bool hasIRIPrefix(const fl::ustring& text);
 
 } // namespace foundation::storage::vfs

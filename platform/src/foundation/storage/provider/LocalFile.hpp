@@ -1,9 +1,9 @@
 #pragma once
 
 // What the three sources of the `file` provider share: how a location becomes a native
-// path, and how a stat record becomes the provider's terms. The provider's members live in
-// LocalFileProvider.cpp (changes and reading), LocalFileInfo.cpp (looking: probe and
-// attributes) and LocalFileEnumerator.cpp (listing).
+// path, and how a stat record or a listing's entry becomes the provider's terms. The
+// provider's members live in LocalFileProvider.cpp (changes and reading), LocalFileInfo.cpp
+// (looking: probe and attributes) and LocalFileEnumerator.cpp (listing).
 
 #include <foundation/storage/provider/ItemStatus.hpp>
 #include <foundation/storage/vfs/AbsoluteIRI.hpp>
@@ -34,6 +34,8 @@ LocalPath localPath(const vfs::AbsoluteIRI& location, const char* operation);
 // Raises the failure that errno holds after `operation` on `path`.
 [[noreturn]] void fail(const char* operation, const LocalPath& path);
 
+// The type in a stat record's mode, or in a listing's d_type as DTTOIF gives it: a type the
+// file system did not say (DT_UNKNOWN) is Nothing.
 ItemType typeOf(mode_t mode) noexcept;
 
 } // namespace foundation::storage::provider::local

@@ -19,21 +19,6 @@ struct CloseFolder {
     void operator()(DIR* folder) const noexcept { ::closedir(folder); }
 };
 
-ItemType typeOf(unsigned char direntType) noexcept {
-    switch (direntType) {
-    case DT_REG:
-        return ItemType::File;
-    case DT_DIR:
-        return ItemType::Folder;
-    case DT_LNK:
-        return ItemType::Link;
-    case DT_UNKNOWN:
-        return ItemType::Nothing; // the file system does not say: look for yourself
-    default:
-        return ItemType::Other;
-    }
-}
-
 bool isDotOrDotDot(const char* name) noexcept {
     return name[0] == '.' && (name[1] == '\0' || (name[1] == '.' && name[2] == '\0'));
 }
@@ -53,7 +38,8 @@ std::vector<FolderEntry> LocalFileProvider::list(const vfs::AbsoluteIRI& folder)
         if (!entry)
             break;
         if (!isDotOrDotDot(entry->d_name))
-            entries.push_back({fl::i18n::to_ustring(entry->d_name), typeOf(entry->d_type)});
+            entries.push_back(
+                {fl::i18n::to_ustring(entry->d_name), local::typeOf(DTTOIF(entry->d_type))});
     }
     if (errno != 0)
         local::fail("list", path);

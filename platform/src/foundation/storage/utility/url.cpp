@@ -1,6 +1,6 @@
 #include <foundation/storage/utility/url.hpp>
 
-#include "iri_text.hpp"
+#include "foundation/network/iri_text.hpp"
 
 #include <fl/i18n.hpp>
 

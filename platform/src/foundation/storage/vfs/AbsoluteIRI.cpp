@@ -1,9 +1,8 @@
 #include <foundation/storage/vfs/AbsoluteIRI.hpp>
 
-#include "iri_text.hpp"
+#include "foundation/network/iri_text.hpp"
 #include "text_rules.hpp"
 
-#include <Quarrow/VexaStorageSystem.hpp>
 #include <fl/i18n.hpp>
 #include <foundation/core/except/Exception.hpp>
 
@@ -190,11 +189,11 @@ void InvalidIRIException::rethrow() const {
 
 // --- AbsoluteIRI -------------------------------------------------------------------------
 
-AbsoluteIRI::AbsoluteIRI(const fl::ustring& text) {
+AbsoluteIRI::AbsoluteIRI(const fl::ustring& text) : iri_(ndetail::IRILayer()) {
     // No IRI starts with "/": such text can only be a native path.
     if (!text.empty() && text.front() == u'/')
         iri_ = std::move(toAbsoluteIRI(u"file", text).iri_);
-    else if (!iri_.read(text))
+    else if (!iri_.read(ndetail::IRILayer(), text))
         throw InvalidIRIException(text);
 }
 
@@ -203,7 +202,7 @@ network::IRI AbsoluteIRI::withPath(const network::IRI& iri, std::string_view pat
     // Editing the parsed form spares a parse of text that is valid already. Boost.URL 1.81
     // writes some paths otherwise than asked, though ("//a" after an authority as "/.//a",
     // "/" as "/./"): such a path goes in as text, read again.
-    boost::urls::url edited = iri.url_;
+    boost::urls::url edited = iri.url();
     if (!keepQueryAndFragment) {
         edited.remove_fragment();
         edited.remove_query();
@@ -212,7 +211,7 @@ network::IRI AbsoluteIRI::withPath(const network::IRI& iri, std::string_view pat
     std::string expected;
     appendPath(expected, edited.has_authority(), path);
     if (view(edited.encoded_path()) == expected)
-        return network::IRI(std::move(edited));
+        return network::IRI(ndetail::IRILayer(), std::move(edited));
     std::string text(beforePath(edited));
     text += expected;
     const auto written = edited.encoded_path();
@@ -225,11 +224,11 @@ network::IRI AbsoluteIRI::withPath(const network::IRI& iri, std::string_view pat
 }
 
 bool AbsoluteIRI::hasParent() const noexcept {
-    return lastSegment(segmentsPath(iri_.url_)).has_value();
+    return lastSegment(segmentsPath(iri_.url())).has_value();
 }
 
 AbsoluteIRI AbsoluteIRI::getParent() const {
-    const std::string_view path = segmentsPath(iri_.url_);
+    const std::string_view path = segmentsPath(iri_.url());
     const auto last = lastSegment(path);
     if (!last)
         throw core::except::Exception<core::except::IInternalException>(
@@ -238,19 +237,19 @@ AbsoluteIRI AbsoluteIRI::getParent() const {
 }
 
 fl::ustring AbsoluteIRI::getParentText() const {
-    const std::string_view path = segmentsPath(iri_.url_);
+    const std::string_view path = segmentsPath(iri_.url());
     const auto last = lastSegment(path);
     if (!last)
         throw core::except::Exception<core::except::IInternalException>(
             "An IRI without a parent was asked for its parent: " + std::string(iri_.uriText()));
     // The start of text in normal form, cut after a "/" of its path, is the normal form of
     // what it names.
-    const auto end = static_cast<std::size_t>(path.data() - iri_.url_.data()) + last->parentEnd;
+    const auto end = static_cast<std::size_t>(path.data() - iri_.url().data()) + last->parentEnd;
     return ndetail::fromUri(iri_.uriText().substr(0, end), Encoding::IRI);
 }
 
 fl::ustring AbsoluteIRI::getName() const {
-    const std::string_view path = segmentsPath(iri_.url_);
+    const std::string_view path = segmentsPath(iri_.url());
     const auto last = lastSegment(path);
     if (!last)
         return {};
@@ -259,15 +258,15 @@ fl::ustring AbsoluteIRI::getName() const {
 }
 
 AbsoluteIRI AbsoluteIRI::getResolvedIRI() const {
-    const std::string_view path = segmentsPath(iri_.url_);
+    const std::string_view path = segmentsPath(iri_.url());
     if (path.find('.') == std::string_view::npos)
         return *this;
     return AbsoluteIRI(withPath(iri_, ndetail::removeDotSegments(path), true));
 }
 
 fl::ustring AbsoluteIRI::makePathRelativeTo(const AbsoluteIRI& base) const {
-    const auto& mine = iri_.url_;
-    const auto& theirs = base.iri_.url_;
+    const auto& mine = iri_.url();
+    const auto& theirs = base.iri_.url();
     if (mine.scheme() != theirs.scheme() || mine.has_authority() != theirs.has_authority() ||
         mine.encoded_authority() != theirs.encoded_authority())
         return toString();
@@ -318,7 +317,7 @@ AbsoluteIRI AbsoluteIRI::resolve(const fl::ustring& reference) const {
         rest.remove_prefix(end == std::string_view::npos ? rest.size() : end);
     }
 
-    const auto& url = iri_.url_;
+    const auto& url = iri_.url();
     std::string text;
     std::string path;
     bool hasAuthority = authority.has_value();
@@ -362,7 +361,7 @@ AbsoluteIRI AbsoluteIRI::resolve(const fl::ustring& reference) const {
 // --- CanonicalAbsoluteIRI ----------------------------------------------------------------
 
 void CanonicalAbsoluteIRI::canonicalise() {
-    const std::string_view path = segmentsPath(iri_.url_);
+    const std::string_view path = segmentsPath(iri_.url());
     if (path.empty() && iri_.hasAuthority())
         iri_ = withPath(iri_, "/", true);
     else if (path.find('.') != std::string_view::npos)
@@ -381,7 +380,7 @@ CanonicalAbsoluteIRI::CanonicalAbsoluteIRI(const CanonicalAbsoluteIRI& base,
     : AbsoluteIRI(base) {
     if (leaf.empty())
         return;
-    std::string path(segmentsPath(iri_.url_));
+    std::string path(segmentsPath(iri_.url()));
     const bool dotSegment = appendLeafSegment(path, leaf);
     iri_ = withPath(iri_, path, false);
     // The base is canonical: only the segment just added can make it otherwise.
@@ -427,7 +426,7 @@ AbsoluteIRI toAbsoluteIRI(const fl::ustring& scheme, const fl::ustring& path) {
     url.set_encoded_host("");
     url.set_encoded_path(encodedPath);
     if (view(url.encoded_path()) == encodedPath)
-        return AbsoluteIRI(IRI(std::move(url)));
+        return AbsoluteIRI(IRI(ndetail::IRILayer(), std::move(url)));
     auto iri = IRI::parseUri(std::move(uri));
     if (!iri) // every byte is escaped or allowed in a path: this cannot fail
         throw core::except::Exception<core::except::IInternalException>(
@@ -437,22 +436,6 @@ AbsoluteIRI toAbsoluteIRI(const fl::ustring& scheme, const fl::ustring& path) {
 
 CanonicalAbsoluteIRI toCanonicalAbsoluteIRI(const fl::ustring& scheme, const fl::ustring& path) {
     return CanonicalAbsoluteIRI(toAbsoluteIRI(scheme, path));
-}
-
-std::vector<fl::ustring> knownSchemes() {
-    std::vector<fl::ustring> schemes;
-    for (const std::string& scheme :
-         Quarrow::VexaStorageSystem::GetStorageSystemReference()->schemes())
-        schemes.emplace_back(scheme.begin(), scheme.end());
-    return schemes;
-}
-
-bool hasIRIPrefix(const fl::ustring& text) {
-    const auto scheme = fl::ascii::schemeOf(text);
-    if (!scheme)
-        return false;
-    return Quarrow::VexaStorageSystem::GetStorageSystemReference()->findProvider(
-               fl::ascii::toLowerNarrow(*scheme)) != nullptr;
 }
 
 } // namespace foundation::storage::vfs

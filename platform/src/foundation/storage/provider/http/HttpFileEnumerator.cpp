@@ -3,7 +3,7 @@
 #include <foundation/storage/provider/HttpProvider.hpp>
 
 #include "HttpRequest.hpp"
-#include "iri_text.hpp"
+#include "foundation/network/iri_text.hpp"
 
 #include <fl/ascii.hpp>
 #include <foundation/storage/vfs/Exception.hpp>
