@@ -11,6 +11,7 @@
 #include <fl/filesystem.hpp>
 #include <foundation/storage/vfs/AbsoluteIRI.hpp>
 #include <foundation/storage/vfs/Exception.hpp>
+#include <foundation/storage/vfs/Look.hpp>
 #include <host/Standalone.hpp>
 #include <virtualfileio/ExceptionContextHandler.hpp>
 
@@ -222,6 +223,8 @@ ResolvedPath resolvePath(const fl::ustring& path, const ResolvePathOptions& opti
 
 ResolvedPathAttributes resolvePathWithAttributes(const fl::ustring& path,
                                                  const ResolvePathOptions& options) {
+    // The look that found the item also answers its attributes, where it holds them.
+    const vfs::SharedLooks oneLookPerItem;
     ResolutionRecord record = resolveRecord(path, options);
     ResolvedPathAttributes resolved{
         std::move(record.path), kindOf(record.existence, options.resolveSymbolicLinks), {}};

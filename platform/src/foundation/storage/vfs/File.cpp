@@ -2,6 +2,9 @@
 
 #include <foundation/storage/vfs/Exception.hpp>
 #include <foundation/storage/vfs/Folder.hpp>
+#include <foundation/storage/vfs/Look.hpp>
+
+#include "boundary.hpp"
 
 namespace foundation::storage::vfs {
 
@@ -12,25 +15,45 @@ File::File(const Folder& folder, const fl::ustring& leaf)
     : StorageItem(CanonicalAbsoluteIRI(CanonicalAbsoluteIRI(folder.getLocation()), leaf),
                   folder.getStorage()) {}
 
+namespace {
+
+// The look at the item the location leads to, with `wanted`; what keeps it from being
+// reached is raised as the failure of `operation`.
+provider::ItemStatus reached(const provider::StorageProvider& provider, const AbsoluteIRI& location,
+                             provider::Facts wanted, const char* operation) {
+    provider::ItemStatus status = look(provider, location, wanted, operation);
+    if (const auto code = provider::unreachableBecause(status))
+        raise(*code, operation, provider.describe(location));
+    return status;
+}
+
+} // namespace
+
 void File::createFile() const {
-    provider()->createFile(getLocation());
+    const auto provider = this->provider();
+    changing(*provider, getLocation(), "createFile", [&] { provider->createFile(getLocation()); });
 }
 
 void File::removeFile() const {
-    provider()->removeFile(getLocation());
+    const auto provider = this->provider();
+    changing(*provider, getLocation(), "removeFile", [&] { provider->removeFile(getLocation()); });
 }
 
 provider::FileAttributes File::getAttributes() const {
-    return provider()->attributes(getLocation());
+    const provider::ItemStatus status =
+        reached(*provider(), getLocation(), provider::Facts::Writable, "attributes");
+    return provider::FileAttributes(status.writable, status.lastModified, status.size);
 }
 
 provider::ExtendedAttributes File::getExtendedAttributes() const {
-    return provider()->extendedAttributes(getLocation());
+    return reached(*provider(), getLocation(), provider::Facts::Extended, "extendedAttributes")
+        .extended;
 }
 
 WriteStream File::openForWriting(WriteMode mode) const {
     const auto provider = this->provider();
-    return WriteStream(provider->openForWriting(getLocation(), mode),
+    return WriteStream(changing(*provider, getLocation(), "openForWriting",
+                                [&] { return provider->openForWriting(getLocation(), mode); }),
                        provider->describe(getLocation()));
 }
 
@@ -39,7 +62,7 @@ void File::rename(const AbsoluteIRI& target) const {
     // A move between two stores is a copy and a removal, which the caller decides on.
     if (getStorage()->providerFor(target) != provider)
         raise(UnsupportedOperation, "rename", provider->describe(getLocation()));
-    provider->rename(getLocation(), target);
+    changing(*provider, getLocation(), "rename", [&] { provider->rename(getLocation(), target); });
 }
 
 } // namespace foundation::storage::vfs

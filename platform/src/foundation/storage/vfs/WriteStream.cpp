@@ -2,6 +2,8 @@
 
 #include <foundation/storage/vfs/Exception.hpp>
 
+#include "boundary.hpp"
+
 #include <utility>
 
 namespace foundation::storage::vfs {
@@ -34,6 +36,10 @@ void WriteStream::write(const char* data, std::size_t size) {
     provider::OutputStream& stream = open("write");
     try {
         stream.write({data, size});
+    } catch (Exception& failure) {
+        recordFailure(failure, "write", location_);
+        abort();
+        throw;
     } catch (...) {
         abort();
         throw;
@@ -42,8 +48,14 @@ void WriteStream::write(const char* data, std::size_t size) {
 
 void WriteStream::close() {
     provider::OutputStream& stream = open("close");
+    // The item changes here, or in part if the commit fails.
+    forgetLooks();
     try {
         stream.commit();
+    } catch (Exception& failure) {
+        recordFailure(failure, "close", location_);
+        abort();
+        throw;
     } catch (...) {
         abort();
         throw;
