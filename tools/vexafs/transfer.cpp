@@ -10,7 +10,6 @@
 #include <iostream>
 #include <vector>
 
-
 namespace vexafs {
 namespace vfs = foundation::storage::vfs;
 
@@ -30,8 +29,7 @@ std::string inUnits(double bytes) {
 
 } // namespace
 
-Progress::Progress(std::optional<std::uint64_t> total, bool shown)
-    : total_(total), shown_(shown) {}
+Progress::Progress(std::optional<std::uint64_t> total, bool shown) : total_(total), shown_(shown) {}
 
 Progress::~Progress() {
     if (shown_ && bytes_ > 0)
@@ -71,13 +69,17 @@ void Progress::show(bool last) {
 vfs::AbsoluteIRI targetOf(const vfs::AbsoluteIRI& source, const vfs::AbsoluteIRI& destination,
                           const vfs::StorageSystemReference& storage) {
     // A destination that cannot be looked at is taken as named: writing to it tells why.
-    const virtualfileio::PendingContextScope failedLookLeavesNoContext;
-    try {
-        if (vfs::exists(destination, storage) != vfs::existence::folder)
-            return destination;
-    } catch (const vfs::Exception&) {
+    const bool intoFolder = virtualfileio::answeringFailures(
+        [&] { return vfs::exists(destination, storage) == vfs::existence::folder; },
+        [] {
+            try {
+                throw;
+            } catch (const vfs::Exception&) {
+                return false;
+            }
+        });
+    if (!intoFolder)
         return destination;
-    }
     return vfs::CanonicalAbsoluteIRI(vfs::CanonicalAbsoluteIRI(destination), source.getName());
 }
 

@@ -27,15 +27,19 @@ void createWithAncestors(const StorageProvider& provider, const AbsoluteIRI& fol
     if (status.type == provider::ItemType::Nothing && status.missingCode == ResourceNotFound &&
         folder.hasParent())
         createWithAncestors(provider, folder.getParent());
-    const virtualfileio::PendingContextScope raceLeavesNoContext;
-    try {
-        changing(provider, folder, "createFolder", [&] { provider.createFolder(folder); });
-    } catch (const Exception& error) {
-        // Another process may have made it since the look: that is what was asked for.
-        if (error.getErrorCode() != ResourceAlreadyExists ||
-            !provider::isFolder(look(provider, folder, provider::Facts::Kind, "createFolder")))
-            throw;
-    }
+    virtualfileio::answeringFailures(
+        [&] { changing(provider, folder, "createFolder", [&] { provider.createFolder(folder); }); },
+        [&] {
+            try {
+                throw;
+            } catch (const Exception& error) {
+                // Another process may have made it since the look: that is what was asked for.
+                if (error.getErrorCode() != ResourceAlreadyExists ||
+                    !provider::isFolder(
+                        look(provider, folder, provider::Facts::Kind, "createFolder")))
+                    throw;
+            }
+        });
 }
 
 } // namespace
