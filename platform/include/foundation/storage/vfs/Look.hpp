@@ -33,4 +33,9 @@ private:
 provider::ItemStatus look(const provider::StorageProvider& provider, const AbsoluteIRI& location,
                           provider::Facts wanted, std::string operation);
 
+// The look at the item the location leads to; what keeps it from being reached (missing, a
+// link that leads nowhere) is raised as the failure of `operation`.
+provider::ItemStatus reached(const provider::StorageProvider& provider, const AbsoluteIRI& location,
+                             provider::Facts wanted, const char* operation);
+
 } // namespace foundation::storage::vfs

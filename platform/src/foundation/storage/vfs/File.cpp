@@ -15,20 +15,6 @@ File::File(const Folder& folder, const fl::ustring& leaf)
     : StorageItem(CanonicalAbsoluteIRI(CanonicalAbsoluteIRI(folder.getLocation()), leaf),
                   folder.getStorage()) {}
 
-namespace {
-
-// The look at the item the location leads to, with `wanted`; what keeps it from being
-// reached is raised as the failure of `operation`.
-provider::ItemStatus reached(const provider::StorageProvider& provider, const AbsoluteIRI& location,
-                             provider::Facts wanted, const char* operation) {
-    provider::ItemStatus status = look(provider, location, wanted, operation);
-    if (const auto code = provider::unreachableBecause(status))
-        raise(*code, operation, provider.describe(location));
-    return status;
-}
-
-} // namespace
-
 void File::createFile() const {
     const auto provider = this->provider();
     changing(*provider, getLocation(), "createFile", [&] { provider->createFile(getLocation()); });

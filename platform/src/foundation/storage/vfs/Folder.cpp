@@ -76,12 +76,8 @@ void Folder::createFolderRecursive() const {
 provider::FolderAttributes Folder::getAttributes() const {
     // A folder's attributes are its time alone, which the look gives: a file's attributes
     // would also ask whether it may be written.
-    const auto provider = this->provider();
-    const provider::ItemStatus status =
-        look(*provider, getLocation(), provider::Facts::Kind, "attributes");
-    if (const auto code = provider::unreachableBecause(status))
-        raise(*code, "attributes", provider->describe(getLocation()));
-    return provider::FolderAttributes(status.lastModified);
+    return provider::FolderAttributes(
+        reached(*provider(), getLocation(), provider::Facts::Kind, "attributes").lastModified);
 }
 
 void Folder::removeFolder() const {

@@ -59,4 +59,12 @@ provider::ItemStatus look(const provider::StorageProvider& provider, const Absol
     return status;
 }
 
+provider::ItemStatus reached(const provider::StorageProvider& provider, const AbsoluteIRI& location,
+                             provider::Facts wanted, const char* operation) {
+    provider::ItemStatus status = look(provider, location, wanted, operation);
+    if (const auto code = provider::unreachableBecause(status))
+        raise(*code, operation, provider.describe(location));
+    return status;
+}
+
 } // namespace foundation::storage::vfs
