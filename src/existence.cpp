@@ -57,7 +57,6 @@ bool isSymlink(ExistenceTypeExtended type) {
 ExistenceTypeExtended getExtendedExistenceType(const vfs::AbsoluteIRI& iri, bool throwOnError) {
     const vfs::StorageSystemReference storage =
         Quarrow::VexaStorageSystem::GetStorageSystemReference();
-    const virtualfileio::PendingContextScope answeredFailuresLeaveNoContext;
     // Missing items and paths through files are what they say; only an I/O failure may be a
     // link that cannot be followed, which is an item worth reporting.
     const auto onFailure = [&](int code, auto makeError) {
@@ -67,16 +66,22 @@ ExistenceTypeExtended getExtendedExistenceType(const vfs::AbsoluteIRI& iri, bool
             vfs::raise(vfs::Exception(makeError())); // the storage layer's type, by value
         return foundation::storage::provider::ExistsAsNothing;
     };
-    try {
-        // What existsExtended would raise comes back as an answer here: a query for a
-        // missing item costs no exception unless the caller wants one.
-        const vfs::ExtendedExistence look = vfs::lookUpExtended(iri, storage);
-        if (look.answered())
-            return look.type;
-        return onFailure(look.failureCode, [&] { return vfs::failureOf(look, iri, storage); });
-    } catch (const vfs::Exception& error) {
-        return onFailure(error.getErrorCode(), [&] { return error; });
-    }
+    return virtualfileio::answeringFailures(
+        [&] {
+            // What existsExtended would raise comes back as an answer here: a query for a
+            // missing item costs no exception unless the caller wants one.
+            const vfs::ExtendedExistence look = vfs::lookUpExtended(iri, storage);
+            if (look.answered())
+                return look.type;
+            return onFailure(look.failureCode, [&] { return vfs::failureOf(look, iri, storage); });
+        },
+        [&] {
+            try {
+                throw;
+            } catch (const vfs::Exception& error) {
+                return onFailure(error.getErrorCode(), [&] { return error; });
+            }
+        });
 }
 
 } // namespace vexa::io::filesystem::core

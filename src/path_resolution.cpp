@@ -11,6 +11,7 @@
 #include <fl/filesystem.hpp>
 #include <foundation/storage/vfs/AbsoluteIRI.hpp>
 #include <foundation/storage/vfs/Exception.hpp>
+#include <foundation/storage/vfs/Look.hpp>
 #include <host/Standalone.hpp>
 #include <virtualfileio/ExceptionContextHandler.hpp>
 
@@ -43,18 +44,22 @@ struct ResolutionRecord {
 // The location `text` names, read as IRI text or as a native path; none for text that can
 // name no location, which resolves to nothing rather than to an error.
 std::optional<vfs::AbsoluteIRI> makeIRI(const fl::ustring& text, bool isIRI) {
-    const virtualfileio::PendingContextScope refusedTextLeavesNoContext;
-    try {
-        if (isIRI)
-            return vfs::AbsoluteIRI(text);
-        return vfs::toAbsoluteIRI(u"file",
-                                  text.empty() ? text : fs::detail::make_native_form(text, true));
-    } catch (const vfs::Exception&) {
-        log::logCaughtException();
-    } catch (const vfs::InvalidIRIException&) {
-        log::logCaughtException();
-    }
-    return std::nullopt;
+    return virtualfileio::answeringFailures(
+        [&]() -> std::optional<vfs::AbsoluteIRI> {
+            if (isIRI)
+                return vfs::AbsoluteIRI(text);
+            return vfs::toAbsoluteIRI(
+                u"file", text.empty() ? text : fs::detail::make_native_form(text, true));
+        },
+        [&]() -> std::optional<vfs::AbsoluteIRI> {
+            try {
+                throw;
+            } catch (const vfs::Exception&) {
+            } catch (const vfs::InvalidIRIException&) {
+            }
+            log::logCaughtException();
+            return std::nullopt;
+        });
 }
 
 // The host's look-up of a name in the current folder and along the search path.
@@ -222,6 +227,8 @@ ResolvedPath resolvePath(const fl::ustring& path, const ResolvePathOptions& opti
 
 ResolvedPathAttributes resolvePathWithAttributes(const fl::ustring& path,
                                                  const ResolvePathOptions& options) {
+    // The look that found the item also answers its attributes, where it holds them.
+    const vfs::SharedLooks oneLookPerItem;
     ResolutionRecord record = resolveRecord(path, options);
     ResolvedPathAttributes resolved{
         std::move(record.path), kindOf(record.existence, options.resolveSymbolicLinks), {}};

@@ -21,6 +21,7 @@
 #include <cerrno>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <set>
 #include <tuple>
 
@@ -287,8 +288,8 @@ TEST_F(Storage, RenamedAndRemoved) {
         std::string from, to;
         int result;
     } moves[] = {
-        {"file", "moved", 100},  {"folder", "moved/", 100}, {"file", "empty", -3},
-        {"file", "linkFile", -3}, {"fifo", "dangling", -3}, {"missing", "x", -1},
+        {"file", "moved", 100},   {"folder", "moved/", 100}, {"file", "empty", -3},
+        {"file", "linkFile", -3}, {"fifo", "dangling", -3},  {"missing", "x", -1},
         {"file", "none/x", -1},
     };
     for (const auto& m : moves) {
@@ -307,7 +308,10 @@ TEST_F(Storage, RenamedAndRemoved) {
     EXPECT_EQ(failure([&] { fileAt(dir / "file").rename(iriOf("http://127.0.0.1:9/x")); }), -11);
 
     const std::pair<std::string, int> removals[] = {
-        {"full", -vfs::FolderNotEmpty}, {"file", -4}, {"linkFolder", -4}, {"missing", -1},
+        {"full", -vfs::FolderNotEmpty},
+        {"file", -4},
+        {"linkFolder", -4},
+        {"missing", -1},
         {"empty", 100},
     };
     for (const auto& [name, result] : removals) {
@@ -318,10 +322,15 @@ TEST_F(Storage, RenamedAndRemoved) {
     }
 }
 
-// A provider that implements only the look, and says no more than "nothing" about anything.
+// A provider that implements only the look, and says no more than "nothing" about anything;
+// below "/refused" it fails by throwing alone, leaving nothing pending itself.
 struct LookOnlyProvider : provider::StorageProvider {
     std::vector<std::string> schemes() const override { return {"mem"}; }
-    provider::ItemStatus probe(const AbsoluteIRI&) const override { return {}; }
+    provider::ItemStatus look(const AbsoluteIRI& at, provider::Facts) const override {
+        if (at.toString().starts_with(u"mem://h/refused"))
+            throw vfs::Exception(vfs::PermissionDenied, describe(at));
+        return {};
+    }
 };
 
 TEST(StorageSystem, ProvidersByScheme) {
@@ -345,6 +354,29 @@ TEST(StorageSystem, ProvidersByScheme) {
     EXPECT_EQ(failure([&] { vfs::File(iriOf("mem://h/x"), storage).createFile(); }), -11);
     EXPECT_EQ(failure([&] { vfs::Folder(iriOf("mem://h/x/y"), storage).createFolderRecursive(); }),
               -11);
+    // What it only throws is reported as every failure is: its context pending, named by
+    // what the storage system was asked.
+    const AbsoluteIRI refused = iriOf("mem://h/refused");
+    const std::pair<std::function<void()>, std::string> thrown[] = {
+        {[&] { vfs::exists(refused, storage); }, "exists"},
+        {[&] { vfs::existsExtended(refused, storage); }, "existsExtended"},
+        {[&] { vfs::File(refused, storage).getAttributes(); }, "attributes"},
+        {[&] { vfs::File(refused, storage).getExtendedAttributes(); }, "extendedAttributes"},
+        {[&] { vfs::Folder(refused, storage).getAttributes(); }, "attributes"},
+        {[&] { vfs::Folder(refused, storage).createFolderRecursive(); }, "createFolder"},
+    };
+    for (const auto& [call, operation] : thrown) {
+        virtualfileio::ExceptionContextHandler::ClearPendingContext();
+        EXPECT_EQ(failure(call), -vfs::PermissionDenied) << operation;
+        virtualfileio::ExceptionContextHandler::ClearPendingContext();
+        try {
+            call();
+        } catch (const vfs::Exception& error) {
+            ASSERT_EQ(error.getContexts().size(), 1u) << operation;
+            EXPECT_EQ(error.getContexts()[0].operation(), operation);
+        }
+        EXPECT_TRUE(virtualfileio::ExceptionContextHandler::PendingContext()) << operation;
+    }
     EXPECT_THROW(vfs::StorageSystemReference(nullptr),
                  foundation::core::except::IInternalException);
 }

@@ -83,9 +83,14 @@ public:
     }
 
     std::vector<std::string> schemes() const override { return schemes_; }
-    provider::ItemStatus probe(const vfs::AbsoluteIRI& at) const override {
-        check(Operation::Probe, at);
-        return inner().probe(at);
+    // A look fails as the query it answers: Attributes where writability is wanted,
+    // ExtendedAttributes where they are, Probe for the kind alone.
+    provider::ItemStatus look(const vfs::AbsoluteIRI& at, provider::Facts wanted) const override {
+        check(provider::holds(wanted, provider::Facts::Extended)   ? Operation::ExtendedAttributes
+              : provider::holds(wanted, provider::Facts::Writable) ? Operation::Attributes
+                                                                   : Operation::Probe,
+              at);
+        return inner().look(at, wanted);
     }
     std::vector<provider::FolderEntry> list(const vfs::AbsoluteIRI& at) const override {
         check(Operation::List, at);
@@ -104,14 +109,6 @@ public:
     void createFolder(const vfs::AbsoluteIRI& at) const override {
         check(Operation::CreateFolder, at);
         inner().createFolder(at);
-    }
-    provider::FileAttributes attributes(const vfs::AbsoluteIRI& at) const override {
-        check(Operation::Attributes, at);
-        return inner().attributes(at);
-    }
-    provider::ExtendedAttributes extendedAttributes(const vfs::AbsoluteIRI& at) const override {
-        check(Operation::ExtendedAttributes, at);
-        return inner().extendedAttributes(at);
     }
     std::unique_ptr<provider::InputStream>
     openForReading(const vfs::AbsoluteIRI& at) const override {
@@ -166,7 +163,8 @@ private:
 
     std::vector<std::string> schemes_;
     std::map<Operation, Fault> faults_;
-    mutable std::array<std::atomic<int>, static_cast<std::size_t>(Operation::RemoveFolder) + 1> calls_{};
+    mutable std::array<std::atomic<int>, static_cast<std::size_t>(Operation::RemoveFolder) + 1>
+        calls_{};
     std::vector<provider::FolderEntry> extraNames_;
 };
 

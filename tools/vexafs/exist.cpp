@@ -15,13 +15,18 @@ namespace {
 // A link that leads nowhere (dangling or looping) has type 3 too: only following it tells.
 bool leadsSomewhere(const foundation::storage::vfs::AbsoluteIRI& location) {
     namespace vfs = foundation::storage::vfs;
-    const virtualfileio::PendingContextScope swallowedFailureLeavesNoContext;
-    try {
-        return vfs::exists(location, Quarrow::VexaStorageSystem::GetStorageSystemReference()) !=
-               vfs::existence::nothing;
-    } catch (const vfs::Exception&) {
-        return false;
-    }
+    return virtualfileio::answeringFailures(
+        [&] {
+            return vfs::exists(location, Quarrow::VexaStorageSystem::GetStorageSystemReference()) !=
+                   vfs::existence::nothing;
+        },
+        [] {
+            try {
+                throw;
+            } catch (const vfs::Exception&) {
+                return false;
+            }
+        });
 }
 
 fl::ustring kindOf(foundation::storage::provider::ExistenceTypeExtended type,

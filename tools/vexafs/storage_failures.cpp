@@ -23,9 +23,10 @@ class RememberingFailures final : public provider::ForwardingProvider {
 public:
     using ForwardingProvider::ForwardingProvider;
 
-    provider::ItemStatus probe(const vfs::AbsoluteIRI& location) const override {
+    provider::ItemStatus look(const vfs::AbsoluteIRI& location,
+                              provider::Facts wanted) const override {
         try {
-            return inner().probe(location);
+            return inner().look(location, wanted);
         } catch (const vfs::Exception& failure) {
             failedLook = failure;
             throw;

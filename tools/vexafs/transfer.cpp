@@ -15,7 +15,6 @@
 #include <iostream>
 #include <vector>
 
-
 namespace vexafs {
 namespace vfs = foundation::storage::vfs;
 
@@ -35,8 +34,7 @@ std::string inUnits(double bytes) {
 
 } // namespace
 
-Progress::Progress(std::optional<std::uint64_t> total, bool shown)
-    : total_(total), shown_(shown) {}
+Progress::Progress(std::optional<std::uint64_t> total, bool shown) : total_(total), shown_(shown) {}
 
 Progress::~Progress() {
     if (shown_ && bytes_ > 0)
@@ -78,14 +76,15 @@ Transfer transferOf(const std::string& sourceText, const std::string& destinatio
     auto source = locationOf(fl::i18n::to_ustring(sourceText));
     auto destination = locationOf(fl::i18n::to_ustring(destinationText));
     // A destination that cannot be looked at is taken as named: writing to it tells why.
-    bool intoFolder = false;
-    {
-        const virtualfileio::PendingContextScope failedLookLeavesNoContext;
-        try {
-            intoFolder = vfs::exists(destination, storage) == vfs::existence::folder;
-        } catch (const vfs::Exception&) {
-        }
-    }
+    const bool intoFolder = virtualfileio::answeringFailures(
+        [&] { return vfs::exists(destination, storage) == vfs::existence::folder; },
+        [] {
+            try {
+                throw;
+            } catch (const vfs::Exception&) {
+                return false;
+            }
+        });
     if (intoFolder)
         destination = vfs::CanonicalAbsoluteIRI(vfs::CanonicalAbsoluteIRI(destination),
                                                 source.getName());

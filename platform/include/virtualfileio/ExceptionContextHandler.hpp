@@ -9,6 +9,7 @@
 #include <exception>
 #include <optional>
 #include <string>
+#include <utility>
 
 namespace virtualfileio {
 
@@ -46,5 +47,20 @@ private:
     std::optional<foundation::storage::provider::ExceptionContext> saved_;
     int uncaughtAtEntry_;
 };
+
+// What `work()` gives, or, when it throws, what `answer()` gives for the failure: the one
+// way a caller answers for a failure instead of raising it. `answer` runs inside the catch,
+// so it may look at the failure (`try { throw; } catch (...)`) and let what it does not
+// answer for pass (`throw;`), which keeps that failure's context pending; a failure
+// answered for leaves the pending context as it was before the call.
+template <class Work, class Answer>
+auto answeringFailures(Work&& work, Answer&& answer) -> decltype(work()) {
+    const PendingContextScope answeredFailuresLeaveNoContext;
+    try {
+        return std::forward<Work>(work)();
+    } catch (...) {
+        return std::forward<Answer>(answer)();
+    }
+}
 
 } // namespace virtualfileio

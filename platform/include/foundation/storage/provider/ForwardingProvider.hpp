@@ -17,13 +17,11 @@ public:
 
     std::vector<std::string> schemes() const override;
     fl::ustring describe(const vfs::AbsoluteIRI& location) const override;
-    ItemStatus probe(const vfs::AbsoluteIRI& location) const override;
+    ItemStatus look(const vfs::AbsoluteIRI& location, Facts wanted) const override;
     std::vector<FolderEntry> list(const vfs::AbsoluteIRI& folder) const override;
     void createFile(const vfs::AbsoluteIRI& location) const override;
     void removeFile(const vfs::AbsoluteIRI& location) const override;
     void createFolder(const vfs::AbsoluteIRI& location) const override;
-    FileAttributes attributes(const vfs::AbsoluteIRI& location) const override;
-    ExtendedAttributes extendedAttributes(const vfs::AbsoluteIRI& location) const override;
     std::unique_ptr<InputStream> openForReading(const vfs::AbsoluteIRI& location) const override;
     std::unique_ptr<OutputStream> openForWriting(const vfs::AbsoluteIRI& location,
                                                  vfs::WriteMode mode) const override;

@@ -50,8 +50,10 @@ public:
     // The IRI text, a password in it shown as "***": messages end up in logs and terminals.
     fl::ustring describe(const vfs::AbsoluteIRI& location) const override;
     // One HEAD request (a ranged GET of byte 0 where the server refuses HEAD), made again
-    // while it fails in a way that may pass (`attempts`).
-    ItemStatus probe(const vfs::AbsoluteIRI& location) const override;
+    // while it fails in a way that may pass (`attempts`). It tells every fact, whatever is
+    // wanted: Last-Modified (else Date), Content-Length (else 0), never writable, and
+    // "http.contentType" and "http.etag" as the server sends them.
+    ItemStatus look(const vfs::AbsoluteIRI& location, Facts wanted) const override;
     // The links of the server's index page that name entries directly below the folder.
     std::vector<FolderEntry> list(const vfs::AbsoluteIRI& folder) const override;
     void createFile(const vfs::AbsoluteIRI& location) const override;
@@ -61,10 +63,6 @@ public:
                                                  vfs::WriteMode mode) const override;
     void rename(const vfs::AbsoluteIRI& location, const vfs::AbsoluteIRI& target) const override;
     void removeFolder(const vfs::AbsoluteIRI& location) const override;
-    // Last-Modified (else Date) and Content-Length (else 0); never writable.
-    FileAttributes attributes(const vfs::AbsoluteIRI& location) const override;
-    // "http.contentType" and "http.etag", as the server sends them.
-    ExtendedAttributes extendedAttributes(const vfs::AbsoluteIRI& location) const override;
     // The body, streamed by GET.
     std::unique_ptr<InputStream> openForReading(const vfs::AbsoluteIRI& location) const override;
 

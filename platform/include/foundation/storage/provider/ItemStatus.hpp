@@ -1,5 +1,6 @@
 #pragma once
 
+#include <foundation/storage/provider/ExtendedAttributes.hpp>
 #include <foundation/storage/vfs/Exception.hpp>
 
 #include <boost/date_time/posix_time/ptime.hpp>
@@ -10,6 +11,20 @@
 namespace foundation::storage::provider {
 
 enum class ItemType : std::uint8_t { Nothing, File, Other, Folder, Link };
+
+// What a look is asked for beyond the kind, the target of a link, the size and the time,
+// which every look gives. A provider may give more than asked where it costs nothing more
+// (one HEAD request tells everything); the record says what it holds.
+enum class Facts : std::uint8_t { Kind = 0, Writable = 1, Extended = 2, All = 3 };
+
+constexpr Facts operator|(Facts a, Facts b) noexcept {
+    return static_cast<Facts>(static_cast<std::uint8_t>(a) | static_cast<std::uint8_t>(b));
+}
+// Whether `held` includes every fact of `wanted`.
+constexpr bool holds(Facts held, Facts wanted) noexcept {
+    return (static_cast<std::uint8_t>(held) & static_cast<std::uint8_t>(wanted)) ==
+           static_cast<std::uint8_t>(wanted);
+}
 
 // What one look at a location found: the item itself (a final link not followed) and, for
 // a link, what it leads to. A provider fills it from as few requests as it can (the `file`
@@ -27,6 +42,10 @@ struct ItemStatus {
     // Of the item the location leads to (the target, for a link that leads somewhere).
     boost::posix_time::ptime lastModified;
     std::uint64_t size = 0;
+    // Of the item the location leads to, where it can be reached, and only as `facts` says.
+    bool writable = false;
+    ExtendedAttributes extended;
+    Facts facts = Facts::Kind;
 };
 
 // The item the location leads to once a final link is followed.

@@ -12,17 +12,15 @@ class LocalFileProvider : public StorageProvider {
 public:
     std::vector<std::string> schemes() const override;
     fl::ustring describe(const vfs::AbsoluteIRI& location) const override;
-    // One lstat, and one stat for a link.
-    ItemStatus probe(const vfs::AbsoluteIRI& location) const override;
+    // One lstat, and one stat for a link; access(2) for this process when Writable is
+    // wanted; the Linux extended attributes of the "user." namespace, by their names without
+    // the prefix (none where the file system keeps none), when Extended is wanted. Times to
+    // the microsecond.
+    ItemStatus look(const vfs::AbsoluteIRI& location, Facts wanted) const override;
     std::vector<FolderEntry> list(const vfs::AbsoluteIRI& folder) const override;
     void createFile(const vfs::AbsoluteIRI& location) const override;
     void removeFile(const vfs::AbsoluteIRI& location) const override;
     void createFolder(const vfs::AbsoluteIRI& location) const override;
-    // Writable as access(2) answers for this process; times to the microsecond.
-    FileAttributes attributes(const vfs::AbsoluteIRI& location) const override;
-    // The Linux extended attributes of the "user." namespace, by their names without the
-    // prefix; none where the file system keeps none.
-    ExtendedAttributes extendedAttributes(const vfs::AbsoluteIRI& location) const override;
     // A fifo opens without waiting for a writer; a folder cannot be opened.
     std::unique_ptr<InputStream> openForReading(const vfs::AbsoluteIRI& location) const override;
     // Written beside the item, synced, and given its name at commit; a link is written

@@ -4,8 +4,6 @@
 // schemes; the storage system (foundation/storage/vfs/StorageSystem.hpp) finds it by the
 // scheme of the location asked about. A new kind of storage is one new class.
 
-#include <foundation/storage/provider/ExtendedAttributes.hpp>
-#include <foundation/storage/provider/FileAttributes.hpp>
 #include <foundation/storage/provider/ItemStatus.hpp>
 #include <foundation/storage/vfs/AbsoluteIRI.hpp>
 #include <foundation/storage/vfs/WriteMode.hpp>
@@ -54,10 +52,10 @@ public:
     virtual void abort() noexcept = 0;
 };
 
-// Every failure is a vfs::Exception with its code, raised with vfs::raise or
-// vfs::throwFromErrno so that its context is pending on the calling thread. What a provider
-// does not implement fails with UnsupportedOperation; a read-only provider fails every
-// change with ReadOnlyProvider.
+// Every failure is a vfs::Exception with its code; the VFS records what it was doing when
+// one passes through it, so a provider need not (vfs::raise adds the storage's own reason
+// where there is one). What a provider does not implement fails with UnsupportedOperation;
+// a read-only provider fails every change with ReadOnlyProvider.
 class StorageProvider {
 public:
     virtual ~StorageProvider();
@@ -69,9 +67,13 @@ public:
     // otherwise.
     virtual fl::ustring describe(const vfs::AbsoluteIRI& location) const;
 
-    // Looks once. A missing item is an answer (type Nothing), not a failure; failures are
-    // what keeps the provider from looking (no permission on the way, an unreadable disk).
-    virtual ItemStatus probe(const vfs::AbsoluteIRI& location) const = 0;
+    // Looks once, with `wanted` facts beside the kind, size and time. A missing item is an
+    // answer (type Nothing), not a failure; failures are what keeps the provider from
+    // looking (no permission on the way, an unreadable disk). Facts of an item that cannot
+    // be reached (missing, a link that leads nowhere) are left out, not failed.
+    virtual ItemStatus look(const vfs::AbsoluteIRI& location, Facts wanted) const = 0;
+    // A look at the kind alone.
+    ItemStatus probe(const vfs::AbsoluteIRI& location) const { return look(location, Facts::Kind); }
 
     // The entries of a folder, without "." and "..", in no particular order.
     virtual std::vector<FolderEntry> list(const vfs::AbsoluteIRI& folder) const;
@@ -80,8 +82,6 @@ public:
     virtual void removeFile(const vfs::AbsoluteIRI& location) const;
     // One folder, whose parent must exist.
     virtual void createFolder(const vfs::AbsoluteIRI& location) const;
-    virtual FileAttributes attributes(const vfs::AbsoluteIRI& location) const;
-    virtual ExtendedAttributes extendedAttributes(const vfs::AbsoluteIRI& location) const;
     virtual std::unique_ptr<InputStream> openForReading(const vfs::AbsoluteIRI& location) const;
     virtual std::unique_ptr<OutputStream> openForWriting(const vfs::AbsoluteIRI& location,
                                                          vfs::WriteMode mode) const;

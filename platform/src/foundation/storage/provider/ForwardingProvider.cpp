@@ -10,8 +10,8 @@ fl::ustring ForwardingProvider::describe(const vfs::AbsoluteIRI& location) const
     return inner_->describe(location);
 }
 
-ItemStatus ForwardingProvider::probe(const vfs::AbsoluteIRI& location) const {
-    return inner_->probe(location);
+ItemStatus ForwardingProvider::look(const vfs::AbsoluteIRI& location, Facts wanted) const {
+    return inner_->look(location, wanted);
 }
 
 std::vector<FolderEntry> ForwardingProvider::list(const vfs::AbsoluteIRI& folder) const {
@@ -28,14 +28,6 @@ void ForwardingProvider::removeFile(const vfs::AbsoluteIRI& location) const {
 
 void ForwardingProvider::createFolder(const vfs::AbsoluteIRI& location) const {
     inner_->createFolder(location);
-}
-
-FileAttributes ForwardingProvider::attributes(const vfs::AbsoluteIRI& location) const {
-    return inner_->attributes(location);
-}
-
-ExtendedAttributes ForwardingProvider::extendedAttributes(const vfs::AbsoluteIRI& location) const {
-    return inner_->extendedAttributes(location);
 }
 
 std::unique_ptr<InputStream>

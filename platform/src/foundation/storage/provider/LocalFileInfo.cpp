@@ -1,5 +1,5 @@
-// The `file` provider looking at items: the probe every question is asked of, attributes
-// and extended attributes.
+// The `file` provider looking at items: the one look every existence and attribute question
+// is asked of.
 
 #include <foundation/storage/provider/LocalFileProvider.hpp>
 
@@ -21,7 +21,6 @@ namespace foundation::storage::provider {
 namespace {
 
 using local::fail;
-using local::localPath;
 
 boost::posix_time::ptime utcTime(const timespec& time) {
     return boost::posix_time::from_time_t(time.tv_sec) +
@@ -88,45 +87,17 @@ std::optional<std::string> readSized(const local::LocalPath& path, Query query) 
     }
 }
 
-} // namespace
-
-ItemStatus LocalFileProvider::probe(const vfs::AbsoluteIRI& location) const {
-    const auto path = local::tryLocalPath(location);
-    if (path)
-        return probePath(*path);
-    ItemStatus nothing;
-    nothing.missingCode = vfs::ResourceNotFound;
-    return nothing;
-}
-
-FileAttributes LocalFileProvider::attributes(const vfs::AbsoluteIRI& location) const {
-    const auto path = localPath(location, "attributes");
-    const ItemStatus status = probePath(path);
-    if (const auto code = unreachableBecause(status))
-        vfs::raise(*code, "attributes", path.text());
-    const bool writable = ::access(path.native.c_str(), W_OK) == 0;
-    return FileAttributes(writable, status.lastModified, status.size);
-}
-
-ExtendedAttributes LocalFileProvider::extendedAttributes(const vfs::AbsoluteIRI& location) const {
+// The extended attributes of the "user." namespace of an item that is there.
+ExtendedAttributes userAttributes(const local::LocalPath& path) {
     static constexpr std::string_view userPrefix = "user.";
-    const auto path = localPath(location, "extendedAttributes");
     const char* native = path.native.c_str();
     ExtendedAttributes attributes;
     const auto names =
         readSized(path, [native](char* out, size_t n) { return ::listxattr(native, out, n); });
     if (!names) {
-        // A file system without extended attributes has none to give; a missing item or a
-        // refused permission is a failure.
+        // A file system without extended attributes has none to give.
         if (errno == ENOTSUP)
             return attributes;
-        // Not found may be a link that leads nowhere, which fails as the other attribute
-        // queries fail for it; the look tells.
-        if (const int error = errno; error == ENOENT) {
-            if (const auto code = unreachableBecause(probePath(path)))
-                vfs::raise(*code, "extendedAttributes", path.text());
-            errno = error;
-        }
         fail("extendedAttributes", path);
     }
     for (std::size_t at = 0; at < names->size();) {
@@ -142,6 +113,24 @@ ExtendedAttributes LocalFileProvider::extendedAttributes(const vfs::AbsoluteIRI&
             fail("extendedAttributes", path);
     }
     return attributes;
+}
+
+} // namespace
+
+ItemStatus LocalFileProvider::look(const vfs::AbsoluteIRI& location, Facts wanted) const {
+    const auto path = local::tryLocalPath(location);
+    if (!path)
+        return {}; // Nothing, ResourceNotFound
+    ItemStatus status = probePath(*path);
+    // Facts of an item that cannot be reached are left out: the caller tells why.
+    if (unreachableBecause(status))
+        return status;
+    if (holds(wanted, Facts::Writable))
+        status.writable = ::access(path->native.c_str(), W_OK) == 0;
+    if (holds(wanted, Facts::Extended))
+        status.extended = userAttributes(*path);
+    status.facts = wanted;
+    return status;
 }
 
 } // namespace foundation::storage::provider

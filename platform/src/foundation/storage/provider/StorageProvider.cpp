@@ -48,15 +48,8 @@ void StorageProvider::createFolder(const vfs::AbsoluteIRI& location) const {
     unsupported("createFolder", location);
 }
 
-FileAttributes StorageProvider::attributes(const vfs::AbsoluteIRI& location) const {
-    unsupported("attributes", location);
-}
-
-ExtendedAttributes StorageProvider::extendedAttributes(const vfs::AbsoluteIRI& location) const {
-    unsupported("extendedAttributes", location);
-}
-
-std::unique_ptr<InputStream> StorageProvider::openForReading(const vfs::AbsoluteIRI& location) const {
+std::unique_ptr<InputStream>
+StorageProvider::openForReading(const vfs::AbsoluteIRI& location) const {
     unsupported("openForReading", location);
 }
 

@@ -50,9 +50,9 @@ void Exception::addContext(provider::ExceptionContext context) {
 provider::ExceptionContext makeContext(std::string operation, const fl::ustring& path, int code,
                                        std::string reason) {
     const std::string name(errorMessageName(code));
-    return provider::ExceptionContext(std::move(operation), path,
-                                      resource_core::BaseMsgID(messageComponent, name.c_str(), path),
-                                      std::move(reason));
+    return provider::ExceptionContext(
+        std::move(operation), path, resource_core::BaseMsgID(messageComponent, name.c_str(), path),
+        std::move(reason));
 }
 
 void raise(Exception error) {

@@ -1,6 +1,7 @@
 #include <foundation/storage/vfs/Exists.hpp>
 
 #include <foundation/storage/vfs/Exception.hpp>
+#include <foundation/storage/vfs/Look.hpp>
 
 namespace foundation::storage::vfs {
 
@@ -8,7 +9,7 @@ using provider::ItemType;
 
 int exists(const AbsoluteIRI& location, const StorageSystemReference& storage) {
     const auto provider = storage->providerFor(location);
-    const provider::ItemStatus status = provider->probe(location);
+    const provider::ItemStatus status = look(*provider, location, provider::Facts::Kind, "exists");
     switch (provider::followed(status)) {
     case ItemType::Folder:
         return existence::folder;
@@ -22,8 +23,10 @@ int exists(const AbsoluteIRI& location, const StorageSystemReference& storage) {
     }
 }
 
-ExtendedExistence lookUpExtended(const AbsoluteIRI& location, const StorageSystemReference& storage) {
-    const provider::ItemStatus status = storage->providerFor(location)->probe(location);
+ExtendedExistence lookUpExtended(const AbsoluteIRI& location,
+                                 const StorageSystemReference& storage) {
+    const provider::ItemStatus status =
+        look(*storage->providerFor(location), location, provider::Facts::Kind, "existsExtended");
     switch (status.type) {
     case ItemType::Nothing:
         return {provider::ExistsAsNothing, status.missingCode};

@@ -2,6 +2,9 @@
 
 #include <foundation/storage/vfs/Exception.hpp>
 #include <foundation/storage/vfs/Folder.hpp>
+#include <foundation/storage/vfs/Look.hpp>
+
+#include "boundary.hpp"
 
 namespace foundation::storage::vfs {
 
@@ -13,24 +16,30 @@ File::File(const Folder& folder, const fl::ustring& leaf)
                   folder.getStorage()) {}
 
 void File::createFile() const {
-    provider()->createFile(getLocation());
+    const auto provider = this->provider();
+    changing(*provider, getLocation(), "createFile", [&] { provider->createFile(getLocation()); });
 }
 
 void File::removeFile() const {
-    provider()->removeFile(getLocation());
+    const auto provider = this->provider();
+    changing(*provider, getLocation(), "removeFile", [&] { provider->removeFile(getLocation()); });
 }
 
 provider::FileAttributes File::getAttributes() const {
-    return provider()->attributes(getLocation());
+    const provider::ItemStatus status =
+        reached(*provider(), getLocation(), provider::Facts::Writable, "attributes");
+    return provider::FileAttributes(status.writable, status.lastModified, status.size);
 }
 
 provider::ExtendedAttributes File::getExtendedAttributes() const {
-    return provider()->extendedAttributes(getLocation());
+    return reached(*provider(), getLocation(), provider::Facts::Extended, "extendedAttributes")
+        .extended;
 }
 
 WriteStream File::openForWriting(WriteMode mode) const {
     const auto provider = this->provider();
-    return WriteStream(provider->openForWriting(getLocation(), mode),
+    return WriteStream(changing(*provider, getLocation(), "openForWriting",
+                                [&] { return provider->openForWriting(getLocation(), mode); }),
                        provider->describe(getLocation()));
 }
 
@@ -39,7 +48,7 @@ void File::rename(const AbsoluteIRI& target) const {
     // A move between two stores is a copy and a removal, which the caller decides on.
     if (getStorage()->providerFor(target) != provider)
         raise(UnsupportedOperation, "rename", provider->describe(getLocation()));
-    provider->rename(getLocation(), target);
+    changing(*provider, getLocation(), "rename", [&] { provider->rename(getLocation(), target); });
 }
 
 } // namespace foundation::storage::vfs

@@ -1,9 +1,12 @@
 #include <foundation/storage/vfs/Folder.hpp>
 
 #include <foundation/storage/vfs/Exception.hpp>
+#include <foundation/storage/vfs/Look.hpp>
 #include <virtualfileio/ExceptionContextHandler.hpp>
 
 #include <fl/wildcard.hpp>
+
+#include "boundary.hpp"
 
 #include <algorithm>
 
@@ -15,7 +18,8 @@ using provider::StorageProvider;
 // Looks before it makes: a folder that is there is left alone, and a folder is made only
 // once the one above it is there. A failure on the way names the level that failed.
 void createWithAncestors(const StorageProvider& provider, const AbsoluteIRI& folder) {
-    const provider::ItemStatus status = provider.probe(folder);
+    const provider::ItemStatus status =
+        look(provider, folder, provider::Facts::Kind, "createFolder");
     if (provider::isFolder(status))
         return;
     // Only a missing folder has ancestors worth making; a path through a file, or an item
@@ -23,15 +27,19 @@ void createWithAncestors(const StorageProvider& provider, const AbsoluteIRI& fol
     if (status.type == provider::ItemType::Nothing && status.missingCode == ResourceNotFound &&
         folder.hasParent())
         createWithAncestors(provider, folder.getParent());
-    const virtualfileio::PendingContextScope raceLeavesNoContext;
-    try {
-        provider.createFolder(folder);
-    } catch (const Exception& error) {
-        // Another process may have made it since the look: that is what was asked for.
-        if (error.getErrorCode() != ResourceAlreadyExists ||
-            !provider::isFolder(provider.probe(folder)))
-            throw;
-    }
+    virtualfileio::answeringFailures(
+        [&] { changing(provider, folder, "createFolder", [&] { provider.createFolder(folder); }); },
+        [&] {
+            try {
+                throw;
+            } catch (const Exception& error) {
+                // Another process may have made it since the look: that is what was asked for.
+                if (error.getErrorCode() != ResourceAlreadyExists ||
+                    !provider::isFolder(
+                        look(provider, folder, provider::Facts::Kind, "createFolder")))
+                    throw;
+            }
+        });
 }
 
 } // namespace
@@ -68,15 +76,14 @@ void Folder::createFolderRecursive() const {
 provider::FolderAttributes Folder::getAttributes() const {
     // A folder's attributes are its time alone, which the look gives: a file's attributes
     // would also ask whether it may be written.
-    const auto provider = this->provider();
-    const provider::ItemStatus status = provider->probe(getLocation());
-    if (const auto code = provider::unreachableBecause(status))
-        raise(*code, "attributes", provider->describe(getLocation()));
-    return provider::FolderAttributes(status.lastModified);
+    return provider::FolderAttributes(
+        reached(*provider(), getLocation(), provider::Facts::Kind, "attributes").lastModified);
 }
 
 void Folder::removeFolder() const {
-    provider()->removeFolder(getLocation());
+    const auto provider = this->provider();
+    changing(*provider, getLocation(), "removeFolder",
+             [&] { provider->removeFolder(getLocation()); });
 }
 
 } // namespace foundation::storage::vfs

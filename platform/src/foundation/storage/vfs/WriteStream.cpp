@@ -3,6 +3,8 @@
 #include <foundation/storage/vfs/Exception.hpp>
 #include <foundation/storage/vfs/IODevice.hpp>
 
+#include "boundary.hpp"
+
 #include <utility>
 
 namespace foundation::storage::vfs {
@@ -35,6 +37,10 @@ void WriteStream::write(const char* data, std::size_t size) {
     provider::OutputStream& stream = open("write");
     try {
         stream.write({data, size});
+    } catch (Exception& failure) {
+        recordFailure(failure, "write", location_);
+        abort();
+        throw;
     } catch (...) {
         abort();
         throw;
@@ -54,8 +60,14 @@ std::uint64_t WriteStream::writeFrom(IODevice& device,
 
 void WriteStream::close() {
     provider::OutputStream& stream = open("close");
+    // The item changes here, or in part if the commit fails.
+    forgetLooks();
     try {
         stream.commit();
+    } catch (Exception& failure) {
+        recordFailure(failure, "close", location_);
+        abort();
+        throw;
     } catch (...) {
         abort();
         throw;

@@ -1,5 +1,5 @@
 // The http(s) provider looking at items: one HEAD request, or a GET of the first byte where
-// the server refuses HEAD, gives the probe, the attributes and the extended attributes.
+// the server refuses HEAD, gives the kind, the attributes and the extended attributes.
 
 #include <foundation/storage/provider/HttpProvider.hpp>
 
@@ -84,25 +84,17 @@ std::optional<Look> ask(const HttpOptions& options, const vfs::AbsoluteIRI& loca
                 .etag = text(transfer.header("ETag"))};
 }
 
-Look look(const HttpOptions& options, const vfs::AbsoluteIRI& location, const char* operation) {
+Look lookOnce(const HttpOptions& options, const vfs::AbsoluteIRI& location, const char* operation) {
     if (auto item = ask(options, location, Method::Head, operation))
         return std::move(*item);
     // A GET of the first byte tells the same; its session is the HEAD request's, given back.
     return *ask(options, location, Method::FirstByte, operation);
 }
 
-// A look that found the item; what it found missing is raised.
-Look found(const HttpOptions& options, const vfs::AbsoluteIRI& location, const char* operation) {
-    Look item = look(options, location, operation);
-    if (item.missing)
-        http::raise(*item.missing, operation, location);
-    return item;
-}
-
 } // namespace
 
-ItemStatus HttpProvider::probe(const vfs::AbsoluteIRI& location) const {
-    const Look item = look(options_, location, "probe");
+ItemStatus HttpProvider::look(const vfs::AbsoluteIRI& location, Facts) const {
+    Look item = lookOnce(options_, location, "probe");
     ItemStatus status;
     if (item.missing)
         return status; // Nothing, ResourceNotFound
@@ -111,22 +103,12 @@ ItemStatus HttpProvider::probe(const vfs::AbsoluteIRI& location) const {
     status.type = path.empty() || path.back() == '/' ? ItemType::Folder : ItemType::File;
     status.lastModified = item.lastModified;
     status.size = item.size;
-    return status;
-}
-
-FileAttributes HttpProvider::attributes(const vfs::AbsoluteIRI& location) const {
-    const Look item = found(options_, location, "attributes");
-    return FileAttributes(false, item.lastModified, item.size);
-}
-
-ExtendedAttributes HttpProvider::extendedAttributes(const vfs::AbsoluteIRI& location) const {
-    Look item = found(options_, location, "extendedAttributes");
-    ExtendedAttributes attributes;
     if (item.contentType)
-        attributes.setAttribute("http.contentType", std::move(*item.contentType));
+        status.extended.setAttribute("http.contentType", std::move(*item.contentType));
     if (item.etag)
-        attributes.setAttribute("http.etag", std::move(*item.etag));
-    return attributes;
+        status.extended.setAttribute("http.etag", std::move(*item.etag));
+    status.facts = Facts::All; // never writable
+    return status;
 }
 
 } // namespace foundation::storage::provider
