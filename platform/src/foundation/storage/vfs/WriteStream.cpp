@@ -33,45 +33,44 @@ provider::OutputStream& WriteStream::open(const char* operation) const {
     return *stream_;
 }
 
-void WriteStream::write(const char* data, std::size_t size) {
-    provider::OutputStream& stream = open("write");
+namespace {
+
+// Runs `work` on an open stream; a failure aborts it, and a storage failure is recorded as
+// the failure of `operation`.
+template <class Work>
+decltype(auto) failureAborts(WriteStream& stream, const char* operation,
+                             const fl::ustring& location, Work work) {
     try {
-        stream.write({data, size});
+        return work();
     } catch (Exception& failure) {
-        recordFailure(failure, "write", location_);
-        abort();
+        recordFailure(failure, operation, location);
+        stream.abort();
         throw;
     } catch (...) {
-        abort();
+        stream.abort();
         throw;
     }
+}
+
+} // namespace
+
+void WriteStream::write(const char* data, std::size_t size) {
+    provider::OutputStream& stream = open("write");
+    failureAborts(*this, "write", location_, [&] { stream.write({data, size}); });
 }
 
 std::uint64_t WriteStream::writeFrom(IODevice& device,
                                      const std::function<void(std::size_t)>& moved) {
     provider::OutputStream& stream = open("write");
-    try {
-        return stream.writeFrom(device.stream(), moved);
-    } catch (...) {
-        abort();
-        throw;
-    }
+    return failureAborts(*this, "write", location_,
+                         [&] { return stream.writeFrom(device.stream(), moved); });
 }
 
 void WriteStream::close() {
     provider::OutputStream& stream = open("close");
     // The item changes here, or in part if the commit fails.
     forgetLooks();
-    try {
-        stream.commit();
-    } catch (Exception& failure) {
-        recordFailure(failure, "close", location_);
-        abort();
-        throw;
-    } catch (...) {
-        abort();
-        throw;
-    }
+    failureAborts(*this, "close", location_, [&] { stream.commit(); });
     stream_.reset();
 }
 
