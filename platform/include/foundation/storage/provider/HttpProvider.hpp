@@ -53,7 +53,8 @@ public:
     // while it fails in a way that may pass (`attempts`).
     ItemStatus probe(const vfs::AbsoluteIRI& location) const override;
     // The links of the server's index page that name entries directly below the folder.
-    std::vector<FolderEntry> list(const vfs::AbsoluteIRI& folder) const override;
+    std::unique_ptr<FolderCursor> listPages(const vfs::AbsoluteIRI& folder,
+                                            const fl::ustring& filter) const override;
     void createFile(const vfs::AbsoluteIRI& location) const override;
     void removeFile(const vfs::AbsoluteIRI& location) const override;
     void createFolder(const vfs::AbsoluteIRI& location) const override;

@@ -14,8 +14,9 @@ ItemStatus ForwardingProvider::probe(const vfs::AbsoluteIRI& location) const {
     return inner_->probe(location);
 }
 
-std::vector<FolderEntry> ForwardingProvider::list(const vfs::AbsoluteIRI& folder) const {
-    return inner_->list(folder);
+std::unique_ptr<FolderCursor> ForwardingProvider::listPages(const vfs::AbsoluteIRI& folder,
+                                                            const fl::ustring& filter) const {
+    return inner_->listPages(folder, filter);
 }
 
 void ForwardingProvider::createFile(const vfs::AbsoluteIRI& location) const {

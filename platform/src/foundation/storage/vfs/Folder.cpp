@@ -3,8 +3,6 @@
 #include <foundation/storage/vfs/Exception.hpp>
 #include <virtualfileio/ExceptionContextHandler.hpp>
 
-#include <fl/wildcard.hpp>
-
 #include <algorithm>
 
 namespace foundation::storage::vfs {
@@ -40,11 +38,10 @@ Folder::Folder(const AbsoluteIRI& location, StorageSystemReference storage)
     : StorageItem(location, std::move(storage)) {}
 
 std::vector<provider::FolderEntry> Folder::listEntries(const fl::ustring& filter) const {
-    std::vector<provider::FolderEntry> entries = provider()->list(getLocation());
-    if (!filter.empty())
-        std::erase_if(entries, [&](const provider::FolderEntry& entry) {
-            return !fl::matchesWildcard(entry.name, filter);
-        });
+    std::vector<provider::FolderEntry> entries;
+    const auto cursor = provider()->listPages(getLocation(), filter);
+    for (auto page = cursor->next(); !page.empty(); page = cursor->next())
+        entries.insert(entries.end(), page.begin(), page.end());
     std::sort(entries.begin(), entries.end(),
               [](const provider::FolderEntry& a, const provider::FolderEntry& b) {
                   return a.name < b.name;
@@ -54,10 +51,11 @@ std::vector<provider::FolderEntry> Folder::listEntries(const fl::ustring& filter
 
 std::vector<fl::ustring> Folder::listAll(const fl::ustring& filter) const {
     std::vector<fl::ustring> names;
-    std::vector<provider::FolderEntry> entries = listEntries(filter);
-    names.reserve(entries.size());
-    for (auto& entry : entries)
-        names.push_back(std::move(entry.name));
+    const auto cursor = provider()->listPages(getLocation(), filter);
+    for (auto page = cursor->next(); !page.empty(); page = cursor->next())
+        for (const provider::FolderEntry& entry : page)
+            names.push_back(entry.name);
+    std::sort(names.begin(), names.end());
     return names;
 }
 
