@@ -144,7 +144,7 @@ private:
         PagesThen(std::unique_ptr<provider::FolderCursor> first,
                   std::unique_ptr<provider::FolderCursor> then)
             : first_(std::move(first)), then_(std::move(then)) {}
-        std::span<const provider::FolderEntry> next() override {
+        std::span<provider::FolderEntry> next() override {
             const auto page = first_->next();
             return page.empty() ? then_->next() : page;
         }

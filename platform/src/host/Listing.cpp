@@ -37,15 +37,18 @@ std::vector<FileNameWithStat> entriesMatching(const fl::ustring& filter,
     // tree makes one per folder, and a Folder holds a copy of its location. The provider
     // filters where its store can.
     const auto cursor = storage->providerFor(folder)->listPages(folder, filter);
+    auto page = cursor->next();
     std::vector<FileNameWithStat> entries;
+    // One page holds the whole of most folders.
+    entries.reserve(page.size() + 2);
     // The storage leaves out the two names every folder has; they match like any other.
     for (const fl::ustring* own :
          {&fs::upath_constant::CURRENT_DIRECTORY, &fs::upath_constant::PARENT_DIRECTORY})
         if (fl::matchesWildcard(*own, filter))
             entries.push_back({*own, ItemType::Folder});
-    for (auto page = cursor->next(); !page.empty(); page = cursor->next())
-        for (const auto& entry : page)
-            entries.push_back({entry.name, entry.type});
+    for (; !page.empty(); page = cursor->next())
+        for (auto& entry : page)
+            entries.push_back({std::move(entry.name), entry.type});
     std::sort(entries.begin(), entries.end(),
               [](const FileNameWithStat& a, const FileNameWithStat& b) { return a.name < b.name; });
     return entries;

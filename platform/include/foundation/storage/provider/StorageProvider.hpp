@@ -43,8 +43,9 @@ struct FolderEntry {
 class FolderCursor {
 public:
     virtual ~FolderCursor();
-    // The next entries; empty only at the end. They stay valid until the next call.
-    virtual std::span<const FolderEntry> next() = 0;
+    // The next entries; empty only at the end. They are the caller's until the next call,
+    // to read or to move from: a listing that keeps names takes them without a copy.
+    virtual std::span<FolderEntry> next() = 0;
 };
 
 // A cursor over entries already read in one piece (a store that answers with one page),

@@ -40,14 +40,15 @@ bool isDotOrDotDot(const char* name) noexcept {
 
 // A page is what one getdents64 call returns: the entries the kernel handed, typed by
 // d_type, nothing stat'ed. The page's entries are written over by the next page, their
-// names' storage reused, so that a large folder costs no allocation per entry here.
+// names' storage reused where the caller left it: a caller that keeps the names moves them
+// out, and the names it passes over cost no allocation.
 class LocalCursor final : public FolderCursor {
 public:
     LocalCursor(local::Descriptor folder, local::LocalPath path, fl::ustring filter)
         : folder_(std::move(folder)), path_(std::move(path)), filter_(std::move(filter)),
           everyName_(filter_.empty() || filter_ == u"*") {}
 
-    std::span<const FolderEntry> next() override {
+    std::span<FolderEntry> next() override {
         std::size_t count = 0;
         // A batch of nothing but "." and ".." or names the filter refuses is not a page: an
         // empty page means the end.

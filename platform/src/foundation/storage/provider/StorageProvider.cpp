@@ -12,7 +12,7 @@ namespace {
 class OnePage final : public FolderCursor {
 public:
     explicit OnePage(std::vector<FolderEntry> entries) : entries_(std::move(entries)) {}
-    std::span<const FolderEntry> next() override {
+    std::span<FolderEntry> next() override {
         if (given_)
             return {};
         given_ = true;

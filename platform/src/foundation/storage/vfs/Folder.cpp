@@ -4,6 +4,8 @@
 #include <virtualfileio/ExceptionContextHandler.hpp>
 
 #include <algorithm>
+#include <iterator>
+#include <utility>
 
 namespace foundation::storage::vfs {
 namespace {
@@ -41,7 +43,8 @@ std::vector<provider::FolderEntry> Folder::listEntries(const fl::ustring& filter
     std::vector<provider::FolderEntry> entries;
     const auto cursor = provider()->listPages(getLocation(), filter);
     for (auto page = cursor->next(); !page.empty(); page = cursor->next())
-        entries.insert(entries.end(), page.begin(), page.end());
+        entries.insert(entries.end(), std::make_move_iterator(page.begin()),
+                       std::make_move_iterator(page.end()));
     std::sort(entries.begin(), entries.end(),
               [](const provider::FolderEntry& a, const provider::FolderEntry& b) {
                   return a.name < b.name;
@@ -53,8 +56,8 @@ std::vector<fl::ustring> Folder::listAll(const fl::ustring& filter) const {
     std::vector<fl::ustring> names;
     const auto cursor = provider()->listPages(getLocation(), filter);
     for (auto page = cursor->next(); !page.empty(); page = cursor->next())
-        for (const provider::FolderEntry& entry : page)
-            names.push_back(entry.name);
+        for (provider::FolderEntry& entry : page)
+            names.push_back(std::move(entry.name));
     std::sort(names.begin(), names.end());
     return names;
 }
