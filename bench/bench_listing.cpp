@@ -5,12 +5,19 @@
 // peak of at most 250 bytes per entry allocated while the creator lists without IRIs, 450
 // with them. The same walk with a stat per entry is reported beside, for reference.
 //
+// Reading every folder of the tree through the `file` provider's cursor, as the listing
+// service takes entries, is compared with the way the provider read a folder before it had
+// one: readdir into a whole vector of entries, moved out. Goal: no slower; the two measure
+// the same within a few per cent, so the goal allows 1.05 for the noise of one run.
+//
 // `bench_listing --make-tree FOLDER` makes the same tree in FOLDER and exits, for
 // bench/compare_ls.sh, which times whole processes.
 
 #include <vexa/io/filesystem/core/file_list_creator.hpp>
 
+#include <Quarrow/VexaStorageSystem.hpp>
 #include <fl/i18n.hpp>
+#include <host/Listing.hpp>
 
 #include "ratio.hpp"
 
@@ -233,6 +240,81 @@ void BM_MemoryListingRecursiveWithIRIs(benchmark::State& state) {
     memory(state, true, 450);
 }
 BENCHMARK(BM_MemoryListingRecursiveWithIRIs)->Iterations(1)->Unit(benchmark::kMillisecond);
+
+// Every folder of the tree, the root first.
+std::vector<std::string> treeFolders() {
+    std::vector<std::string> folders{tree().root};
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(tree().root))
+        if (entry.is_directory())
+            folders.push_back(entry.path().string());
+    return folders;
+}
+
+namespace provider = foundation::storage::provider;
+
+// The listing service's copy of what the cursor hands, page by page.
+std::size_t throughCursor(const provider::StorageProvider& files,
+                          const std::vector<foundation::storage::vfs::AbsoluteIRI>& folders) {
+    std::size_t count = 0;
+    for (const auto& folder : folders) {
+        const auto cursor = files.listPages(folder, u"*");
+        auto page = cursor->next();
+        std::vector<FileNameWithStat> entries;
+        entries.reserve(page.size() + 2);
+        for (; !page.empty(); page = cursor->next())
+            for (auto& entry : page)
+                entries.push_back({std::move(entry.name), entry.type});
+        count += entries.size();
+    }
+    return count;
+}
+
+// How a folder was read before: readdir into a whole vector of entries, each name converted
+// on its own, then moved into the listing service's entries.
+std::size_t wholeVectors(const std::vector<std::string>& folders) {
+    std::size_t count = 0;
+    for (const auto& folder : folders) {
+        // The entry as it was then: a name and a type.
+        struct Entry {
+            fl::ustring name;
+            provider::ItemType type;
+        };
+        std::vector<Entry> listed;
+        DIR* stream = ::opendir(folder.c_str());
+        if (stream == nullptr)
+            continue;
+        while (const dirent* entry = ::readdir(stream))
+            if (std::strcmp(entry->d_name, ".") != 0 && std::strcmp(entry->d_name, "..") != 0)
+                listed.push_back({fl::i18n::to_ustring(entry->d_name),
+                                  entry->d_type == DT_DIR ? provider::ItemType::Folder
+                                                          : provider::ItemType::File});
+        ::closedir(stream);
+        std::vector<FileNameWithStat> entries;
+        entries.reserve(listed.size() + 2);
+        for (auto& entry : listed)
+            entries.push_back({std::move(entry.name), entry.type});
+        count += entries.size();
+    }
+    return count;
+}
+
+void BM_RatioFolderCursor(benchmark::State& state) {
+    const std::vector<std::string> paths = treeFolders();
+    std::vector<foundation::storage::vfs::AbsoluteIRI> folders;
+    for (const std::string& path : paths)
+        folders.emplace_back(fl::i18n::to_ustring("file://" + path));
+    const auto files =
+        Quarrow::VexaStorageSystem::GetStorageSystemReference()->findProvider("file");
+    if (throughCursor(*files, folders) != entryCount || wholeVectors(paths) != entryCount) {
+        state.SkipWithError("the listing did not find every entry");
+        return;
+    }
+    const auto [oursNs, referenceNs] = vexa::bench::reportRatio(
+        state, [&] { benchmark::DoNotOptimize(throughCursor(*files, folders)); },
+        [&] { benchmark::DoNotOptimize(wholeVectors(paths)); }, "whole_vectors_ns", 10);
+    vexa::bench::reportGoal(state, 1.05, oursNs, referenceNs, 1.05 * referenceNs);
+}
+BENCHMARK(BM_RatioFolderCursor)->Iterations(1)->Unit(benchmark::kMillisecond);
 
 } // namespace
 

@@ -229,6 +229,26 @@ TEST_F(HttpProvider, IndexPagesListed) {
               (Entries{{u"deeper", ItemType::Folder}, {u"inner.txt", ItemType::File}}));
     EXPECT_EQ(entries(server->secureUrl("/files/sub/deeper/")),
               (Entries{{u"leaf.txt", ItemType::File}}));
+    // The time (to the minute) and size the page shows of each entry; a folder has no size.
+    const vfs::CanonicalAbsoluteIRI filesFolder(at("/files/"));
+    for (const auto& entry : vfs::Folder(filesFolder, storage()).listEntries(u"*.??*")) {
+        SCOPED_TRACE(fl::i18n::to_string(entry.name));
+        const auto attributes =
+            vfs::File(vfs::CanonicalAbsoluteIRI(filesFolder, entry.name), storage())
+                .getAttributes();
+        const auto time = attributes.getLastModified();
+        EXPECT_EQ(entry.lastModified,
+                  time - boost::posix_time::seconds(time.time_of_day().seconds()));
+        EXPECT_EQ(entry.size, attributes.getSize());
+    }
+    const auto sub = vfs::Folder(at("/files/"), storage()).listEntries(u"sub");
+    ASSERT_EQ(sub.size(), 1u);
+    EXPECT_FALSE(sub[0].size);
+    EXPECT_FALSE(sub[0].lastModified.is_not_a_date_time());
+    // The page comes whole; the filter is applied to it.
+    EXPECT_EQ(
+        vfs::Folder(at("/files/"), storage()).listAll(u"*.txt"),
+        (std::vector<fl::ustring>{u"a b \u00fc.txt", u"a:b.txt", u"notes.txt", u"x&y#z?%.txt"}));
     // A page that is no index (an index.html, a text file) cannot be listed.
     for (const auto& [location, code] :
          std::vector<std::pair<std::string, int>>{{"/page/", -11},

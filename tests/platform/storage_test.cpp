@@ -19,6 +19,7 @@
 #include <boost/optional/optional_io.hpp>
 
 #include <cerrno>
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -188,6 +189,27 @@ TEST_F(Storage, FilesAndFoldersMadeAndListed) {
     EXPECT_EQ(failure([&] { vfs::File(folder, u"b.csv").removeFile(); }), -1);
     EXPECT_EQ(failure([&] { folderAt(dir / "file").listAll(u""); }), -4);
     EXPECT_EQ(failure([&] { folderAt(dir / "missing").listAll(u""); }), -1);
+
+    // A large folder comes in several pages, each entry in one of them; a filter matching a
+    // few names finds them whichever pages they are in, and one matching none finds nothing.
+    const vfs::Folder large = folderAt(dir / "large");
+    large.createFolderRecursive();
+    std::vector<fl::ustring> names;
+    for (int i = 0; i < 3000; ++i) {
+        char number[8];
+        std::snprintf(number, sizeof number, "%04d", i);
+        names.push_back(u"n_" + u(number) + u"_" + fl::ustring(90, u'x'));
+        vfs::File(large, names.back()).createFile();
+    }
+    const auto cursor = hostStorage()->findProvider("file")->listPages(large.getLocation(), u"");
+    std::size_t pages = 0, listed = 0;
+    for (auto page = cursor->next(); !page.empty(); page = cursor->next(), ++pages)
+        listed += page.size();
+    EXPECT_GT(pages, 1u);
+    EXPECT_EQ(listed, names.size());
+    EXPECT_EQ(large.listAll(u""), names);
+    EXPECT_THAT(large.listAll(u"n_?000_*"), ElementsAre(names[0], names[1000], names[2000]));
+    EXPECT_THAT(large.listAll(u"n_?000"), ElementsAre());
 
     // A chain made at once; what is there already is kept; what stands in the way fails.
     const struct {

@@ -78,7 +78,9 @@ public:
     // Every folder listed also holds `name`, of a type the listing does not say: a name no
     // local file system gives (one holding U+0000), as another kind of storage might.
     FaultyProvider& listingAlso(fl::ustring name) {
-        extraNames_.push_back({std::move(name), provider::ItemType::Nothing});
+        provider::FolderEntry entry;
+        entry.name = std::move(name);
+        extraNames_.push_back(std::move(entry));
         return *this;
     }
 
@@ -92,11 +94,14 @@ public:
               at);
         return inner().look(at, wanted);
     }
-    std::vector<provider::FolderEntry> list(const vfs::AbsoluteIRI& at) const override {
+    std::unique_ptr<provider::FolderCursor> listPages(const vfs::AbsoluteIRI& at,
+                                                      const fl::ustring& filter) const override {
         check(Operation::List, at);
-        auto entries = inner().list(at);
-        entries.insert(entries.end(), extraNames_.begin(), extraNames_.end());
-        return entries;
+        auto pages = inner().listPages(at, filter);
+        if (extraNames_.empty())
+            return pages;
+        return std::make_unique<PagesThen>(std::move(pages),
+                                           provider::onePage(extraNames_, filter));
     }
     void createFile(const vfs::AbsoluteIRI& at) const override {
         check(Operation::CreateFile, at);
@@ -130,6 +135,21 @@ public:
     }
 
 private:
+    // The pages of one cursor, then those of another.
+    class PagesThen : public provider::FolderCursor {
+    public:
+        PagesThen(std::unique_ptr<provider::FolderCursor> first,
+                  std::unique_ptr<provider::FolderCursor> then)
+            : first_(std::move(first)), then_(std::move(then)) {}
+        std::span<provider::FolderEntry> next() override {
+            const auto page = first_->next();
+            return page.empty() ? then_->next() : page;
+        }
+
+    private:
+        std::unique_ptr<provider::FolderCursor> first_, then_;
+    };
+
     class FaultyStream : public provider::OutputStream {
     public:
         FaultyStream(const FaultyProvider& provider, vfs::AbsoluteIRI at,

@@ -11,6 +11,9 @@ namespace fl::i18n {
 // well-formed UTF-8 sequence becomes the lone surrogate U+DC00 + byte, so every Linux
 // file name survives the round trip through to_string.
 ustring to_ustring(std::string_view utf8);
+// The same into `out`, whose storage is reused: a loop converting many names allocates only
+// when a name is longer than any before it.
+void to_ustring(std::string_view utf8, ustring& out);
 
 // UTF-16 to UTF-8. Never throws (apart from allocation). U+DC80..U+DCFF become the byte
 // they escape; any other lone surrogate is written in its three-byte generalised form.

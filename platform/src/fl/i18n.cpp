@@ -55,10 +55,16 @@ std::size_t narrowAscii(const char16_t* in, std::size_t n, char* out) {
 } // namespace
 
 ustring to_ustring(std::string_view utf8) {
+    ustring result;
+    to_ustring(utf8, result);
+    return result;
+}
+
+void to_ustring(std::string_view utf8, ustring& result) {
     const auto* in = reinterpret_cast<const unsigned char*>(utf8.data());
     const std::size_t n = utf8.size();
     // No sequence yields more code units than it has bytes.
-    ustring result(n, u'\0');
+    result.resize(n);
     char16_t* out = result.data();
     std::size_t i = 0;
     std::size_t o = 0;
@@ -79,7 +85,6 @@ ustring to_ustring(std::string_view utf8) {
         }
     }
     result.resize(o);
-    return result;
 }
 
 std::string to_string(ustring_view utf16) {

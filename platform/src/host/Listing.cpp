@@ -34,19 +34,20 @@ std::vector<FileNameWithStat> entriesMatching(const fl::ustring& filter,
                                               const vfs::AbsoluteIRI& folder,
                                               const vfs::StorageSystemReference& storage) {
     // Read through the folder's provider, not a Folder made for it: the listing of a large
-    // tree makes one per folder, and a Folder holds a copy of its location.
-    auto listed = storage->providerFor(folder)->list(folder);
+    // tree makes one per folder, and a Folder holds a copy of its location. The provider
+    // filters where its store can.
+    const auto cursor = storage->providerFor(folder)->listPages(folder, filter);
+    auto page = cursor->next();
     std::vector<FileNameWithStat> entries;
-    entries.reserve(listed.size() + 2);
+    // One page holds the whole of most folders.
+    entries.reserve(page.size() + 2);
     // The storage leaves out the two names every folder has; they match like any other.
     for (const fl::ustring* own :
          {&fs::upath_constant::CURRENT_DIRECTORY, &fs::upath_constant::PARENT_DIRECTORY})
         if (fl::matchesWildcard(*own, filter))
             entries.push_back({*own, ItemType::Folder});
-    // "*" matches every name: nothing to test.
-    const bool everyName = filter == u"*";
-    for (auto& entry : listed)
-        if (everyName || fl::matchesWildcard(entry.name, filter))
+    for (; !page.empty(); page = cursor->next())
+        for (auto& entry : page)
             entries.push_back({std::move(entry.name), entry.type});
     std::sort(entries.begin(), entries.end(),
               [](const FileNameWithStat& a, const FileNameWithStat& b) { return a.name < b.name; });

@@ -18,7 +18,8 @@ public:
     std::vector<std::string> schemes() const override;
     fl::ustring describe(const vfs::AbsoluteIRI& location) const override;
     ItemStatus look(const vfs::AbsoluteIRI& location, Facts wanted) const override;
-    std::vector<FolderEntry> list(const vfs::AbsoluteIRI& folder) const override;
+    std::unique_ptr<FolderCursor> listPages(const vfs::AbsoluteIRI& folder,
+                                            const fl::ustring& filter) const override;
     void createFile(const vfs::AbsoluteIRI& location) const override;
     void removeFile(const vfs::AbsoluteIRI& location) const override;
     void createFolder(const vfs::AbsoluteIRI& location) const override;

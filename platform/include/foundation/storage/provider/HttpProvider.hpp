@@ -55,7 +55,8 @@ public:
     // "http.contentType" and "http.etag" as the server sends them.
     ItemStatus look(const vfs::AbsoluteIRI& location, Facts wanted) const override;
     // The links of the server's index page that name entries directly below the folder.
-    std::vector<FolderEntry> list(const vfs::AbsoluteIRI& folder) const override;
+    std::unique_ptr<FolderCursor> listPages(const vfs::AbsoluteIRI& folder,
+                                            const fl::ustring& filter) const override;
     void createFile(const vfs::AbsoluteIRI& location) const override;
     void removeFile(const vfs::AbsoluteIRI& location) const override;
     void createFolder(const vfs::AbsoluteIRI& location) const override;

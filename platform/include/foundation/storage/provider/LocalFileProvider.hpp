@@ -17,7 +17,8 @@ public:
     // the prefix (none where the file system keeps none), when Extended is wanted. Times to
     // the microsecond.
     ItemStatus look(const vfs::AbsoluteIRI& location, Facts wanted) const override;
-    std::vector<FolderEntry> list(const vfs::AbsoluteIRI& folder) const override;
+    std::unique_ptr<FolderCursor> listPages(const vfs::AbsoluteIRI& folder,
+                                            const fl::ustring& filter) const override;
     void createFile(const vfs::AbsoluteIRI& location) const override;
     void removeFile(const vfs::AbsoluteIRI& location) const override;
     void createFolder(const vfs::AbsoluteIRI& location) const override;

@@ -10,22 +10,47 @@
 
 #include <fl/ustring.hpp>
 
+#include <boost/date_time/posix_time/ptime.hpp>
+
 #include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
 
 namespace foundation::storage::provider {
 
-// One entry of a folder, with what the listing already tells of it (File, Folder, Link,
-// Other, or Nothing when the listing does not say).
+// One entry of a folder as the store gave it: its name and what the listing tells of it
+// (File, Folder, Link, Other, or Nothing when the listing does not say), and its size, time
+// and tag where the store sends them with the listing (a local folder's read does not).
 struct FolderEntry {
     fl::ustring name;
     ItemType type = ItemType::Nothing;
+    std::optional<std::uint64_t> size;
+    // not_a_date_time when not given.
+    boost::posix_time::ptime lastModified;
+    // What identifies this version of the item's content (an HTTP entity tag); empty when
+    // not given.
+    std::string tag;
 };
+
+// A folder's entries, page by page as the store hands them. The folder is opened when the
+// cursor is made (a folder that cannot be read fails then); a page read later may still fail.
+class FolderCursor {
+public:
+    virtual ~FolderCursor();
+    // The next entries; empty only at the end. They are the caller's until the next call,
+    // to read or to move from: a listing that keeps names takes them without a copy.
+    virtual std::span<FolderEntry> next() = 0;
+};
+
+// A cursor over entries already read in one piece (a store that answers with one page),
+// handing those that match `filter` (fl/wildcard.hpp; empty or "*": every one) as a single
+// page.
+std::unique_ptr<FolderCursor> onePage(std::vector<FolderEntry> entries, const fl::ustring& filter);
 
 // An item's content, read from the start; closed when destroyed.
 class InputStream {
@@ -75,8 +100,10 @@ public:
     // A look at the kind alone.
     ItemStatus probe(const vfs::AbsoluteIRI& location) const { return look(location, Facts::Kind); }
 
-    // The entries of a folder, without "." and "..", in no particular order.
-    virtual std::vector<FolderEntry> list(const vfs::AbsoluteIRI& folder) const;
+    // The entries of a folder whose names match `filter` (fl/wildcard.hpp; empty or "*":
+    // every name), without "." and "..", in no particular order.
+    virtual std::unique_ptr<FolderCursor> listPages(const vfs::AbsoluteIRI& folder,
+                                                    const fl::ustring& filter) const;
     // A new empty file; one that exists already fails with ResourceAlreadyExists.
     virtual void createFile(const vfs::AbsoluteIRI& location) const;
     virtual void removeFile(const vfs::AbsoluteIRI& location) const;

@@ -20,7 +20,8 @@ public:
     // filter matches every name), in code-unit order, without "." and "..".
     std::vector<fl::ustring> listAll(const fl::ustring& filter) const;
     // The same entries with what the listing tells of each (a link is a Link, whatever it
-    // leads to), read in one pass over the folder.
+    // leads to; size, time and tag where the store gave them), read in one pass over the
+    // folder.
     std::vector<provider::FolderEntry> listEntries(const fl::ustring& filter) const;
     // Makes the folder and every missing folder above it. A folder that is there already is
     // left as it is; anything else standing in the way fails (ResourceAlreadyExists for the

@@ -14,8 +14,9 @@ ItemStatus ForwardingProvider::look(const vfs::AbsoluteIRI& location, Facts want
     return inner_->look(location, wanted);
 }
 
-std::vector<FolderEntry> ForwardingProvider::list(const vfs::AbsoluteIRI& folder) const {
-    return inner_->list(folder);
+std::unique_ptr<FolderCursor> ForwardingProvider::listPages(const vfs::AbsoluteIRI& folder,
+                                                            const fl::ustring& filter) const {
+    return inner_->listPages(folder, filter);
 }
 
 void ForwardingProvider::createFile(const vfs::AbsoluteIRI& location) const {

@@ -1,7 +1,8 @@
 #pragma once
 
 // What the three sources of the `file` provider share: how a location becomes a native
-// path, and how a stat record or a listing's entry becomes the provider's terms. The
+// path, how a stat record or a listing's entry becomes the provider's terms, and the
+// descriptor they close. The
 // provider's members live in LocalFileProvider.cpp (changes and reading), LocalFileInfo.cpp
 // (looking: probe and attributes) and LocalFileEnumerator.cpp (listing).
 
@@ -13,8 +14,10 @@
 
 #include <optional>
 #include <string>
+#include <utility>
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace foundation::storage::provider::local {
 
@@ -37,5 +40,21 @@ LocalPath localPath(const vfs::AbsoluteIRI& location, const char* operation);
 // The type in a stat record's mode, or in a listing's d_type as DTTOIF gives it: a type the
 // file system did not say (DT_UNKNOWN) is Nothing.
 ItemType typeOf(mode_t mode) noexcept;
+
+// Closes the descriptor it holds.
+class Descriptor {
+public:
+    explicit Descriptor(int fd) noexcept : fd_(fd) {}
+    Descriptor(Descriptor&& other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
+    ~Descriptor() {
+        if (fd_ >= 0)
+            ::close(fd_);
+    }
+    Descriptor& operator=(Descriptor&&) = delete;
+    int get() const noexcept { return fd_; }
+
+private:
+    int fd_;
+};
 
 } // namespace foundation::storage::provider::local

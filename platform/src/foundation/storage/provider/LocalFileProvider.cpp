@@ -19,24 +19,9 @@
 namespace foundation::storage::provider {
 namespace {
 
+using local::Descriptor;
 using local::fail;
 using local::localPath;
-
-// Closes the descriptor it holds.
-class Descriptor {
-public:
-    explicit Descriptor(int fd) noexcept : fd_(fd) {}
-    Descriptor(Descriptor&& other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
-    ~Descriptor() {
-        if (fd_ >= 0)
-            ::close(fd_);
-    }
-    Descriptor& operator=(Descriptor&&) = delete;
-    int get() const noexcept { return fd_; }
-
-private:
-    int fd_;
-};
 
 class LocalInputStream : public InputStream {
 public:

@@ -2,9 +2,40 @@
 
 #include <foundation/storage/vfs/Exception.hpp>
 
+#include <fl/wildcard.hpp>
+
+#include <algorithm>
 #include <vector>
 
 namespace foundation::storage::provider {
+namespace {
+
+class OnePage final : public FolderCursor {
+public:
+    explicit OnePage(std::vector<FolderEntry> entries) : entries_(std::move(entries)) {}
+    std::span<FolderEntry> next() override {
+        if (given_)
+            return {};
+        given_ = true;
+        return entries_;
+    }
+
+private:
+    std::vector<FolderEntry> entries_;
+    bool given_ = false;
+};
+
+} // namespace
+
+FolderCursor::~FolderCursor() = default;
+
+std::unique_ptr<FolderCursor> onePage(std::vector<FolderEntry> entries, const fl::ustring& filter) {
+    if (!filter.empty() && filter != u"*")
+        std::erase_if(entries, [&](const FolderEntry& entry) {
+            return !fl::matchesWildcard(entry.name, filter);
+        });
+    return std::make_unique<OnePage>(std::move(entries));
+}
 
 InputStream::~InputStream() = default;
 
@@ -32,7 +63,8 @@ void StorageProvider::unsupported(const char* operation, const vfs::AbsoluteIRI&
     vfs::raise(vfs::UnsupportedOperation, operation, describe(location));
 }
 
-std::vector<FolderEntry> StorageProvider::list(const vfs::AbsoluteIRI& folder) const {
+std::unique_ptr<FolderCursor> StorageProvider::listPages(const vfs::AbsoluteIRI& folder,
+                                                         const fl::ustring&) const {
     unsupported("list", folder);
 }
 

@@ -4,11 +4,11 @@
 #include <foundation/storage/vfs/Look.hpp>
 #include <virtualfileio/ExceptionContextHandler.hpp>
 
-#include <fl/wildcard.hpp>
-
 #include "boundary.hpp"
 
 #include <algorithm>
+#include <iterator>
+#include <utility>
 
 namespace foundation::storage::vfs {
 namespace {
@@ -48,11 +48,11 @@ Folder::Folder(const AbsoluteIRI& location, StorageSystemReference storage)
     : StorageItem(location, std::move(storage)) {}
 
 std::vector<provider::FolderEntry> Folder::listEntries(const fl::ustring& filter) const {
-    std::vector<provider::FolderEntry> entries = provider()->list(getLocation());
-    if (!filter.empty())
-        std::erase_if(entries, [&](const provider::FolderEntry& entry) {
-            return !fl::matchesWildcard(entry.name, filter);
-        });
+    std::vector<provider::FolderEntry> entries;
+    const auto cursor = provider()->listPages(getLocation(), filter);
+    for (auto page = cursor->next(); !page.empty(); page = cursor->next())
+        entries.insert(entries.end(), std::make_move_iterator(page.begin()),
+                       std::make_move_iterator(page.end()));
     std::sort(entries.begin(), entries.end(),
               [](const provider::FolderEntry& a, const provider::FolderEntry& b) {
                   return a.name < b.name;
@@ -62,10 +62,11 @@ std::vector<provider::FolderEntry> Folder::listEntries(const fl::ustring& filter
 
 std::vector<fl::ustring> Folder::listAll(const fl::ustring& filter) const {
     std::vector<fl::ustring> names;
-    std::vector<provider::FolderEntry> entries = listEntries(filter);
-    names.reserve(entries.size());
-    for (auto& entry : entries)
-        names.push_back(std::move(entry.name));
+    const auto cursor = provider()->listPages(getLocation(), filter);
+    for (auto page = cursor->next(); !page.empty(); page = cursor->next())
+        for (provider::FolderEntry& entry : page)
+            names.push_back(std::move(entry.name));
+    std::sort(names.begin(), names.end());
     return names;
 }
 
