@@ -17,13 +17,9 @@
 namespace {
 
 using ::testing::HasSubstr;
+using vexa::testing::contentOf;
 using vexa::testing::refused;
 using vexa::testing::TempDir;
-
-std::string contentOf(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
-}
 
 void write(const std::string& path, const std::string& content) {
     std::ofstream(path, std::ios::binary) << content;

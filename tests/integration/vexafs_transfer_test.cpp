@@ -16,15 +16,9 @@ namespace {
 using ::testing::AllOf;
 using ::testing::HasSubstr;
 using ::testing::MatchesRegex;
+using vexa::testing::contentOf;
 using vexa::testing::refused;
 using vexa::testing::TempDir;
-
-std::string contentOf(const std::string& path) {
-    if (!std::filesystem::is_regular_file(path))
-        return "<nothing>";
-    std::ifstream in(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
-}
 
 // The runs go in order over one folder; each row's effect is checked after all of them.
 TEST(VexafsTransfer, CopiesMovesAndRemovals) {

@@ -38,6 +38,7 @@ namespace pt = boost::posix_time;
 namespace vfs = foundation::storage::vfs;
 namespace provider = foundation::storage::provider;
 using ::testing::ElementsAre;
+using vexa::testing::contentOf;
 using vexa::testing::contextOf;
 using vexa::testing::failure;
 using vexa::testing::fileAt;
@@ -222,13 +223,6 @@ TEST_F(Storage, FilesAndFoldersMadeAndListed) {
             << f.name;
     EXPECT_EQ(vfs::exists(iriOf(dir / "new/a/b/c"), host), vfs::existence::folder);
     EXPECT_EQ(vfs::exists(iriOf(dir / "folder/x/y"), host), vfs::existence::folder);
-}
-
-std::string contentOf(const std::string& path) {
-    if (!std::filesystem::is_regular_file(path))
-        return "<nothing>";
-    std::ifstream in(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), {});
 }
 
 std::set<std::string> namesIn(const TempDir& dir) {

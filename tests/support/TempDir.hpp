@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <fstream>
 #include <initializer_list>
+#include <iterator>
 #include <stdexcept>
 #include <string>
 
@@ -63,5 +64,13 @@ public:
 private:
     std::filesystem::path path_;
 };
+
+// The bytes of the file at `path`, or "<nothing>" where no file is.
+inline std::string contentOf(const std::string& path) {
+    if (!std::filesystem::is_regular_file(path))
+        return "<nothing>";
+    std::ifstream in(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), {}};
+}
 
 } // namespace vexa::testing
