@@ -305,6 +305,9 @@ TEST_F(HttpProvider, ChangesRefused) {
         [&] { file("/files/new.txt").createFile(); },
         [&] { file("/files/notes.txt").removeFile(); },
         [&] { vfs::Folder(at("/files/new/a/"), storage()).createFolderRecursive(); },
+        [&] { file("/files/notes.txt").openForWriting(vfs::WriteMode::replace); },
+        [&] { file("/files/notes.txt").rename(at("/files/moved.txt")); },
+        [&] { vfs::Folder(at("/files/sub/"), storage()).removeFolder(); },
     };
     for (const auto& change : changes)
         EXPECT_EQ(failure(change), -5);

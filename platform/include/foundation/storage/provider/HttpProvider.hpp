@@ -57,13 +57,7 @@ public:
     // The links of the server's index page that name entries directly below the folder.
     std::unique_ptr<FolderCursor> listPages(const vfs::AbsoluteIRI& folder,
                                             const fl::ustring& filter) const override;
-    void createFile(const vfs::AbsoluteIRI& location) const override;
-    void removeFile(const vfs::AbsoluteIRI& location) const override;
-    void createFolder(const vfs::AbsoluteIRI& location) const override;
-    std::unique_ptr<OutputStream> openForWriting(const vfs::AbsoluteIRI& location,
-                                                 vfs::WriteMode mode) const override;
-    void rename(const vfs::AbsoluteIRI& location, const vfs::AbsoluteIRI& target) const override;
-    void removeFolder(const vfs::AbsoluteIRI& location) const override;
+    bool readOnly() const override { return true; }
     // The body, streamed by GET.
     std::unique_ptr<InputStream> openForReading(const vfs::AbsoluteIRI& location) const override;
 

@@ -104,6 +104,9 @@ public:
     // every name), without "." and "..", in no particular order.
     virtual std::unique_ptr<FolderCursor> listPages(const vfs::AbsoluteIRI& folder,
                                                     const fl::ustring& filter) const;
+    // Whether the store can be read only: then every change the provider does not implement
+    // fails with ReadOnlyProvider rather than UnsupportedOperation.
+    virtual bool readOnly() const { return false; }
     // A new empty file; one that exists already fails with ResourceAlreadyExists.
     virtual void createFile(const vfs::AbsoluteIRI& location) const;
     virtual void removeFile(const vfs::AbsoluteIRI& location) const;
@@ -120,6 +123,8 @@ public:
 protected:
     // Raises UnsupportedOperation for `operation` on `location`.
     [[noreturn]] void unsupported(const char* operation, const vfs::AbsoluteIRI& location) const;
+    // Raises ReadOnlyProvider for a change of a read-only store, else UnsupportedOperation.
+    [[noreturn]] void cannotChange(const char* operation, const vfs::AbsoluteIRI& location) const;
 };
 
 } // namespace foundation::storage::provider

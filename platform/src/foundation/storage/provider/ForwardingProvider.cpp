@@ -19,6 +19,10 @@ std::unique_ptr<FolderCursor> ForwardingProvider::listPages(const vfs::AbsoluteI
     return inner_->listPages(folder, filter);
 }
 
+bool ForwardingProvider::readOnly() const {
+    return inner_->readOnly();
+}
+
 void ForwardingProvider::createFile(const vfs::AbsoluteIRI& location) const {
     inner_->createFile(location);
 }

@@ -63,21 +63,27 @@ void StorageProvider::unsupported(const char* operation, const vfs::AbsoluteIRI&
     vfs::raise(vfs::UnsupportedOperation, operation, describe(location));
 }
 
+void StorageProvider::cannotChange(const char* operation, const vfs::AbsoluteIRI& location) const {
+    if (readOnly())
+        vfs::raise(vfs::ReadOnlyProvider, operation, describe(location));
+    unsupported(operation, location);
+}
+
 std::unique_ptr<FolderCursor> StorageProvider::listPages(const vfs::AbsoluteIRI& folder,
                                                          const fl::ustring&) const {
     unsupported("list", folder);
 }
 
 void StorageProvider::createFile(const vfs::AbsoluteIRI& location) const {
-    unsupported("createFile", location);
+    cannotChange("createFile", location);
 }
 
 void StorageProvider::removeFile(const vfs::AbsoluteIRI& location) const {
-    unsupported("removeFile", location);
+    cannotChange("removeFile", location);
 }
 
 void StorageProvider::createFolder(const vfs::AbsoluteIRI& location) const {
-    unsupported("createFolder", location);
+    cannotChange("createFolder", location);
 }
 
 std::unique_ptr<InputStream>
@@ -87,15 +93,15 @@ StorageProvider::openForReading(const vfs::AbsoluteIRI& location) const {
 
 std::unique_ptr<OutputStream> StorageProvider::openForWriting(const vfs::AbsoluteIRI& location,
                                                               vfs::WriteMode) const {
-    unsupported("openForWriting", location);
+    cannotChange("openForWriting", location);
 }
 
 void StorageProvider::rename(const vfs::AbsoluteIRI& location, const vfs::AbsoluteIRI&) const {
-    unsupported("rename", location);
+    cannotChange("rename", location);
 }
 
 void StorageProvider::removeFolder(const vfs::AbsoluteIRI& location) const {
-    unsupported("removeFolder", location);
+    cannotChange("removeFolder", location);
 }
 
 } // namespace foundation::storage::provider

@@ -1,5 +1,5 @@
-// The http(s) provider: construction, the changes it refuses, the requests every member
-// makes, and the body read as it arrives.
+// The http(s) provider: construction, the requests every member makes, and the body read as
+// it arrives. Changes are refused by the base class, for a read-only store.
 
 #include <foundation/storage/provider/HttpProvider.hpp>
 
@@ -301,31 +301,6 @@ std::vector<std::string> HttpProvider::schemes() const {
 
 fl::ustring HttpProvider::describe(const vfs::AbsoluteIRI& location) const {
     return http::shown(location);
-}
-
-void HttpProvider::createFile(const vfs::AbsoluteIRI& location) const {
-    vfs::raise(vfs::ReadOnlyProvider, "createFile", describe(location));
-}
-
-void HttpProvider::removeFile(const vfs::AbsoluteIRI& location) const {
-    vfs::raise(vfs::ReadOnlyProvider, "removeFile", describe(location));
-}
-
-void HttpProvider::createFolder(const vfs::AbsoluteIRI& location) const {
-    vfs::raise(vfs::ReadOnlyProvider, "createFolder", describe(location));
-}
-
-std::unique_ptr<OutputStream> HttpProvider::openForWriting(const vfs::AbsoluteIRI& location,
-                                                           vfs::WriteMode) const {
-    vfs::raise(vfs::ReadOnlyProvider, "openForWriting", describe(location));
-}
-
-void HttpProvider::rename(const vfs::AbsoluteIRI& location, const vfs::AbsoluteIRI&) const {
-    vfs::raise(vfs::ReadOnlyProvider, "rename", describe(location));
-}
-
-void HttpProvider::removeFolder(const vfs::AbsoluteIRI& location) const {
-    vfs::raise(vfs::ReadOnlyProvider, "removeFolder", describe(location));
 }
 
 std::unique_ptr<InputStream> HttpProvider::openForReading(const vfs::AbsoluteIRI& location) const {
