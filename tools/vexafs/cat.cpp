@@ -60,21 +60,21 @@ void addCatCommand(CLI::App& app) {
                "output or, with --output, to an item that is replaced only once all of it "
                "arrived; an interruption leaves it as it was");
     command->add_option("location", arguments->location, "Path or IRI")->required();
-    command->add_option("-o,--output", arguments->output, "The file (or IRI) to write instead of stdout");
+    command->add_option("-o,--output", arguments->output,
+                        "The file (or IRI) to write instead of stdout");
     command->callback([arguments] {
+        const auto storage = Quarrow::VexaStorageSystem::GetStorageSystemReference();
+        const vfs::File source(locationOf(fl::i18n::to_ustring(arguments->location)), storage);
         if (arguments->output.empty() || arguments->output == "-") {
-            vfs::IODevice device(vfs::File(locationOf(fl::i18n::to_ustring(arguments->location)),
-                                           Quarrow::VexaStorageSystem::GetStorageSystemReference()));
+            vfs::IODevice device(source);
             copyContent(device, STDOUT_FILENO, "standard output");
             return;
         }
-        // Watched for from the start, before the network makes threads of its own.
+        // Watched for before the network makes threads of its own.
         Interruptions interruptions;
-        const auto storage = Quarrow::VexaStorageSystem::GetStorageSystemReference();
         Progress unseen(std::nullopt, false);
-        copyFile(vfs::File(locationOf(fl::i18n::to_ustring(arguments->location)), storage),
-                 vfs::File(locationOf(fl::i18n::to_ustring(arguments->output)), storage), unseen,
-                 interruptions);
+        copyFile(source, vfs::File(locationOf(fl::i18n::to_ustring(arguments->output)), storage),
+                 unseen, interruptions);
     });
 }
 

@@ -9,8 +9,8 @@
 #include <foundation/storage/vfs/Exists.hpp>
 
 #include <iostream>
-#include <optional>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 
 #include <unistd.h>

@@ -30,7 +30,8 @@ void move(const MoveArguments& arguments) {
     }
     if (vfs::exists(source, storage) == vfs::existence::folder)
         throw std::runtime_error("a folder moves between two stores as a copy: use cp "
-                                 "--recursive, then remove " + arguments.source);
+                                 "--recursive, then remove " +
+                                 arguments.source);
     Progress unseen(std::nullopt, false);
     copyFile(item, vfs::File(target, storage), unseen, interruptions);
     item.removeFile();

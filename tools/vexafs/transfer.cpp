@@ -86,8 +86,8 @@ Transfer transferOf(const std::string& sourceText, const std::string& destinatio
             }
         });
     if (intoFolder)
-        destination = vfs::CanonicalAbsoluteIRI(vfs::CanonicalAbsoluteIRI(destination),
-                                                source.getName());
+        destination =
+            vfs::CanonicalAbsoluteIRI(vfs::CanonicalAbsoluteIRI(destination), source.getName());
     return {std::move(storage), std::move(source), std::move(destination)};
 }
 

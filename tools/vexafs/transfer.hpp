@@ -57,7 +57,7 @@ void copyFile(const foundation::storage::vfs::File& from, const foundation::stor
 // A folder's items, folders within it included, into `to`, made where it is missing.
 void copyFolder(const foundation::storage::vfs::AbsoluteIRI& from,
                 const foundation::storage::vfs::AbsoluteIRI& to,
-                const foundation::storage::vfs::StorageSystemReference& storage,
-                Progress& progress, Interruptions& interruptions);
+                const foundation::storage::vfs::StorageSystemReference& storage, Progress& progress,
+                Interruptions& interruptions);
 
 } // namespace vexafs
