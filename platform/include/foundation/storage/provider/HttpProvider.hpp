@@ -6,35 +6,10 @@
 //     Quarrow::VexaStorageSystem::GetStorageSystemReference()->addProvider(
 //         std::make_shared<foundation::storage::provider::HttpProvider>(options));
 
+#include <foundation/storage/provider/HttpOptions.hpp>
 #include <foundation/storage/provider/StorageProvider.hpp>
 
-#include <chrono>
-#include <string>
-
 namespace foundation::storage::provider {
-
-struct HttpOptions {
-    // A file of PEM certificates trusted beside the system's store; empty for none.
-    std::string caFile;
-    // Every wait is bounded, so that no server can hold a call for ever.
-    std::chrono::milliseconds connectTimeout{10'000};
-    // A request that moves no body (a look, an index page) ends within this, answered or not,
-    // its retries included.
-    std::chrono::milliseconds requestTimeout{30'000};
-    // A body transfer slower than lowSpeedLimit bytes per second over lowSpeedTime is
-    // abandoned; so is a server that says nothing for that long.
-    long lowSpeedLimit = 1024;
-    std::chrono::seconds lowSpeedTime{30};
-    long maxRedirects = 10;
-    // A request that changes nothing is made up to `attempts` times while it fails in a way
-    // that may pass: a failed connection, or 429, 500, 502, 503 and 504. The n-th wait
-    // between attempts is retryDelay * 2^(n-1), less up to half of it at random so that
-    // clients do not come back together; a Retry-After of the server is waited instead, up
-    // to retryAfterLimit.
-    int attempts = 3;
-    std::chrono::milliseconds retryDelay{250};
-    std::chrono::milliseconds retryAfterLimit{10'000};
-};
 
 // Read-only: every change fails with ReadOnlyProvider. A location's path ending in "/"
 // names a folder. Connections are kept per thread and reused by the next request to the
