@@ -8,8 +8,8 @@
 //            makes missing folders; ETag and Content-Type only in the headers
 //   Rclone   `rclone serve webdav`: its own order of properties and namespace declarations,
 //            getetag and getcontenttype sent, other statuses (MKCOL of an existing folder
-//            succeeds, MOVE overwrites whatever Overwrite says), and a listing cache, so
-//            that after the start its content changes only through the server
+//            succeeds, If-None-Match is ignored), and a listing cache, so that after the
+//            start its content changes only through the server
 //
 // The content, the same on both, made before the server starts:
 //
@@ -79,9 +79,7 @@ public:
         return kind_ == Kind::Nginx ? origin("davs", securePort_).append(path) : url(path);
     }
     // The same share as "http://" (what the provider asks), for a bare client.
-    std::string httpUrl(std::string_view path) const {
-        return origin("http", port_).append(path);
-    }
+    std::string httpUrl(std::string_view path) const { return origin("http", port_).append(path); }
     // `path` asked for as user "me" with `password`.
     std::string urlAs(std::string_view password, std::string_view path) const {
         return "dav://me:" + std::string(password) + "@127.0.0.1:" + std::to_string(port_) +
@@ -129,6 +127,7 @@ private:
         for (const auto& item : std::filesystem::recursive_directory_iterator(share))
             if (item.is_directory())
                 ::utime(item.path().c_str(), &times);
+        ::utime(share.c_str(), &times);
         // Whatever user nginx serves as reads and writes the tree: the temporary folder is
         // private.
         std::filesystem::permissions(dir_.path(), std::filesystem::perms(0755));

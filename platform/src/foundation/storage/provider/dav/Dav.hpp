@@ -33,8 +33,9 @@ std::string folderUrlOf(const vfs::AbsoluteIRI& location);
 // One entry of a multistatus answer: the resource its href names and the properties the
 // share found for it (those of a propstat whose status is 200).
 struct Resource {
-    std::string href; // as sent, XML escapes resolved
-    int status = 200; // the response's own status, where it gives one
+    std::string href;       // as sent, XML escapes resolved
+    int status = 200;       // the response's own status, where it gives one
+    bool described = false; // a propstat with a good status came: the fields below say so
     bool collection = false;
     std::optional<std::uint64_t> size;
     boost::posix_time::ptime lastModified; // not_a_date_time when not given
@@ -71,6 +72,10 @@ private:
 bool propfind(const HttpOptions& options, const vfs::AbsoluteIRI& location, std::string url,
               const char* depth, const char* operation,
               const std::function<void(Resource&&)>& found);
+
+// The resource at `location` as a PROPFIND of depth 0 tells it; none when nothing is there.
+std::optional<Resource> resourceAt(const HttpOptions& options, const vfs::AbsoluteIRI& location,
+                                   const char* operation);
 
 // The href's path with every escape decoded, without a trailing "/": what identifies a
 // resource, whether the share wrote the href as a path or a full URL, escapes in either

@@ -34,7 +34,8 @@ std::unique_ptr<FolderCursor> DavProvider::listPages(const vfs::AbsoluteIRI& fol
     const bool found = dav::propfind(
         options_, folder, dav::folderUrlOf(folder), "1", "list", [&](dav::Resource&& resource) {
             if (dav::decodedPath(resource.href) == own) {
-                isFolder = resource.collection;
+                if (resource.described)
+                    isFolder = resource.collection;
                 return;
             }
             if (resource.status / 100 != 2)

@@ -19,16 +19,28 @@ void setExtended(ItemStatus& status, std::optional<std::string> contentType,
 
 } // namespace
 
+namespace dav {
+
+std::optional<Resource> resourceAt(const HttpOptions& options, const vfs::AbsoluteIRI& location,
+                                   const char* operation) {
+    std::optional<Resource> item;
+    // A share answers for the item asked about; should it add others, the first is it.
+    const bool found =
+        propfind(options, location, urlOf(location), "0", operation, [&](Resource&& resource) {
+            if (!item)
+                item = std::move(resource);
+        });
+    if (!found || !item || item->status / 100 != 2)
+        return std::nullopt;
+    return item;
+}
+
+} // namespace dav
+
 ItemStatus DavProvider::look(const vfs::AbsoluteIRI& location, Facts wanted) const {
     ItemStatus status;
-    std::optional<dav::Resource> item;
-    // A share answers for the item asked about; should it add others, the first is it.
-    const bool found = dav::propfind(options_, location, dav::urlOf(location), "0", "probe",
-                                     [&](dav::Resource&& resource) {
-                                         if (!item)
-                                             item = std::move(resource);
-                                     });
-    if (!found || !item || item->status / 100 != 2)
+    std::optional<dav::Resource> item = dav::resourceAt(options_, location, "probe");
+    if (!item)
         return status; // Nothing, ResourceNotFound
     status.type = item->collection ? ItemType::Folder : ItemType::File;
     status.lastModified = item->lastModified;

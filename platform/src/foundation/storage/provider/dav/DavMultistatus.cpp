@@ -6,10 +6,6 @@
 
 #include <expat.h>
 
-#include <curl/curl.h>
-
-#include <boost/date_time/posix_time/conversion.hpp>
-
 #include <charconv>
 #include <climits>
 
@@ -147,10 +143,8 @@ struct MultistatusReader::State {
             break;
         case Element::LastModified:
             if (property) {
-                // RFC 1123, as curl reads a Last-Modified header.
-                const time_t time = curl_getdate(std::string(value).c_str(), nullptr);
-                if (time != -1)
-                    properties.lastModified = boost::posix_time::from_time_t(time);
+                // RFC 1123, as a Last-Modified header.
+                properties.lastModified = http::dateOf(value);
             }
             break;
         case Element::ContentType:
@@ -165,6 +159,7 @@ struct MultistatusReader::State {
             // Only what the share found: a 404 propstat lists the properties it lacks.
             if (state.propstatStatus / 100 == 2 && state.parentIs(Element::Response)) {
                 Resource& resource = state.resource;
+                resource.described = true;
                 resource.collection = resource.collection || properties.collection;
                 if (properties.size)
                     resource.size = properties.size;
@@ -193,9 +188,7 @@ struct MultistatusReader::State {
             state.characters.append(data, static_cast<std::size_t>(length));
     }
 
-    bool parentIs(Element element) const {
-        return !open.empty() && open.back() == element;
-    }
+    bool parentIs(Element element) const { return !open.empty() && open.back() == element; }
     bool within(Element element) const {
         for (const Element e : open)
             if (e == element)

@@ -5,6 +5,7 @@
 
 #include "foundation/network/iri_text.hpp"
 
+#include <fl/i18n.hpp>
 #include <foundation/storage/vfs/Exception.hpp>
 
 #include <curl/curl.h>
@@ -76,16 +77,16 @@ bool propfind(const HttpOptions& options, const vfs::AbsoluteIRI& location, std:
     if (const auto failure = transfer->failure()) {
         const long status = transfer->status();
         if (status == 405 || status == 501)
-            http::raise({vfs::UnsupportedOperation,
-                         "HTTP " + std::to_string(status) + ": the server does not list (PROPFIND)"},
+            http::raise({vfs::UnsupportedOperation, "HTTP " + std::to_string(status) +
+                                                        ": the server does not list (PROPFIND)"},
                         operation, location);
         if (failure->code == vfs::ResourceNotFound)
             return false;
         http::raise(*failure, operation, location);
     }
     if (transfer->status() != 207)
-        http::raise({vfs::IOError, "HTTP " + std::to_string(transfer->status()) +
-                                       " to PROPFIND: no multistatus"},
+        http::raise({vfs::IOError,
+                     "HTTP " + std::to_string(transfer->status()) + " to PROPFIND: no multistatus"},
                     operation, location);
     MultistatusReader reader(found);
     std::array<char, 64 * 1024> chunk;
@@ -96,8 +97,8 @@ bool propfind(const HttpOptions& options, const vfs::AbsoluteIRI& location, std:
     if (const auto failure = transfer->failure())
         http::raise(*failure, operation, location);
     if (!reader.finish())
-        http::raise({vfs::IOError, "the server's answer is not XML: " + reader.error()},
-                    operation, location);
+        http::raise({vfs::IOError, "the server's answer is not XML: " + reader.error()}, operation,
+                    location);
     return true;
 }
 
@@ -132,14 +133,21 @@ long made(const HttpOptions& options, const http::Request& request, const char* 
     return transfer->status();
 }
 
-// A MOVE of `source` to `target` (http URLs), never over an existing item unless
-// `overwrite`; 412 means the target is there.
-void move(const HttpOptions& options, const vfs::AbsoluteIRI& location, std::string source,
-          std::string target, bool overwrite, const char* operation,
+// A MOVE of `location` to `target` (folders by their folder URLs), never over an existing
+// item unless `overwrite`. A look at the target comes first: nginx answers a file moved onto
+// a folder with 409, as if a folder were missing; a share that honours Overwrite closes the
+// race with 412.
+void move(const HttpOptions& options, const vfs::AbsoluteIRI& location,
+          const vfs::AbsoluteIRI& target, bool folder, bool overwrite, const char* operation,
           const vfs::AbsoluteIRI& shownAs) {
+    if (!overwrite && resourceAt(options, target, operation))
+        vfs::raise(vfs::ResourceAlreadyExists, operation, http::shown(shownAs),
+                   "the target is there: " + fl::i18n::to_string(http::shown(target)));
     http::Request request = requestFor(location, "MOVE");
-    request.url = std::move(source);
-    request.headers = {"Destination: " + target, overwrite ? "Overwrite: T" : "Overwrite: F"};
+    if (folder)
+        request.url = folderUrlOf(location);
+    request.headers = {"Destination: " + (folder ? folderUrlOf(target) : urlOf(target)),
+                       overwrite ? "Overwrite: T" : "Overwrite: F"};
     made(options, request, operation, shownAs, [](long status) -> std::optional<int> {
         if (status == 412)
             return vfs::ResourceAlreadyExists;
@@ -180,16 +188,6 @@ void requireFolderAbove(const DavProvider& provider, const vfs::AbsoluteIRI& loc
         vfs::raise(vfs::NotAFolder, operation, provider.describe(location));
 }
 
-class DavInputStream : public InputStream {
-public:
-    DavInputStream(const HttpOptions& options, const vfs::AbsoluteIRI& location)
-        : body_(options, requestFor(location, "GET"), location, "open") {}
-    std::size_t read(std::span<char> buffer) override { return body_.read(buffer); }
-
-private:
-    http::BodyReader body_;
-};
-
 // New content PUT to a hidden name beside the item as it is written, and MOVEd over the
 // item at commit: in create mode never over an item that appeared meanwhile.
 class DavOutputStream : public OutputStream {
@@ -215,13 +213,10 @@ public:
     }
     ~DavOutputStream() override { abort(); }
 
-    void write(std::span<const char> data) override {
-        transfer_->send(data);
-        if (const auto failure = transfer_->failure()) {
-            abort();
-            http::raise(*failure, "write", location_);
-        }
-    }
+    // A share that refuses the body (no room, no right) ends the transfer, and what is
+    // written after is dropped; the refusal shows at commit, where the answer is awaited. A
+    // status seen sooner may be no answer yet: curl asks once without the password first.
+    void write(std::span<const char> data) override { transfer_->send(data); }
 
     void commit() override {
         transfer_->finishBody();
@@ -231,8 +226,8 @@ public:
         }
         transfer_.reset();
         try {
-            move(options_, location_, urlOf(temporary_), urlOf(location_),
-                 mode_ == vfs::WriteMode::replace, "close", location_);
+            move(options_, temporary_, location_, false, mode_ == vfs::WriteMode::replace, "close",
+                 location_);
         } catch (...) {
             abort();
             throw;
@@ -244,9 +239,16 @@ public:
         if (!open_)
             return;
         open_ = false;
-        // An unfinished PUT is cut off with its connection; whatever the share kept of it
-        // goes.
-        transfer_.reset();
+        // The PUT is ended and its answer awaited before the DELETE: a share that writes in
+        // place (rclone) would otherwise still be writing the temporary when it is removed,
+        // and keep what it wrote.
+        if (transfer_) {
+            try {
+                transfer_->finishBody();
+            } catch (...) {
+            }
+            transfer_.reset();
+        }
         removeQuietly(options_, temporary_);
     }
 
@@ -303,33 +305,24 @@ void DavProvider::removeFile(const vfs::AbsoluteIRI& location) const {
 }
 
 void DavProvider::createFolder(const vfs::AbsoluteIRI& location) const {
+    // Some shares (rclone) answer 201 to a MKCOL of a folder that is there: the look is what
+    // tells it.
+    if (probe(location).type != ItemType::Nothing)
+        vfs::raise(vfs::ResourceAlreadyExists, "createFolder", describe(location));
     http::Request request = dav::requestFor(location, "MKCOL");
     request.url = dav::folderUrlOf(location);
-    const auto transfer = http::Transfer::answered(options_, request);
-    const auto failure = transfer->failure();
-    if (!failure)
-        return;
-    switch (transfer->status()) {
-    case 405: // something is there
-        http::raise({vfs::ResourceAlreadyExists, failure->reason}, "createFolder", location);
-    case 409: // no folder above
-        http::raise({vfs::ResourceNotFound, failure->reason}, "createFolder", location);
-    default:
-        break;
-    }
-    // Shares differ in how they refuse a folder where one is, or under a missing parent:
-    // a look tells which it was.
-    if (failure->code != vfs::PermissionDenied) {
-        if (probe(location).type != ItemType::Nothing)
-            http::raise({vfs::ResourceAlreadyExists, failure->reason}, "createFolder", location);
-        if (location.hasParent() && probe(location.getParent()).type == ItemType::Nothing)
-            http::raise({vfs::ResourceNotFound, failure->reason}, "createFolder", location);
-    }
-    http::raise(*failure, "createFolder", location);
+    dav::made(options_, request, "createFolder", location, [](long status) -> std::optional<int> {
+        if (status == 405) // something appeared there
+            return vfs::ResourceAlreadyExists;
+        if (status == 409) // no folder above
+            return vfs::ResourceNotFound;
+        return std::nullopt;
+    });
 }
 
 std::unique_ptr<InputStream> DavProvider::openForReading(const vfs::AbsoluteIRI& location) const {
-    return std::make_unique<dav::DavInputStream>(options_, location);
+    return std::make_unique<http::BodyReader>(options_, dav::requestFor(location, "GET"), location,
+                                              "open");
 }
 
 std::unique_ptr<OutputStream> DavProvider::openForWriting(const vfs::AbsoluteIRI& location,
@@ -342,9 +335,7 @@ void DavProvider::rename(const vfs::AbsoluteIRI& location, const vfs::AbsoluteIR
     if (item.type == ItemType::Nothing)
         vfs::raise(item.missingCode, "rename", describe(location));
     // A share moves a collection by its folder URL (nginx refuses anything else).
-    const bool folder = item.type == ItemType::Folder;
-    dav::move(options_, location, folder ? dav::folderUrlOf(location) : dav::urlOf(location),
-              folder ? dav::folderUrlOf(target) : dav::urlOf(target), false, "rename", location);
+    dav::move(options_, location, target, item.type == ItemType::Folder, false, "rename", location);
 }
 
 void DavProvider::removeFolder(const vfs::AbsoluteIRI& location) const {
@@ -354,7 +345,7 @@ void DavProvider::removeFolder(const vfs::AbsoluteIRI& location) const {
     const bool found = dav::propfind(options_, location, dav::folderUrlOf(location), "1",
                                      "removeFolder", [&](dav::Resource&& resource) {
                                          if (dav::decodedPath(resource.href) == own)
-                                             folder = resource.collection;
+                                             folder = resource.collection || !resource.described;
                                          else
                                              empty = false;
                                      });
