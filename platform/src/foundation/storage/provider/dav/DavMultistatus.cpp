@@ -8,6 +8,7 @@
 
 #include <charconv>
 #include <climits>
+#include <random>
 
 namespace foundation::storage::provider::dav {
 namespace {
@@ -75,20 +76,50 @@ std::string_view trimmed(std::string_view text) {
     return text.substr(first, text.find_last_not_of(space) - first + 1);
 }
 
+struct ParserFree {
+    void operator()(XML_Parser parser) const noexcept { XML_ParserFree(parser); }
+};
+using Parser = std::unique_ptr<XML_ParserStruct, ParserFree>;
+
+// A parser per thread, reset for each answer: a new one costs more than reading a look's
+// answer does.
+thread_local Parser idleParser;
+
+Parser takeParser() {
+    if (idleParser) {
+        Parser parser = std::move(idleParser);
+        XML_ParserReset(parser.get(), nullptr);
+        return parser;
+    }
+    Parser parser(XML_ParserCreateNS(nullptr, separator));
+    if (!parser)
+        throw std::bad_alloc();
+    return parser;
+}
+
 } // namespace
 
 struct MultistatusReader::State {
-    struct ParserFree {
-        void operator()(XML_Parser parser) const noexcept { XML_ParserFree(parser); }
-    };
-
     explicit State(std::function<void(Resource&&)> found)
-        : parser(XML_ParserCreateNS(nullptr, separator)), found(std::move(found)) {
-        if (!parser)
-            throw std::bad_alloc();
+        : parser(takeParser()), found(std::move(found)) {
+        // Names are hashed with a secret salt, so that no document can make them collide.
+        // Expat draws one from the system for each document; one drawn per thread keeps the
+        // protection without a system call for every answer.
+        thread_local const unsigned long salt = [] {
+            unsigned long drawn = 0;
+            while (drawn == 0)
+                drawn = static_cast<unsigned long>(std::random_device{}()) << 16 ^
+                        std::random_device{}();
+            return drawn;
+        }();
+        XML_SetHashSalt(parser.get(), salt);
         XML_SetUserData(parser.get(), this);
         XML_SetElementHandler(parser.get(), &State::opened, &State::closed);
         XML_SetCharacterDataHandler(parser.get(), &State::text);
+    }
+    ~State() {
+        if (!idleParser)
+            idleParser = std::move(parser);
     }
 
     static void opened(void* self, const XML_Char* name, const XML_Char**) {
@@ -196,7 +227,7 @@ struct MultistatusReader::State {
         return false;
     }
 
-    std::unique_ptr<XML_ParserStruct, ParserFree> parser;
+    Parser parser;
     std::function<void(Resource&&)> found;
     std::vector<Element> open; // the elements entered and not yet left
     std::string characters;    // the text of the innermost element
