@@ -21,7 +21,6 @@
 #include <random>
 #include <stdexcept>
 #include <thread>
-#include <type_traits>
 
 namespace foundation::storage::http {
 namespace {
@@ -165,9 +164,6 @@ Transfer::Transfer(const HttpOptions& options, Request request) : request_(std::
         curl_easy_setopt(easy, CURLOPT_UPLOAD, 1L);
         curl_easy_setopt(easy, CURLOPT_READFUNCTION, &Transfer::onSend);
         curl_easy_setopt(easy, CURLOPT_READDATA, this);
-        static_assert(std::is_same_v<curl_off_t, std::int64_t>);
-        curl_easy_setopt(easy, CURLOPT_SEEKFUNCTION, &Transfer::onRewind);
-        curl_easy_setopt(easy, CURLOPT_SEEKDATA, this);
         curl_off_t length = -1; // chunked
         if (!request_.streamedBody)
             length = static_cast<curl_off_t>(request_.body.size());
@@ -296,16 +292,6 @@ std::size_t Transfer::onSend(char* data, std::size_t size, std::size_t count, vo
     std::memcpy(data, transfer.outgoing_.data(), length);
     transfer.outgoing_.remove_prefix(length);
     return length;
-}
-
-int Transfer::onRewind(void* self, std::int64_t offset, int origin) {
-    auto& transfer = *static_cast<Transfer*>(self);
-    const std::string& body = transfer.request_.body;
-    if (transfer.request_.streamedBody || origin != SEEK_SET || offset < 0 ||
-        static_cast<std::uint64_t>(offset) > body.size())
-        return CURL_SEEKFUNC_CANTSEEK;
-    transfer.outgoing_ = std::string_view(body).substr(static_cast<std::size_t>(offset));
-    return CURL_SEEKFUNC_OK;
 }
 
 template <class Ready> void Transfer::driveUntil(Ready ready) {

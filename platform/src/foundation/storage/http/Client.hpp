@@ -118,9 +118,6 @@ private:
                                                        int attempt) const;
     static std::size_t onBody(char* data, std::size_t size, std::size_t count, void* self);
     static std::size_t onSend(char* data, std::size_t size, std::size_t count, void* self);
-    // Sends a whole body again from `offset` where curl repeats the request (a password
-    // asked for after a first try, a redirect). A streamed body cannot go back.
-    static int onRewind(void* self, std::int64_t offset, int origin);
     template <class Ready> void driveUntil(Ready ready);
     // A streamed body's transfer, paused for want of bytes, goes on.
     void resumeSending();
