@@ -74,7 +74,7 @@ int main(int argc, char** argv) {
     // Every command reaches web servers as it reaches local files, once the options are read.
     std::string caFile;
     app.add_option("--ca-file", caFile,
-                   "PEM certificates trusted for https beside the system's store (also "
+                   "PEM certificates trusted for https and davs beside the system's store (also "
                    "VEXAFS_CA_FILE)")
         ->envname("VEXAFS_CA_FILE")
         ->check(CLI::ExistingFile);
