@@ -4,6 +4,7 @@
 #include "Dav.hpp"
 
 #include "foundation/network/iri_text.hpp"
+#include "temporary_names.hpp"
 
 #include <fl/i18n.hpp>
 #include <foundation/storage/vfs/Exception.hpp>
@@ -15,9 +16,6 @@
 #include <array>
 #include <span>
 #include <utility>
-
-#include <sys/random.h>
-#include <unistd.h>
 
 namespace foundation::storage::provider {
 namespace dav {
@@ -119,8 +117,9 @@ std::string decodedPath(std::string_view href) {
 namespace {
 
 // A request that moves no body, made (and made again where that is safe) and awaited; its
-// failure raised as `operation`'s. The status of a good answer comes back.
-long made(const HttpOptions& options, const http::Request& request, const char* operation,
+// failure raised as `operation`'s, with the code `codeOf` gives for its status where it
+// gives one.
+void made(const HttpOptions& options, const http::Request& request, const char* operation,
           const vfs::AbsoluteIRI& location,
           const std::function<std::optional<int>(long)>& codeOf = {}) {
     const auto transfer = http::Transfer::answered(options, request);
@@ -130,7 +129,6 @@ long made(const HttpOptions& options, const http::Request& request, const char* 
                 http::raise({*code, failure->reason}, operation, location);
         http::raise(*failure, operation, location);
     }
-    return transfer->status();
 }
 
 // A MOVE of `location` to `target` (folders by their folder URLs), never over an existing
@@ -163,18 +161,6 @@ void removeQuietly(const HttpOptions& options, const vfs::AbsoluteIRI& location)
     }
 }
 
-// A name beside `leaf` that nothing else uses: hidden, and marked as ours, as the file
-// provider names its temporaries.
-fl::ustring temporaryLeaf(const fl::ustring& leaf) {
-    std::array<unsigned char, 6> random{};
-    if (::getrandom(random.data(), random.size(), 0) != static_cast<ssize_t>(random.size()))
-        random.fill(static_cast<unsigned char>(::getpid()));
-    fl::ustring name = u"." + leaf + u".vexa-";
-    for (const unsigned char byte : random)
-        name += u"0123456789abcdefghijklmnopqrstuvwxyz"[byte % 36];
-    return name;
-}
-
 // A new item needs a folder above it: a share may make missing folders for a PUT.
 void requireFolderAbove(const DavProvider& provider, const vfs::AbsoluteIRI& location,
                         const char* operation) {
@@ -195,8 +181,9 @@ public:
     DavOutputStream(const DavProvider& provider, const vfs::AbsoluteIRI& location,
                     vfs::WriteMode mode)
         : options_(provider.options()), location_(location), mode_(mode),
-          temporary_(vfs::CanonicalAbsoluteIRI(vfs::CanonicalAbsoluteIRI(location.getParent()),
-                                               temporaryLeaf(location.getName()))) {
+          temporary_(vfs::CanonicalAbsoluteIRI(
+              vfs::CanonicalAbsoluteIRI(location.getParent()),
+              fl::i18n::to_ustring(temporaryLeaf(fl::i18n::to_string(location.getName()))))) {
         const ItemStatus item = provider.probe(location);
         if (item.type != ItemType::Nothing && mode == vfs::WriteMode::create)
             vfs::raise(vfs::ResourceAlreadyExists, "openForWriting", provider.describe(location));
