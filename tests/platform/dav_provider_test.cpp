@@ -461,6 +461,13 @@ TEST_F(DavProvider, Changes) {
              write(file(at, s, "a.txt"), vfs::WriteMode::replace, std::string(100000, 'x'), false);
          },
          100, one},
+        {"write over the share's root",
+         {},
+         [&](auto& at, auto& s) {
+             write(vfs::File(at("../../").getResolvedIRI(), s), vfs::WriteMode::replace, "r");
+         },
+         -10,
+         {}},
         {"write under a missing folder",
          {},
          [&](auto& at, auto& s) { write(file(at, s, "no/n.txt"), vfs::WriteMode::create, "n"); },

@@ -174,6 +174,17 @@ void requireFolderAbove(const DavProvider& provider, const vfs::AbsoluteIRI& loc
         vfs::raise(vfs::NotAFolder, operation, provider.describe(location));
 }
 
+// The hidden name a write stream fills beside `location`. A share's root is a folder, which
+// no stream writes.
+vfs::AbsoluteIRI temporaryBeside(const DavProvider& provider, const vfs::AbsoluteIRI& location) {
+    if (!location.hasParent())
+        vfs::raise(vfs::InternalError, "openForWriting", provider.describe(location),
+                   "a folder is there");
+    return vfs::CanonicalAbsoluteIRI(
+        vfs::CanonicalAbsoluteIRI(location.getParent()),
+        fl::i18n::to_ustring(temporaryLeaf(fl::i18n::to_string(location.getName()))));
+}
+
 // New content PUT to a hidden name beside the item as it is written, and MOVEd over the
 // item at commit: in create mode never over an item that appeared meanwhile.
 class DavOutputStream : public OutputStream {
@@ -181,9 +192,7 @@ public:
     DavOutputStream(const DavProvider& provider, const vfs::AbsoluteIRI& location,
                     vfs::WriteMode mode)
         : options_(provider.options()), location_(location), mode_(mode),
-          temporary_(vfs::CanonicalAbsoluteIRI(
-              vfs::CanonicalAbsoluteIRI(location.getParent()),
-              fl::i18n::to_ustring(temporaryLeaf(fl::i18n::to_string(location.getName()))))) {
+          temporary_(temporaryBeside(provider, location)) {
         const ItemStatus item = provider.probe(location);
         if (item.type != ItemType::Nothing && mode == vfs::WriteMode::create)
             vfs::raise(vfs::ResourceAlreadyExists, "openForWriting", provider.describe(location));
