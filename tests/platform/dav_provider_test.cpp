@@ -12,6 +12,7 @@
 
 #include "DavServer.hpp"
 #include "Storage.hpp"
+#include "TempDir.hpp"
 #include "Text.hpp"
 
 #include <gmock/gmock.h>
@@ -19,6 +20,8 @@
 
 #include <boost/date_time/posix_time/posix_time.hpp>
 
+#include <cstdlib>
+#include <fstream>
 #include <functional>
 #include <map>
 #include <memory>
@@ -117,6 +120,7 @@ TEST_F(DavProvider, Looks) {
         int extended, plain; // negative: the code thrown
         std::uint64_t size;
         Only only = Both;
+        std::string netrc = {}; // login and password for the host in ~/.netrc
     } cases[] = {
         {"/files/notes.txt", 0, 0, 6},
         {"/files/notes.txt/", 0, 0, 6},
@@ -140,7 +144,12 @@ TEST_F(DavProvider, Looks) {
         {"me:s3cret@", 0, 0, 7, NginxOnly},
         {"me:wrong@", -2, -2, 0, NginxOnly},
         {"davs", 0, 0, 6, NginxOnly},
+        // Without user info, who asks comes from ~/.netrc.
+        {"/private/s.txt", 0, 0, 7, NginxOnly, "me s3cret"},
+        {"/private/s.txt", -2, -2, 0, NginxOnly, "me wrong"},
     };
+    const vexa::testing::TempDir home;
+    const std::string ownHome = std::getenv("HOME") ? std::getenv("HOME") : "";
     for (const DavServer* server : servers()) {
         const auto system = storage(*server);
         for (const auto& c : cases) {
@@ -153,6 +162,13 @@ TEST_F(DavProvider, Looks) {
                     ? at(*server, server->urlAs(c.location.substr(3, c.location.size() - 4),
                                                 "/private/s.txt"))
                     : at(*server, c.location);
+            if (!c.netrc.empty()) {
+                const auto space = c.netrc.find(' ');
+                std::ofstream(home / ".netrc")
+                    << "machine 127.0.0.1 login " << c.netrc.substr(0, space) << " password "
+                    << c.netrc.substr(space + 1) << "\n";
+            }
+            ::setenv("HOME", c.netrc.empty() ? ownHome.c_str() : home.path().c_str(), 1);
             EXPECT_EQ(outcome([&] { return vfs::existsExtended(location, system); }), c.extended);
             EXPECT_EQ(outcome([&] { return vfs::exists(location, system); }), c.plain);
             if (c.extended == 0) {
@@ -164,6 +180,7 @@ TEST_F(DavProvider, Looks) {
                 EXPECT_EQ(vfs::Folder(location, system).getAttributes().getLastModified(),
                           fileTime);
             }
+            ::setenv("HOME", ownHome.c_str(), 1);
         }
     }
 }
