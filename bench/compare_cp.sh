@@ -1,11 +1,13 @@
 #!/usr/bin/env bash
-# Whole processes copying the same content: vexafs cp of a local file against cp, and of a
-# body from a loopback nginx against curl -o. vexafs commits a copy only once it is synced
-# to disk, so each peer syncs its copy too (coreutils' sync FILE), as a user who needs the
-# copy to last would. After a warm-up run of each, the commands take turns over RUNS rounds
-# and each keeps its best wall-clock time, so that load from elsewhere falls on all alike.
+# Whole processes copying the same content: vexafs cp of a local file against cp, of a
+# body from a loopback nginx against curl -o, and of a local file onto the same nginx as a
+# WebDAV share against curl -T. vexafs commits a local copy only once it is synced to disk,
+# so each peer syncs its copy too (coreutils' sync FILE), as a user who needs the copy to
+# last would. After a warm-up run of each, the commands take turns over RUNS rounds and
+# each keeps its best wall-clock time, so that load from elsewhere falls on all alike.
 # Goals: vexafs cp of a local file at most 1.1 times cp, of an http body at most 1.2 times
-# curl -o. The script exits 1 when one is not met, naming it.
+# curl -o, onto the share at most 1.2 times curl -T. The script exits 1 when one is not
+# met, naming it.
 #
 #   bench/compare_cp.sh BUILD_DIR [RUNS] [LOCAL_MIB] [HTTP_MIB]
 set -euo pipefail
@@ -23,12 +25,14 @@ cleanup() {
 trap cleanup EXIT
 
 head -c $((local_mib << 20)) /dev/urandom >"$work/local.bin"
-mkdir -p "$work/www" "$work/logs"
+mkdir -p "$work/www/share" "$work/logs"
 chmod 755 "$work" "$work/www"   # nginx's workers read as another user
+chmod 777 "$work/www/share" "$work/logs" # and write the share
 head -c $((http_mib << 20)) /dev/urandom >"$work/www/body.bin"
 chmod 644 "$work/www/body.bin"
 port=$(python3 -c 'import socket; s = socket.socket(); s.bind(("127.0.0.1", 0)); print(s.getsockname()[1])')
 cat >"$work/nginx.conf" <<CONF
+load_module /usr/lib/nginx/modules/ngx_http_dav_ext_module.so;
 pid $work/nginx.pid;
 error_log $work/logs/error.log;
 events {}
@@ -42,12 +46,18 @@ http {
     server {
         listen 127.0.0.1:$port;
         root $work/www;
+        location /share/ {
+            dav_methods PUT DELETE MKCOL COPY MOVE;
+            dav_ext_methods PROPFIND OPTIONS;
+            client_max_body_size 0;
+        }
     }
 }
 CONF
 nginx -p "$work" -c "$work/nginx.conf" -g 'daemon off;' &
 nginx_pid=$!
 url="http://127.0.0.1:$port/body.bin"
+share="127.0.0.1:$port/share"
 for _ in $(seq 100); do curl -sfI "$url" >/dev/null && break; sleep 0.05; done
 
 declare -A command=(
@@ -55,8 +65,10 @@ declare -A command=(
     [cp]="cp '$work/local.bin' '$work/out-cp' && sync '$work/out-cp'"
     [vexafs_http]="$vexafs cp '$url' '$work/out-vexafs-http'"
     [curl]="curl -sf -o '$work/out-curl' '$url' && sync '$work/out-curl'"
+    [vexafs_dav]="$vexafs cp '$work/www/body.bin' 'dav://$share/out-vexafs.bin'"
+    [curl_put]="curl -sf -T '$work/www/body.bin' 'http://$share/out-curl.bin'"
 )
-order=(vexafs_local cp vexafs_http curl)
+order=(vexafs_local cp vexafs_http curl vexafs_dav curl_put)
 
 declare -A best
 for name in "${order[@]}"; do
@@ -65,9 +77,10 @@ for name in "${order[@]}"; do
 done
 cmp "$work/local.bin" "$work/out-vexafs"
 cmp "$work/www/body.bin" "$work/out-vexafs-http"
+cmp "$work/www/body.bin" "$work/www/share/out-vexafs.bin"
 for ((i = 0; i < runs; ++i)); do
     for name in "${order[@]}"; do
-        rm -f "$work"/out-*
+        rm -f "$work"/out-* "$work"/www/share/out-*
         start=$(date +%s%N)
         eval "${command[$name]}"
         ms=$((($(date +%s%N) - start) / 1000000))
@@ -89,4 +102,5 @@ goal() {
 }
 goal "vexafs cp of a ${local_mib} MiB local file at most 1.1 x cp" "${best[vexafs_local]}" "${best[cp]}" 1.1
 goal "vexafs cp of a ${http_mib} MiB http body at most 1.2 x curl -o" "${best[vexafs_http]}" "${best[curl]}" 1.2
+goal "vexafs cp of a ${http_mib} MiB file to a WebDAV share at most 1.2 x curl -T" "${best[vexafs_dav]}" "${best[curl_put]}" 1.2
 exit $unmet

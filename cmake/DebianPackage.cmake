@@ -11,7 +11,7 @@ set(CPACK_STRIP_FILES ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 # What a program built against the package needs beside them: the Boost headers and
-# libraries its headers use, and libcurl's development files, which the CMake package and
+# libraries its headers use, and libcurl's and expat's development files, which the CMake package and
 # the pkg-config file look for.
 set(VEXA_DEB_DEPENDS libboost${Boost_VERSION_MAJOR}.${Boost_VERSION_MINOR}-dev)
 foreach(component IN LISTS VEXA_BOOST_COMPONENTS)
@@ -19,7 +19,7 @@ foreach(component IN LISTS VEXA_BOOST_COMPONENTS)
     list(APPEND VEXA_DEB_DEPENDS
         libboost-${component}${Boost_VERSION_MAJOR}.${Boost_VERSION_MINOR}-dev)
 endforeach()
-list(APPEND VEXA_DEB_DEPENDS "libcurl4-openssl-dev | libcurl-dev")
+list(APPEND VEXA_DEB_DEPENDS "libcurl4-openssl-dev | libcurl-dev" libexpat1-dev)
 list(JOIN VEXA_DEB_DEPENDS ", " CPACK_DEBIAN_PACKAGE_DEPENDS)
 
 include(CPack)

@@ -25,6 +25,7 @@ using vexa::testing::u;
 // The recorded type, or "" and one caught-error record for whatever kept it from being read.
 TEST(GetContentTypeCaller, RecordedTypeOrNothing) {
     const vexa::testing::RemoteStorage remote; // a server's type, as it sends it
+    const vexa::testing::RemoteShare share;
     TempDir dir;
     dir.make({"typed", "plain", "link -> typed", "latin"});
     ASSERT_EQ(::setxattr((dir / "typed").c_str(), "user.http.contentType", "text/csv", 8, 0), 0);
@@ -45,6 +46,9 @@ TEST(GetContentTypeCaller, RecordedTypeOrNothing) {
         {remote.url("/files/report.csv"), u"text/csv; charset=utf-8", false},
         {remote.secureUrl("/zoned.txt"), u"text/plain", false},
         {remote.url("/status/404"), u"", true},
+        {share.url("/files/report.csv"), u"text/csv", false},
+        {share.secureUrl("/files/notes.txt"), u"text/plain", false},
+        {share.url("/files/missing.txt"), u"", true},
     };
     const vexa::testing::ScopedLogLevels levels(core::log::caughtErrorLevel);
     for (const auto& c : cases) {

@@ -119,17 +119,25 @@ TEST(GetExtendedExistenceType, EarlierPendingFailureSurvivesAnAnswer) {
 // IRI text finds nothing there and lets that failure out.
 TEST(GetExtendedExistenceType, RemoteItems) {
     const vexa::testing::RemoteStorage remote;
+    const vexa::testing::RemoteShare share;
     const struct {
         std::string path;
         int quiet, throwing;
+        bool onShare = false; // a WebDAV share's, whose answer gives the kind
     } cases[] = {
         {"/files/notes.txt", 0, 0},
         {"/files/sub/", 2, 2},
         {"/status/404", 6, -1},
         {"/status/403", 6, -2},
+        {"/files/notes.txt", 0, 0, true},
+        {"/files/sub", 2, 2, true},
+        {"/files/missing.txt", 6, -1, true},
+        {"/private/s.txt", 6, -2, true},
     };
     for (const auto& c : cases)
-        for (const fl::ustring& text : {remote.url(c.path), remote.secureUrl(c.path)}) {
+        for (const fl::ustring& text :
+             c.onShare ? std::vector{share.url(c.path), share.secureUrl(c.path)}
+                       : std::vector{remote.url(c.path), remote.secureUrl(c.path)}) {
             const AbsoluteIRI iri(text);
             EXPECT_EQ(answer(iri, false), c.quiet) << c.path;
             EXPECT_EQ(answer(iri, true), c.throwing) << c.path;

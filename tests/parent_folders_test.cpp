@@ -1,5 +1,6 @@
 #include <vexa/io/filesystem/core/parent_folders.hpp>
 
+#include "RemoteStorage.hpp"
 #include "Storage.hpp"
 #include "TempDir.hpp"
 
@@ -42,6 +43,19 @@ TEST(CreateParentIfNeeded, MakesOnlyAMissingParent) {
         EXPECT_FALSE(std::filesystem::exists(dir / item)) << item;
     }
     EXPECT_TRUE(std::filesystem::is_regular_file(dir / "file"));
+    {
+        // On a WebDAV share, made folder by folder as on a disk.
+        const vexa::testing::RemoteShare share;
+        const std::string work = share.server().content() + "/work";
+        vexa::testing::fileAt(share.server().url("/work/file")).createFile();
+        vexa::testing::folderAt(share.server().url("/work/folder")).createFolderRecursive();
+        for (const auto& [item, parent] : cases) {
+            EXPECT_EQ(parentOf(share.server().url("/work/" + item)), 100) << item;
+            EXPECT_TRUE(std::filesystem::exists(work + "/" + parent)) << item;
+            EXPECT_FALSE(std::filesystem::exists(work + "/" + item)) << item;
+        }
+        EXPECT_TRUE(std::filesystem::is_regular_file(work + "/file"));
+    }
     {
         const ScopedStorageSystem storage({faultyFiles(Op::Probe, vfs::IOError)});
         EXPECT_EQ(parentOf("file:///"), 100);

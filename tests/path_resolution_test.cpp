@@ -12,6 +12,8 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include <memory>
 
 #include <unistd.h>
@@ -149,9 +151,11 @@ TEST_F(PathResolution, WithAttributes) {
 }
 
 // Web addresses: IRI text with its dot segments folded, whatever the options; the kind the
-// server gives; a server's folder is never writable.
+// server gives; a server's folder is never writable, a share's is when the write probe can
+// make and remove its file there.
 TEST(RemotePathResolution, TextKindAndAttributes) {
     const vexa::testing::RemoteStorage remote;
+    const vexa::testing::RemoteShare share;
     const core::ResolvePathOptions follow{true, false, false}, native{false, true, false};
     const struct {
         std::string input;
@@ -159,6 +163,7 @@ TEST(RemotePathResolution, TextKindAndAttributes) {
         std::string path; // on the server; "" for nothing
         Kind kind;
         std::uint64_t size;
+        bool onShare = false; // a WebDAV share's: writable
     } cases[] = {
         {"/files/notes.txt", {}, "/files/notes.txt", Kind::File, 6},
         {"/files/sub/../report.csv", native, "/files/report.csv", Kind::File, 8},
@@ -168,10 +173,17 @@ TEST(RemotePathResolution, TextKindAndAttributes) {
         {"/files/sub", {}, "/files/sub", Kind::File, 0}, // the server's redirect is not asked
         {"/status/404", {}, "", Kind::Nothing, 0},
         {"/status/403", {}, "", Kind::Nothing, 0},
+        {"/files/notes.txt", {}, "/files/notes.txt", Kind::File, 6, true},
+        {"/files/sub/../a%20b.txt", native, "/files/a%20b.txt", Kind::File, 7, true},
+        {"/files/sub", follow, "/files/sub", Kind::Folder, 0, true},
+        {"/work/", {}, "/work/", Kind::Folder, 0, true},
+        {"/files/missing.txt", {}, "", Kind::Nothing, 0, true},
     };
     for (const auto& c : cases)
         for (const bool secure : {false, true}) {
             const auto at = [&](const std::string& path) {
+                if (c.onShare)
+                    return utf8(secure ? share.secureUrl(path) : share.url(path));
                 return utf8(secure ? remote.secureUrl(path) : remote.url(path));
             };
             const fl::ustring input = u(at(c.input));
@@ -183,10 +195,16 @@ TEST(RemotePathResolution, TextKindAndAttributes) {
             EXPECT_EQ(utf8(withAttributes.path), path) << utf8(input);
             const core::PathAttributes& attributes = withAttributes.attributes;
             EXPECT_EQ(attributes.readable, !c.path.empty()) << utf8(input);
-            EXPECT_FALSE(attributes.writable) << utf8(input);
+            EXPECT_EQ(attributes.writable, c.onShare && !c.path.empty()) << utf8(input);
             EXPECT_EQ(attributes.lastModified.is_special(), c.path.empty()) << utf8(input);
             EXPECT_EQ(attributes.size, c.size) << utf8(input);
         }
+    // The write probe leaves nothing behind.
+    EXPECT_TRUE(std::filesystem::is_empty(share.server().content() + "/work"));
+    EXPECT_EQ(
+        std::distance(std::filesystem::directory_iterator(share.server().content() + "/files/sub"),
+                      std::filesystem::directory_iterator()),
+        2);
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 // vexafs ls and package as a user and a script run them.
 
+#include "DavServer.hpp"
 #include "HttpServer.hpp"
 #include "TempDir.hpp"
 #include "Vexafs.hpp"
@@ -17,6 +18,8 @@ using vexa::testing::TempDir;
 TEST(VexafsLsAndPackage, ListsARealTreeAndTellsWhichPackageClaims) {
     const vexa::testing::HttpServer server;
     const std::string sub = server.url("/files/sub/");
+    const vexa::testing::DavServer share(vexa::testing::DavServer::Kind::Nginx);
+    const std::string shared = share.url("/files/"), sharedSub = share.url("/files/sub/");
     TempDir dir;
     dir.make(
         {"t/", "t/b/", "empty/", "t/a.txt", "t/b/c.txt", "t/sp ace", "t/caf\xE9", "t/lnk -> b"});
@@ -55,6 +58,16 @@ TEST(VexafsLsAndPackage, ListsARealTreeAndTellsWhichPackageClaims) {
         {{"ls", server.url("/files/none/*"), server.url("/files/n*"), server.url("/files/x*")},
          0,
          server.url("/files/notes.txt\n") + server.url("/files/x&y%23z%3F%25.txt\n")},
+        // A share's listing: names from its hrefs, folder by folder when recursive.
+        {{"ls", "-r", sharedSub + "*", shared + "<*", shared + "x*"},
+         0,
+         sharedSub + "deeper/leaf.txt\n" + sharedSub + "deeper\n" + sharedSub + "inner.txt\n" +
+             shared + "%3Cb%3E.txt\n" + shared + "x&y.txt\n"},
+        {{"--ca-file", share.caFile(), "ls", share.secureUrl("/files/*.csv"),
+          share.url("/empty/*")},
+         0,
+         share.secureUrl("/files/report.csv\n")},
+        {{"ls", share.url("/nodav/*")}, 1, "", HasSubstr("unsupportedOperation")},
         {{"package", root + "/a/b", root + "/a/bc", "/", "--package", "outer=" + root, "--package",
           "inner=" + root + "/a/b", "--json"},
          0,

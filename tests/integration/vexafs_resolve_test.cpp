@@ -1,12 +1,14 @@
 // vexafs resolve as a user and a script see it.
 
 #include "CurrentFolder.hpp"
+#include "DavServer.hpp"
 #include "HttpServer.hpp"
 #include "TempDir.hpp"
 #include "TimeZone.hpp"
 #include "Vexafs.hpp"
 
 #include <chrono>
+#include <filesystem>
 #include <thread>
 
 #include <fcntl.h>
@@ -121,6 +123,36 @@ TEST(VexafsResolve, NamesAndWebAddressesAsTheHostResolvesThem) {
          HasSubstr("--ca-file: File does not exist")},
     };
     vexa::testing::expectRuns(runs);
+    // A share's items: their kind from the share, writable, times from its properties.
+    const vexa::testing::DavServer share(vexa::testing::DavServer::Kind::Nginx);
+    const std::string notes = share.url("/files/notes.txt"), work = share.url("/work");
+    const vexa::testing::VexafsRun onShare[] = {
+        {{"exist", notes, share.url("/files/sub"), share.url("/files/none")},
+         0,
+         notes + "\n  type: 0\n  kind: file\n" + share.url("/files/sub") +
+             "\n  type: 2\n  kind: folder\n" + share.url("/files/none") +
+             "\n  type: 6\n  kind: nothing\n"},
+        {{"resolve", "--attributes", notes},
+         0,
+         shown(notes, notes, "file", {"yes", "yes", "2021-03-04T10:36:07.000000", "6"})},
+        {{"resolve", "--attributes", work},
+         0,
+         ContainsRegex("^" + work + "\n  path:     " + work + "\n  kind:     folder\n  " +
+                       "readable: yes\n  writable: yes\n")},
+        {{"content-type", share.url("/files/report.csv")},
+         0,
+         HasSubstr("content type: text/csv\n")},
+        {{"cat", share.url("/files/%3Cb%3E.txt")}, 0, "<b>.txt"},
+        {{"--ca-file", share.caFile(), "exist", share.secureUrl("/files/sub/deeper/leaf.txt")},
+         0,
+         HasSubstr("kind: file\n")},
+        // A server that cannot look is no share: nothing there, as for the library.
+        {{"exist", share.url("/nodav/x.txt")}, 0, HasSubstr("kind: nothing\n")},
+        refused({"cat", share.url("/files/sub")}, HasSubstr("Identifier: VEXA:")),
+    };
+    vexa::testing::expectRuns(onShare);
+    EXPECT_TRUE(std::filesystem::is_empty(share.content() + "/work"));
+
     ASSERT_EQ(::setenv("VEXAFS_CA_FILE", caFile.c_str(), 1), 0);
     const vexa::testing::VexafsRun fromEnvironment[] = {
         {{"exist", file, server.url("/files/"), server.url("/status/403")},

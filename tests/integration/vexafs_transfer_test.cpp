@@ -1,6 +1,7 @@
 // vexafs cp, mv and rm: items copied, moved and removed across storages, each failure
 // leaving every item as it was.
 
+#include "DavServer.hpp"
 #include "HttpServer.hpp"
 #include "TempDir.hpp"
 #include "Vexafs.hpp"
@@ -20,9 +21,13 @@ using vexa::testing::contentOf;
 using vexa::testing::refused;
 using vexa::testing::TempDir;
 
-// The runs go in order over one folder; each row's effect is checked after all of them.
+// The runs go in order over one folder and a WebDAV share's; each row's effect is checked
+// after all of them.
 TEST(VexafsTransfer, CopiesMovesAndRemovals) {
     const vexa::testing::HttpServer server;
+    const vexa::testing::DavServer share(vexa::testing::DavServer::Kind::Nginx);
+    const auto on = [&](const std::string& path) { return share.url("/work/" + path); };
+    const std::string shared = share.content() + "/work/";
     TempDir dir;
     dir.make({"a.txt", "kept", "tree/", "tree/sub/", "tree/sub/leaf", "tree/link -> sub/leaf",
               "into/", "full/", "full/x", "empty/", "gone"});
@@ -51,6 +56,19 @@ TEST(VexafsTransfer, CopiesMovesAndRemovals) {
         {{"rm", "--folder", dir / "empty", "--json"}, 0, HasSubstr("\"removed\": \"folder\"")},
         refused({"rm", "--folder", dir / "full"}, identifier("folderNotEmpty")),
         refused({"rm", dir / "missing"}, identifier("resourceNotFound")),
+        {{"cp", dir / "a.txt", on("a.txt")}, 0, ""},
+        {{"cp", "-r", dir / "tree", on("tree")}, 0, ""},
+        {{"cp", share.url("/files/notes.txt"), dir / "fromShare"}, 0, ""},
+        {{"cp", on("a.txt"), on("b.txt")}, 0, ""},
+        {{"--ca-file", share.caFile(), "cp", dir / "a.txt", share.secureUrl("/work/s.txt")}, 0, ""},
+        refused({"cp", share.url("/files/missing"), on("x")}, identifier("resourceNotFound")),
+        {{"mv", on("b.txt"), on("c.txt")}, 0, ""},
+        refused({"mv", on("c.txt"), on("a.txt")}, identifier("resourceAlreadyExists")),
+        {{"rm", on("c.txt")}, 0, HasSubstr("removed: file")},
+        refused({"rm", "--folder", on("tree")}, identifier("folderNotEmpty")),
+        {{"mkdir", on("made/deep")}, 0, ""},
+        {{"rm", "--folder", on("made/deep")}, 0, HasSubstr("removed: folder")},
+        {{"mkparent", on("parent/of/x.txt")}, 0, HasSubstr("  parent: " + on("parent/of/"))},
     };
     vexa::testing::expectRuns(runs);
     EXPECT_EQ(contentOf(dir / "into/a.txt"), "alpha");
@@ -64,8 +82,18 @@ TEST(VexafsTransfer, CopiesMovesAndRemovals) {
     EXPECT_FALSE(std::filesystem::exists(dir / "gone"));
     EXPECT_FALSE(std::filesystem::exists(dir / "empty"));
     EXPECT_FALSE(std::filesystem::exists(dir / "tree/sub/tree"));
-    // a.txt kept moved.txt tree into full notes copy, and nothing half-written beside them
-    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.path()), {}), 8);
+    EXPECT_EQ(contentOf(dir / "fromShare"), "hello\n");
+    EXPECT_EQ(contentOf(shared + "a.txt"), "alpha");
+    EXPECT_EQ(contentOf(shared + "s.txt"), "alpha");
+    EXPECT_EQ(contentOf(shared + "tree/sub/leaf"), "x");
+    EXPECT_EQ(contentOf(shared + "tree/link"), "x");
+    EXPECT_TRUE(std::filesystem::is_directory(shared + "made"));
+    EXPECT_FALSE(std::filesystem::exists(shared + "made/deep"));
+    EXPECT_TRUE(std::filesystem::is_directory(shared + "parent/of"));
+    // a.txt kept moved.txt tree into full notes copy fromShare, and nothing half-written
+    // beside them; on the share a.txt tree s.txt made parent
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.path()), {}), 9);
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(shared), {}), 5);
 }
 
 } // namespace

@@ -32,6 +32,7 @@
 // trickled, a failure a chosen number of times before the answer.
 
 #include "RunProgram.hpp"
+#include "ServerProcess.hpp"
 #include "TempDir.hpp"
 
 #include <algorithm>
@@ -59,14 +60,6 @@
 #include <utime.h>
 
 namespace vexa::testing {
-
-inline sockaddr_in loopback(int port) {
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    address.sin_port = htons(static_cast<std::uint16_t>(port));
-    return address;
-}
 
 // A descriptor closed with its owner.
 class Socket {
@@ -165,15 +158,6 @@ public:
 private:
     static std::string origin(const char* scheme, int port) {
         return std::string(scheme) + "://127.0.0.1:" + std::to_string(port);
-    }
-
-    static bool accepts(int port) {
-        const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-        const sockaddr_in address = loopback(port);
-        const bool connected =
-            ::connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
-        ::close(fd);
-        return connected;
     }
 
     void addFile(const std::string& name, const std::string& bytes, bool knownTime = true) const {
@@ -286,52 +270,13 @@ http {
     }
 
     bool start() {
-        // Everything the child needs is made before the fork: after it, only system calls.
-        const std::string prefix = dir_.path().string();
-        const std::string configuration = dir_ / "nginx.conf";
-        const std::string logFile = dir_ / "error.log";
-        const char* argv[] = {
-            "nginx",         "-p", prefix.c_str(), "-c",   configuration.c_str(), "-e",
-            logFile.c_str(), "-g", "daemon off;",  nullptr};
-        const int log = ::open(logFile.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
-        const pid_t parent = ::getpid();
-        pid_ = ::fork();
-        if (pid_ == 0) {
-            // nginx goes with the test process, even one that crashes, also before this line.
-            ::prctl(PR_SET_PDEATHSIG, SIGKILL);
-            if (::getppid() != parent)
-                ::_exit(127);
-            ::dup2(log, 1);
-            ::dup2(log, 2);
-            ::execv("/usr/sbin/nginx", const_cast<char**>(argv));
-            ::_exit(127);
-        }
-        ::close(log);
-        if (pid_ < 0)
-            throw std::runtime_error("fork failed");
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-        while (std::chrono::steady_clock::now() < deadline) {
-            int status = 0;
-            if (::waitpid(pid_, &status, WNOHANG) == pid_) {
-                pid_ = -1;
-                return false;
-            }
-            if (accepts(port_) && accepts(securePort_))
-                return true;
-            std::this_thread::sleep_for(std::chrono::milliseconds(2));
-        }
-        stop();
-        return false;
+        return process_.start("/usr/sbin/nginx",
+                              {"-p", dir_.path().string(), "-c", dir_ / "nginx.conf", "-e",
+                               dir_ / "error.log", "-g", "daemon off;"},
+                              dir_ / "error.log", {port_, securePort_});
     }
 
-    void stop() {
-        if (pid_ <= 0)
-            return;
-        ::kill(pid_, SIGTERM);
-        int status = 0;
-        ::waitpid(pid_, &status, 0);
-        pid_ = -1;
-    }
+    void stop() { process_.stop(); }
 
     std::string errorLog() const {
         std::ifstream in(dir_ / "error.log");
@@ -341,7 +286,7 @@ http {
     TempDir dir_;
     int port_ = 0;
     int securePort_ = 0;
-    pid_t pid_ = -1;
+    ServerProcess process_;
 };
 
 // A server on 127.0.0.1 that answers as a test writes it. The n-th connection gets the n-th

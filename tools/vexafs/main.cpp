@@ -6,6 +6,7 @@
 #include <Quarrow/VexaStorageSystem.hpp>
 #include <fl/i18n.hpp>
 #include <foundation/core/except/IException.hpp>
+#include <foundation/storage/provider/DavProvider.hpp>
 #include <foundation/storage/provider/HttpProvider.hpp>
 #include <foundation/storage/vfs/AbsoluteIRI.hpp>
 #include <vexa/io/filesystem/core.hpp>
@@ -73,7 +74,7 @@ int main(int argc, char** argv) {
     // Every command reaches web servers as it reaches local files, once the options are read.
     std::string caFile;
     app.add_option("--ca-file", caFile,
-                   "PEM certificates trusted for https beside the system's store (also "
+                   "PEM certificates trusted for https and davs beside the system's store (also "
                    "VEXAFS_CA_FILE)")
         ->envname("VEXAFS_CA_FILE")
         ->check(CLI::ExistingFile);
@@ -89,9 +90,12 @@ int main(int argc, char** argv) {
         http.caFile = caFile;
         http.requestTimeout = std::chrono::duration_cast<std::chrono::milliseconds>(
             std::chrono::duration<double>(timeout));
-        Quarrow::VexaStorageSystem::GetStorageSystemReference()->addProvider(
-            vexafs::rememberingFailures(
-                std::make_shared<foundation::storage::provider::HttpProvider>(std::move(http))));
+        // WebDAV shares are reached with the same bounds and trust as web servers.
+        const auto storage = Quarrow::VexaStorageSystem::GetStorageSystemReference();
+        storage->addProvider(vexafs::rememberingFailures(
+            std::make_shared<foundation::storage::provider::DavProvider>(http)));
+        storage->addProvider(vexafs::rememberingFailures(
+            std::make_shared<foundation::storage::provider::HttpProvider>(std::move(http))));
     });
     vexafs::addClassifyCommand(app);
     vexafs::addAbsoluteCommand(app);

@@ -1,6 +1,7 @@
 #include <Quarrow/VexaStorageSystem.hpp>
 
 #include <fl/ascii.hpp>
+#include <foundation/storage/provider/DavProvider.hpp>
 #include <foundation/storage/provider/HttpProvider.hpp>
 #include <foundation/storage/provider/LocalFileProvider.hpp>
 
@@ -21,6 +22,7 @@ struct HostStorage {
         auto system = std::make_shared<StorageSystem>();
         system->addProvider(std::make_shared<provider::LocalFileProvider>());
         system->addProvider(std::make_shared<provider::HttpProvider>());
+        system->addProvider(std::make_shared<provider::DavProvider>());
         return system;
     }()};
 };

@@ -4,18 +4,22 @@
 
 #include "Client.hpp"
 
+#include <fl/ascii.hpp>
 #include <foundation/network/IRI.hpp>
 #include <foundation/storage/vfs/Exception.hpp>
 
 #include <curl/curl.h>
 
+#include <boost/date_time/gregorian/gregorian_types.hpp>
 #include <boost/date_time/posix_time/conversion.hpp>
+#include <boost/date_time/posix_time/posix_time_types.hpp>
 
 #include <algorithm>
 #include <cstring>
 #include <ctime>
 #include <new>
 #include <random>
+#include <stdexcept>
 #include <thread>
 
 namespace foundation::storage::http {
@@ -137,11 +141,26 @@ Transfer::Transfer(const HttpOptions& options, Request request) : request_(std::
     // PUT and POST always carry a body, if an empty one: servers want its length.
     const bool sendsBody = request_.streamedBody || !request_.body.empty() ||
                            request_.method == "PUT" || request_.method == "POST";
+    const bool wholeBody = sendsBody && !request_.streamedBody;
     if (request_.method == "HEAD")
         curl_easy_setopt(easy, CURLOPT_NOBODY, 1L);
-    else if (request_.method != "GET" && !(sendsBody && request_.method == "PUT"))
+    else if (request_.method != "GET" && !(request_.streamedBody && request_.method == "PUT"))
         curl_easy_setopt(easy, CURLOPT_CUSTOMREQUEST, request_.method.c_str());
-    if (sendsBody) {
+    if (wholeBody) {
+        // Sent from memory with the headers, in one write where it is small (a PROPFIND's
+        // XML): a body read through the callback goes in a write of its own, which costs
+        // the server a second wakeup on every request. curl repeats it as it needs.
+        curl_easy_setopt(easy, CURLOPT_POSTFIELDSIZE_LARGE,
+                         static_cast<curl_off_t>(request_.body.size()));
+        curl_easy_setopt(easy, CURLOPT_POSTFIELDS, request_.body.data());
+        // Without a type of the caller's, none: curl would call the body a form.
+        if (std::none_of(request_.headers.begin(), request_.headers.end(),
+                         [](const std::string& line) {
+                             return fl::ascii::startsWithIgnoringCase(line, "Content-Type:");
+                         }))
+            headers_->add("Content-Type:");
+        headers_->add("Expect:");
+    } else if (sendsBody) {
         curl_easy_setopt(easy, CURLOPT_UPLOAD, 1L);
         curl_easy_setopt(easy, CURLOPT_READFUNCTION, &Transfer::onSend);
         curl_easy_setopt(easy, CURLOPT_READDATA, this);
@@ -372,7 +391,48 @@ std::size_t Transfer::read(std::span<char> buffer) {
     return length;
 }
 
+namespace {
+
+// The form servers send today (RFC 9110's IMF-fixdate, "Sun, 06 Nov 1994 08:49:37 GMT"),
+// read without curl's general parser, which is slow enough to dominate a listing's reading
+// (a WebDAV folder gives a date per entry). None for any other text.
+std::optional<boost::posix_time::ptime> fixdateOf(std::string_view text) {
+    static constexpr std::string_view months = "JanFebMarAprMayJunJulAugSepOctNovDec";
+    if (text.size() != 29 || text[3] != ',' || text[4] != ' ' || text[7] != ' ' ||
+        text[11] != ' ' || text[16] != ' ' || text[19] != ':' || text[22] != ':' ||
+        text.substr(25) != " GMT")
+        return std::nullopt;
+    const auto number = [&](std::size_t at, std::size_t digits) -> int {
+        int value = 0;
+        for (std::size_t i = at; i < at + digits; ++i) {
+            if (text[i] < '0' || text[i] > '9')
+                return -1;
+            value = value * 10 + (text[i] - '0');
+        }
+        return value;
+    };
+    const std::size_t month = months.find(text.substr(8, 3));
+    const int day = number(5, 2), year = number(12, 4), hour = number(17, 2),
+              minute = number(20, 2), second = number(23, 2);
+    if (month == std::string_view::npos || month % 3 != 0 || day < 1 || year < 1400 || hour < 0 ||
+        hour > 23 || minute < 0 || minute > 59 || second < 0 || second > 60)
+        return std::nullopt;
+    try {
+        return boost::posix_time::ptime(
+            boost::gregorian::date(static_cast<unsigned short>(year),
+                                   static_cast<unsigned short>(month / 3 + 1),
+                                   static_cast<unsigned short>(day)),
+            boost::posix_time::time_duration(hour, minute, std::min(second, 59)));
+    } catch (const std::out_of_range&) {
+        return std::nullopt; // no such day
+    }
+}
+
+} // namespace
+
 boost::posix_time::ptime dateOf(std::string_view text) {
+    if (const auto fixdate = fixdateOf(text))
+        return *fixdate;
     const time_t time = curl_getdate(std::string(text).c_str(), nullptr);
     return time == -1 ? boost::posix_time::ptime() : boost::posix_time::from_time_t(time);
 }

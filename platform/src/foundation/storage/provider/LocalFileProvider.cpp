@@ -1,18 +1,17 @@
 #include <foundation/storage/provider/LocalFileProvider.hpp>
 
 #include "LocalFile.hpp"
+#include "temporary_names.hpp"
 
 #include <fl/i18n.hpp>
 #include <foundation/storage/vfs/Exception.hpp>
 
-#include <array>
 #include <cerrno>
 #include <cstdlib>
 #include <memory>
 #include <utility>
 
 #include <fcntl.h>
-#include <sys/random.h>
 #include <unistd.h>
 
 namespace foundation::storage::provider {
@@ -67,15 +66,9 @@ local::LocalPath writtenPath(const local::LocalPath& path) {
     return {resolved.get()};
 }
 
-// A name beside `leaf` in `folder` that nothing else uses: hidden, and marked as ours.
+// A name beside `leaf` in `folder` that nothing else uses.
 std::string temporaryName(const std::string& folder, const std::string& leaf) {
-    std::array<unsigned char, 6> random{};
-    if (::getrandom(random.data(), random.size(), 0) != static_cast<ssize_t>(random.size()))
-        random.fill(static_cast<unsigned char>(::getpid()));
-    std::string name = folder + "/." + leaf + ".vexa-";
-    for (const unsigned char byte : random)
-        name += "0123456789abcdefghijklmnopqrstuvwxyz"[byte % 36];
-    return name;
+    return folder + "/" + temporaryLeaf(leaf);
 }
 
 // New content for a local file, written to a file beside it that has no name (O_TMPFILE)
@@ -151,8 +144,8 @@ public:
                 continue;
             // Files the kernel cannot copy between (a fifo, another kind of file system)
             // are copied here, from where the kernel stopped.
-            if (total == 0 && (errno == EXDEV || errno == EINVAL || errno == ENOSYS ||
-                               errno == EOPNOTSUPP))
+            if (total == 0 &&
+                (errno == EXDEV || errno == EINVAL || errno == ENOSYS || errno == EOPNOTSUPP))
                 return OutputStream::writeFrom(input, moved);
             fail("write", target_);
         }
@@ -257,7 +250,8 @@ void LocalFileProvider::createFolder(const vfs::AbsoluteIRI& location) const {
         fail("createFolder", path);
 }
 
-std::unique_ptr<InputStream> LocalFileProvider::openForReading(const vfs::AbsoluteIRI& location) const {
+std::unique_ptr<InputStream>
+LocalFileProvider::openForReading(const vfs::AbsoluteIRI& location) const {
     auto path = localPath(location, "open");
     // Without O_NONBLOCK a fifo would wait for a writer that may never come.
     Descriptor fd(::open(path.native.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
@@ -284,8 +278,8 @@ void LocalFileProvider::rename(const vfs::AbsoluteIRI& location,
     const auto from = localPath(location, "rename");
     const auto to = localPath(target, "rename");
     // Never over an item that is there: the caller removes it first if that is meant.
-    if (::renameat2(AT_FDCWD, from.native.c_str(), AT_FDCWD, to.native.c_str(),
-                    RENAME_NOREPLACE) == 0)
+    if (::renameat2(AT_FDCWD, from.native.c_str(), AT_FDCWD, to.native.c_str(), RENAME_NOREPLACE) ==
+        0)
         return;
     const int error = errno;
     // A missing source is named as such; anything else about the move names the target.
