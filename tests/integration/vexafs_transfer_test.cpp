@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <map>
 
 #include <sys/stat.h>
 
@@ -29,6 +30,13 @@ TEST(VexafsTransfer, CopiesMovesAndRemovals) {
     std::ofstream(dir / "a.txt") << "alpha";
     std::ofstream(dir / "kept") << "kept as it was";
     ::chmod((dir / "kept").c_str(), 0600);
+    // Enough files for every worker to take several, each holding its own name: a copy
+    // written to the wrong target shows. "broken" fails on its one file, and holds more.
+    dir.make({"many/", "many/a/", "many/a/b/", "many/c/", "many/toC -> c", "broken/",
+              "broken/dangling -> nowhere", "broken/s/"});
+    for (const std::string folder : {"many/", "many/a/", "many/a/b/", "many/c/", "broken/s/"})
+        for (int i = 0; i < 20; ++i)
+            std::ofstream(dir / (folder + std::to_string(i))) << folder << i;
     const auto identifier = [](const std::string& name) {
         return HasSubstr("Identifier: VEXA:virtualfilesystem:" + name);
     };
@@ -44,6 +52,15 @@ TEST(VexafsTransfer, CopiesMovesAndRemovals) {
         refused({"cp", dir / "a.txt", server.url("/files/new")}, identifier("readOnlyProvider")),
         refused({"cp", dir / "tree", dir / "kept"}, HasSubstr("--recursive")),
         refused({"cp", "-r", dir / "tree", dir / "tree/sub"}, HasSubstr("into itself")),
+        {{"cp", "-r", "--jobs", "8", dir / "many", dir / "many8", "--json"},
+         0,
+         HasSubstr("\"files\": 100, \"bytes\": 850")},
+        // The first failure is reported and ends the copy; with one job nothing follows it.
+        refused({"cp", "-r", "-j", "4", dir / "broken", dir / "broken4"},
+                AllOf(identifier("resourceNotFound"), HasSubstr(dir / "broken/dangling"))),
+        refused({"cp", "-r", dir / "broken", dir / "broken1"},
+                AllOf(identifier("resourceNotFound"), HasSubstr(dir / "broken/dangling"))),
+        {{"cp", "-r", "--jobs", "65", dir / "many", dir / "many65"}, 105, "", HasSubstr("--jobs")},
         {{"mv", dir / "b.txt", dir / "moved.txt"}, 0, ""},
         refused({"mv", dir / "moved.txt", dir / "kept"}, identifier("resourceAlreadyExists")),
         refused({"mv", dir / "missing", dir / "x"}, identifier("resourceNotFound")),
@@ -64,8 +81,27 @@ TEST(VexafsTransfer, CopiesMovesAndRemovals) {
     EXPECT_FALSE(std::filesystem::exists(dir / "gone"));
     EXPECT_FALSE(std::filesystem::exists(dir / "empty"));
     EXPECT_FALSE(std::filesystem::exists(dir / "tree/sub/tree"));
-    // a.txt kept moved.txt tree into full notes copy, and nothing half-written beside them
-    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.path()), {}), 8);
+    const auto filesIn = [&](const std::string& folder) {
+        std::map<std::string, std::string> files;
+        for (const auto& item : std::filesystem::recursive_directory_iterator(
+                 dir / folder, std::filesystem::directory_options::follow_directory_symlink))
+            if (!item.is_directory())
+                files[item.path().lexically_relative(dir / folder)] = contentOf(item.path());
+        return files;
+    };
+    const auto many = filesIn("many");
+    EXPECT_EQ(many.size(), 100u);
+    EXPECT_EQ(filesIn("many8"), many);
+    EXPECT_TRUE(std::filesystem::is_directory(dir / "many8/toC")); // a link copied as a folder
+    EXPECT_TRUE(std::filesystem::is_empty(dir / "broken1"));
+    // The copies under way when it failed ended, each whole; no new one started after it.
+    const auto broken4 = filesIn("broken4");
+    EXPECT_LT(broken4.size(), 20u);
+    for (const auto& [name, content] : broken4)
+        EXPECT_EQ(content, "broken/" + name) << name;
+    // a.txt kept moved.txt tree into full notes copy many broken and their copies, and
+    // nothing half-written beside them
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.path()), {}), 13);
 }
 
 } // namespace
