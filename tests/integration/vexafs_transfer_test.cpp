@@ -8,7 +8,6 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <map>
 
 #include <sys/stat.h>
 
@@ -18,6 +17,7 @@ using ::testing::AllOf;
 using ::testing::HasSubstr;
 using ::testing::MatchesRegex;
 using vexa::testing::contentOf;
+using vexa::testing::contentsUnder;
 using vexa::testing::refused;
 using vexa::testing::TempDir;
 
@@ -81,21 +81,13 @@ TEST(VexafsTransfer, CopiesMovesAndRemovals) {
     EXPECT_FALSE(std::filesystem::exists(dir / "gone"));
     EXPECT_FALSE(std::filesystem::exists(dir / "empty"));
     EXPECT_FALSE(std::filesystem::exists(dir / "tree/sub/tree"));
-    const auto filesIn = [&](const std::string& folder) {
-        std::map<std::string, std::string> files;
-        for (const auto& item : std::filesystem::recursive_directory_iterator(
-                 dir / folder, std::filesystem::directory_options::follow_directory_symlink))
-            if (!item.is_directory())
-                files[item.path().lexically_relative(dir / folder)] = contentOf(item.path());
-        return files;
-    };
-    const auto many = filesIn("many");
+    const auto many = contentsUnder(dir / "many");
     EXPECT_EQ(many.size(), 100u);
-    EXPECT_EQ(filesIn("many8"), many);
+    EXPECT_EQ(contentsUnder(dir / "many8"), many);
     EXPECT_TRUE(std::filesystem::is_directory(dir / "many8/toC")); // a link copied as a folder
     EXPECT_TRUE(std::filesystem::is_empty(dir / "broken1"));
     // The copies under way when it failed ended, each whole; no new one started after it.
-    const auto broken4 = filesIn("broken4");
+    const auto broken4 = contentsUnder(dir / "broken4");
     EXPECT_LT(broken4.size(), 20u);
     for (const auto& [name, content] : broken4)
         EXPECT_EQ(content, "broken/" + name) << name;
