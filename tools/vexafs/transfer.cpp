@@ -141,14 +141,18 @@ public:
            Interruptions& interruptions)
         : storage_(storage), progress_(progress), interruptions_(interruptions),
           room_(2 * std::size_t{jobs}) {
+        // No worker ends before the queue is closed or a copy fails, which only comes
+        // after they are all counted.
         try {
             if (jobs > 1)
                 for (unsigned job = 0; job < jobs; ++job)
                     workers_.emplace_back([this] { work(); });
         } catch (...) {
+            count();
             close(); // the workers made end, and are joined as the member goes
             throw;
         }
+        count();
     }
     Copies(const Copies&) = delete;
     Copies& operator=(const Copies&) = delete;
@@ -201,11 +205,11 @@ private:
     }
 
     void work() {
+        std::unique_lock lock(mutex_);
         for (;;) {
-            std::unique_lock lock(mutex_);
             changed_.wait(lock, [&] { return failure_ || closed_ || !waiting_.empty(); });
             if (failure_ || waiting_.empty())
-                return;
+                break;
             const Item item = std::move(waiting_.front());
             waiting_.pop_front();
             changed_.notify_all();
@@ -215,7 +219,19 @@ private:
             } catch (...) {
                 fail(std::current_exception());
             }
+            lock.lock();
         }
+        // The workers end together, once the last copy is done, and are joined at once: an
+        // interruption ends the program with no thread that ended long before anyone
+        // joined it, only threads still at work.
+        --working_;
+        changed_.notify_all();
+        changed_.wait(lock, [&] { return working_ == 0; });
+    }
+
+    void count() {
+        const std::lock_guard lock(mutex_);
+        working_ = workers_.size();
     }
 
     void close() {
@@ -232,6 +248,7 @@ private:
     std::condition_variable changed_;
     std::deque<Item> waiting_;
     bool closed_ = false;
+    std::size_t working_ = 0;
     std::exception_ptr failure_;
     std::vector<std::jthread> workers_;
 };
