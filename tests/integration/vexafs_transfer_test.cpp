@@ -55,6 +55,10 @@ TEST(VexafsTransfer, CopiesMovesAndRemovals) {
         {{"cp", "-r", "--jobs", "8", dir / "many", dir / "many8", "--json"},
          0,
          HasSubstr("\"files\": 100, \"bytes\": 850")},
+        // Each worker asks the server on a connection of its own.
+        {{"cp", "-r", "-j", "4", server.url("/files/"), dir / "web", "--json"},
+         0,
+         HasSubstr("\"files\": 8, \"bytes\": 1048620,")},
         // The first failure is reported and ends the copy; with one job nothing follows it.
         refused({"cp", "-r", "-j", "4", dir / "broken", dir / "broken4"},
                 AllOf(identifier("resourceNotFound"), HasSubstr(dir / "broken/dangling"))),
@@ -85,15 +89,16 @@ TEST(VexafsTransfer, CopiesMovesAndRemovals) {
     EXPECT_EQ(many.size(), 100u);
     EXPECT_EQ(contentsUnder(dir / "many8"), many);
     EXPECT_TRUE(std::filesystem::is_directory(dir / "many8/toC")); // a link copied as a folder
+    EXPECT_EQ(contentsUnder(dir / "web"), contentsUnder(server.content() + "/files"));
     EXPECT_TRUE(std::filesystem::is_empty(dir / "broken1"));
     // The copies under way when it failed ended, each whole; no new one started after it.
     const auto broken4 = contentsUnder(dir / "broken4");
     EXPECT_LT(broken4.size(), 20u);
     for (const auto& [name, content] : broken4)
         EXPECT_EQ(content, "broken/" + name) << name;
-    // a.txt kept moved.txt tree into full notes copy many broken and their copies, and
+    // a.txt kept moved.txt tree into full notes copy many broken web and the copies, and
     // nothing half-written beside them
-    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.path()), {}), 13);
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.path()), {}), 14);
 }
 
 } // namespace
