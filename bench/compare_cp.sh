@@ -5,16 +5,19 @@
 # so each peer syncs its copy too (coreutils' sync FILE), as a user who needs the copy to
 # last would. After a warm-up run of each, the commands take turns over RUNS rounds and
 # each keeps its best wall-clock time, so that load from elsewhere falls on all alike.
+# A folder of small files is copied too, one file at a time and eight at a time.
 # Goals: vexafs cp of a local file at most 1.1 times cp, of an http body at most 1.2 times
-# curl -o, onto the share at most 1.2 times curl -T. The script exits 1 when one is not
-# met, naming it.
+# curl -o, onto the share at most 1.2 times curl -T; cp --recursive --jobs 8 of the small
+# files at least 4 times as fast as --jobs 1. The script exits 1 when one is not met,
+# naming it.
 #
-#   bench/compare_cp.sh BUILD_DIR [RUNS] [LOCAL_MIB] [HTTP_MIB]
+#   bench/compare_cp.sh BUILD_DIR [RUNS] [LOCAL_MIB] [HTTP_MIB] [SMALL_FILES]
 set -euo pipefail
-build=${1:?usage: compare_cp.sh BUILD_DIR [RUNS] [LOCAL_MIB] [HTTP_MIB]}
+build=${1:?usage: compare_cp.sh BUILD_DIR [RUNS] [LOCAL_MIB] [HTTP_MIB] [SMALL_FILES]}
 runs=${2:-3}
 local_mib=${3:-1024}
 http_mib=${4:-300}
+small_files=${5:-1000}
 vexafs="$build/tools/vexafs/vexafs"
 work=$(mktemp -d "${TMPDIR:-/tmp}/vexa-compare-cp-XXXXXX")
 nginx_pid=
@@ -25,6 +28,12 @@ cleanup() {
 trap cleanup EXIT
 
 head -c $((local_mib << 20)) /dev/urandom >"$work/local.bin"
+# Ten folders of small files, each a few hundred bytes.
+for ((i = 0; i < small_files; ++i)); do
+    folder="$work/small/$((i % 10))"
+    [[ -d $folder ]] || mkdir -p "$folder"
+    head -c $((100 + i % 400)) /dev/urandom >"$folder/$i"
+done
 mkdir -p "$work/www/share" "$work/logs"
 chmod 755 "$work" "$work/www"   # nginx's workers read as another user
 chmod 777 "$work/www/share" "$work/logs" # and write the share
@@ -67,8 +76,10 @@ declare -A command=(
     [curl]="curl -sf -o '$work/out-curl' '$url' && sync '$work/out-curl'"
     [vexafs_dav]="$vexafs cp '$work/www/body.bin' 'dav://$share/out-vexafs.bin'"
     [curl_put]="curl -sf -T '$work/www/body.bin' 'http://$share/out-curl.bin'"
+    [vexafs_jobs1]="$vexafs cp --recursive --jobs 1 '$work/small' '$work/out-jobs1'"
+    [vexafs_jobs8]="$vexafs cp --recursive --jobs 8 '$work/small' '$work/out-jobs8'"
 )
-order=(vexafs_local cp vexafs_http curl vexafs_dav curl_put)
+order=(vexafs_local cp vexafs_http curl vexafs_dav curl_put vexafs_jobs1 vexafs_jobs8)
 
 declare -A best
 for name in "${order[@]}"; do
@@ -78,9 +89,10 @@ done
 cmp "$work/local.bin" "$work/out-vexafs"
 cmp "$work/www/body.bin" "$work/out-vexafs-http"
 cmp "$work/www/body.bin" "$work/www/share/out-vexafs.bin"
+diff -r "$work/small" "$work/out-jobs8"
 for ((i = 0; i < runs; ++i)); do
     for name in "${order[@]}"; do
-        rm -f "$work"/out-* "$work"/www/share/out-*
+        rm -rf "$work"/out-* "$work"/www/share/out-*
         start=$(date +%s%N)
         eval "${command[$name]}"
         ms=$((($(date +%s%N) - start) / 1000000))
@@ -103,4 +115,6 @@ goal() {
 goal "vexafs cp of a ${local_mib} MiB local file at most 1.1 x cp" "${best[vexafs_local]}" "${best[cp]}" 1.1
 goal "vexafs cp of a ${http_mib} MiB http body at most 1.2 x curl -o" "${best[vexafs_http]}" "${best[curl]}" 1.2
 goal "vexafs cp of a ${http_mib} MiB file to a WebDAV share at most 1.2 x curl -T" "${best[vexafs_dav]}" "${best[curl_put]}" 1.2
+goal "vexafs cp --recursive --jobs 8 of ${small_files} small files at most 0.25 x --jobs 1" \
+    "${best[vexafs_jobs8]}" "${best[vexafs_jobs1]}" 0.25
 exit $unmet

@@ -12,12 +12,15 @@
 #include <iterator>
 #include <thread>
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
 using ::testing::HasSubstr;
 using vexa::testing::contentOf;
+using vexa::testing::contentsUnder;
 using vexa::testing::refused;
 using vexa::testing::TempDir;
 
@@ -69,22 +72,52 @@ TEST(VexafsCat, CopiesEveryByteOrLeavesTheOutputAlone) {
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.path()), {}), 7);
 }
 
-// A transfer interrupted half way ends as the signal would end it (128 + its number), with
-// the output file as it was and nothing else beside it.
+// A writer that keeps a fifo open and sends nothing: its reader waits for good.
+struct HeldOpen {
+    explicit HeldOpen(const std::string& fifo) : fd(::open(fifo.c_str(), O_RDWR | O_CLOEXEC)) {}
+    HeldOpen(const HeldOpen&) = delete;
+    HeldOpen& operator=(const HeldOpen&) = delete;
+    ~HeldOpen() {
+        if (fd >= 0)
+            ::close(fd);
+    }
+    int fd;
+};
+
+// A transfer interrupted half way ends as the signal would end it (128 + its number), each
+// target as it was or whole and nothing else beside them: a body from a slow server, and a
+// folder copied by four threads, one of which waits on a fifo while the others commit.
 TEST(VexafsCat, AnInterruptedTransferLeavesNothingBehind) {
     const vexa::testing::HttpServer server;
     TempDir dir;
-    const int signals[] = {SIGINT, SIGTERM, SIGHUP};
+    dir.make({"tree/", "tree/sub/"});
+    for (int i = 0; i < 12; ++i)
+        write(dir / ("tree/" + std::string(i % 2 ? "sub/" : "") + std::to_string(i)),
+              "content " + std::to_string(i));
+    ASSERT_EQ(::mkfifo((dir / "tree/sub/fifo").c_str(), 0644), 0);
+    const HeldOpen fifo(dir / "tree/sub/fifo");
+    ASSERT_GE(fifo.fd, 0);
+    const std::string slow = server.url("/slow.bin");
+    const struct {
+        int signal;
+        std::vector<std::string> args; // the last one, the target, in the row's own folder
+    } rows[] = {
+        {SIGINT, {"cat", slow, "-o", "kept"}},
+        {SIGTERM, {"cat", slow, "-o", "kept"}},
+        {SIGHUP, {"cat", slow, "-o", "kept"}},
+        {SIGINT, {"cp", "-r", "-j", "4", dir / "tree", "copy"}},
+    };
+    const auto folderOf = [&](std::size_t row) { return dir / std::to_string(row); };
     std::deque<vexa::testing::RunningProgram> transfers;
-    for (const int signal : signals) {
-        const std::string folder = dir / std::to_string(signal);
-        std::filesystem::create_directory(folder);
-        write(folder + "/kept", "kept as it was");
-        transfers.emplace_back(VEXAFS_PATH, std::vector<std::string>{"cat", server.url("/slow.bin"),
-                                                                     "-o", folder + "/kept"});
+    for (std::size_t i = 0; i < std::size(rows); ++i) {
+        std::filesystem::create_directory(folderOf(i));
+        write(folderOf(i) + "/kept", "kept as it was");
+        auto args = rows[i].args;
+        args.back() = folderOf(i) + "/" + args.back();
+        transfers.emplace_back(VEXAFS_PATH, args);
     }
-    const auto entries = [&](int signal) {
-        return std::distance(std::filesystem::directory_iterator(dir / std::to_string(signal)), {});
+    const auto entries = [&](std::size_t row) {
+        return std::distance(std::filesystem::directory_iterator(folderOf(row)), {});
     };
     // Whether the program has a file open in `folder`: the content on its way, which has no
     // name there until it is complete.
@@ -98,21 +131,26 @@ TEST(VexafsCat, AnInterruptedTransferLeavesNothingBehind) {
     };
     for (std::size_t i = 0; i < transfers.size(); ++i) {
         ASSERT_TRUE(transfers[i].running());
-        // The server sends 100 bytes a second: the transfer is under way once the program
-        // writes into the folder, and far from done.
-        const std::string folder = dir / std::to_string(signals[i]);
+        // The server sends 100 bytes a second, and the fifo nothing: the transfer is under
+        // way once the program writes into the folder, and far from done.
         const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-        while (!writingInto(transfers[i].pid(), folder) &&
+        while (!writingInto(transfers[i].pid(), folderOf(i)) &&
                std::chrono::steady_clock::now() < deadline)
             std::this_thread::sleep_for(std::chrono::milliseconds(5));
-        EXPECT_TRUE(writingInto(transfers[i].pid(), folder)) << signals[i];
+        EXPECT_TRUE(writingInto(transfers[i].pid(), folderOf(i))) << i;
         std::this_thread::sleep_for(std::chrono::milliseconds(50));
-        transfers[i].signal(signals[i]);
+        transfers[i].signal(rows[i].signal);
     }
     for (std::size_t i = 0; i < transfers.size(); ++i) {
-        EXPECT_EQ(transfers[i].wait(), 128 + signals[i]) << signals[i];
-        EXPECT_EQ(contentOf(dir / std::to_string(signals[i]) + "/kept"), "kept as it was");
-        EXPECT_EQ(entries(signals[i]), 1) << signals[i];
+        EXPECT_EQ(transfers[i].wait(), 128 + rows[i].signal) << i;
+        EXPECT_EQ(contentOf(folderOf(i) + "/kept"), "kept as it was") << i;
+        // The copy holds the files that were committed, each whole, and nothing else.
+        const bool copied = rows[i].args[0] == "cp";
+        EXPECT_EQ(entries(i), copied ? 2 : 1) << i;
+        if (!copied)
+            continue;
+        for (const auto& [name, content] : contentsUnder(folderOf(i) + "/copy"))
+            EXPECT_EQ(content, contentsUnder(dir / "tree")[name]) << name;
     }
 }
 

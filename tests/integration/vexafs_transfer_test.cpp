@@ -18,6 +18,7 @@ using ::testing::AllOf;
 using ::testing::HasSubstr;
 using ::testing::MatchesRegex;
 using vexa::testing::contentOf;
+using vexa::testing::contentsUnder;
 using vexa::testing::refused;
 using vexa::testing::TempDir;
 
@@ -34,6 +35,13 @@ TEST(VexafsTransfer, CopiesMovesAndRemovals) {
     std::ofstream(dir / "a.txt") << "alpha";
     std::ofstream(dir / "kept") << "kept as it was";
     ::chmod((dir / "kept").c_str(), 0600);
+    // Enough files for every worker to take several, each holding its own name: a copy
+    // written to the wrong target shows. "broken" fails on its one file, and holds more.
+    dir.make({"many/", "many/a/", "many/a/b/", "many/c/", "many/toC -> c", "broken/",
+              "broken/dangling -> nowhere", "broken/s/"});
+    for (const std::string folder : {"many/", "many/a/", "many/a/b/", "many/c/", "broken/s/"})
+        for (int i = 0; i < 20; ++i)
+            std::ofstream(dir / (folder + std::to_string(i))) << folder << i;
     const auto identifier = [](const std::string& name) {
         return HasSubstr("Identifier: VEXA:virtualfilesystem:" + name);
     };
@@ -49,6 +57,19 @@ TEST(VexafsTransfer, CopiesMovesAndRemovals) {
         refused({"cp", dir / "a.txt", server.url("/files/new")}, identifier("readOnlyProvider")),
         refused({"cp", dir / "tree", dir / "kept"}, HasSubstr("--recursive")),
         refused({"cp", "-r", dir / "tree", dir / "tree/sub"}, HasSubstr("into itself")),
+        {{"cp", "-r", "--jobs", "8", dir / "many", dir / "many8", "--json"},
+         0,
+         HasSubstr("\"files\": 100, \"bytes\": 850")},
+        // Each worker asks the server on a connection of its own.
+        {{"cp", "-r", "-j", "4", server.url("/files/"), dir / "web", "--json"},
+         0,
+         HasSubstr("\"files\": 8, \"bytes\": 1048620,")},
+        // The first failure is reported and ends the copy; with one job nothing follows it.
+        refused({"cp", "-r", "-j", "4", dir / "broken", dir / "broken4"},
+                AllOf(identifier("resourceNotFound"), HasSubstr(dir / "broken/dangling"))),
+        refused({"cp", "-r", dir / "broken", dir / "broken1"},
+                AllOf(identifier("resourceNotFound"), HasSubstr(dir / "broken/dangling"))),
+        {{"cp", "-r", "--jobs", "65", dir / "many", dir / "many65"}, 105, "", HasSubstr("--jobs")},
         {{"mv", dir / "b.txt", dir / "moved.txt"}, 0, ""},
         refused({"mv", dir / "moved.txt", dir / "kept"}, identifier("resourceAlreadyExists")),
         refused({"mv", dir / "missing", dir / "x"}, identifier("resourceNotFound")),
@@ -90,9 +111,20 @@ TEST(VexafsTransfer, CopiesMovesAndRemovals) {
     EXPECT_TRUE(std::filesystem::is_directory(shared + "made"));
     EXPECT_FALSE(std::filesystem::exists(shared + "made/deep"));
     EXPECT_TRUE(std::filesystem::is_directory(shared + "parent/of"));
-    // a.txt kept moved.txt tree into full notes copy fromShare, and nothing half-written
-    // beside them; on the share a.txt tree s.txt made parent
-    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.path()), {}), 9);
+    const auto many = contentsUnder(dir / "many");
+    EXPECT_EQ(many.size(), 100u);
+    EXPECT_EQ(contentsUnder(dir / "many8"), many);
+    EXPECT_TRUE(std::filesystem::is_directory(dir / "many8/toC")); // a link copied as a folder
+    EXPECT_EQ(contentsUnder(dir / "web"), contentsUnder(server.content() + "/files"));
+    EXPECT_TRUE(std::filesystem::is_empty(dir / "broken1"));
+    // The copies under way when it failed ended, each whole; no new one started after it.
+    const auto broken4 = contentsUnder(dir / "broken4");
+    EXPECT_LT(broken4.size(), 20u);
+    for (const auto& [name, content] : broken4)
+        EXPECT_EQ(content, "broken/" + name) << name;
+    // a.txt kept moved.txt tree into full notes copy fromShare many broken web and the
+    // copies, and nothing half-written beside them; on the share a.txt tree s.txt made parent
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.path()), {}), 15);
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(shared), {}), 5);
 }
 

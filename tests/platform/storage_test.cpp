@@ -338,15 +338,38 @@ TEST_F(Storage, RenamedAndRemoved) {
     }
 }
 
-// A provider that implements only the look, and says no more than "nothing" about anything;
-// below "/refused" it fails by throwing alone, leaving nothing pending itself.
+// A provider that implements only the look and the listing, and says no more than "nothing"
+// about anything; below "/refused" it fails by throwing alone, leaving nothing pending
+// itself, and so does the second page of "/pages".
 struct LookOnlyProvider : provider::StorageProvider {
     std::vector<std::string> schemes() const override { return {"mem"}; }
     provider::ItemStatus look(const AbsoluteIRI& at, provider::Facts) const override {
-        if (at.toString().starts_with(u"mem://h/refused"))
-            throw vfs::Exception(vfs::PermissionDenied, describe(at));
+        refuseBelow(at, u"mem://h/refused");
         return {};
     }
+    std::unique_ptr<provider::FolderCursor> listPages(const AbsoluteIRI& at,
+                                                      const fl::ustring&) const override {
+        refuseBelow(at, u"mem://h/refused");
+        return std::make_unique<OnePageThenRefused>(*this, at);
+    }
+
+    void refuseBelow(const AbsoluteIRI& at, fl::ustring_view prefix) const {
+        if (at.toString().starts_with(prefix))
+            throw vfs::Exception(vfs::PermissionDenied, describe(at));
+    }
+    struct OnePageThenRefused : provider::FolderCursor {
+        OnePageThenRefused(const LookOnlyProvider& owner, AbsoluteIRI at)
+            : owner(owner), at(std::move(at)) {}
+        std::span<provider::FolderEntry> next() override {
+            if (pages++ > 0)
+                owner.refuseBelow(at, u"mem://h/pages");
+            return pages == 1 ? std::span(page) : std::span<provider::FolderEntry>();
+        }
+        const LookOnlyProvider& owner;
+        AbsoluteIRI at;
+        int pages = 0;
+        std::vector<provider::FolderEntry> page{{u"a", provider::ItemType::File, {}, {}, {}}};
+    };
 };
 
 TEST(StorageSystem, ProvidersByScheme) {
@@ -380,6 +403,15 @@ TEST(StorageSystem, ProvidersByScheme) {
         {[&] { vfs::File(refused, storage).getExtendedAttributes(); }, "extendedAttributes"},
         {[&] { vfs::Folder(refused, storage).getAttributes(); }, "attributes"},
         {[&] { vfs::Folder(refused, storage).createFolderRecursive(); }, "createFolder"},
+        {[&] { vfs::Folder(refused, storage).listAll(u""); }, "list"},
+        {[&] { vfs::Folder(refused, storage).listPages(u"*"); }, "list"},
+        {[&] { vfs::Folder(iriOf("mem://h/pages"), storage).listEntries(u""); }, "list"},
+        {[&] {
+             const auto pages = vfs::Folder(iriOf("mem://h/pages"), storage).listPages(u"");
+             EXPECT_EQ(pages->next().size(), 1u);
+             pages->next();
+         },
+         "list"},
     };
     for (const auto& [call, operation] : thrown) {
         virtualfileio::ExceptionContextHandler::ClearPendingContext();

@@ -8,6 +8,7 @@
 #include <fstream>
 #include <initializer_list>
 #include <iterator>
+#include <map>
 #include <stdexcept>
 #include <string>
 
@@ -71,6 +72,17 @@ inline std::string contentOf(const std::string& path) {
         return "<nothing>";
     std::ifstream in(path, std::ios::binary);
     return {std::istreambuf_iterator<char>(in), {}};
+}
+
+// The files below `folder`, links to folders entered, each by its path from there, with
+// its bytes: two trees compare equal when they hold the same files.
+inline std::map<std::string, std::string> contentsUnder(const std::string& folder) {
+    std::map<std::string, std::string> files;
+    for (const auto& item : std::filesystem::recursive_directory_iterator(
+             folder, std::filesystem::directory_options::follow_directory_symlink))
+        if (!item.is_directory())
+            files[item.path().lexically_relative(folder)] = contentOf(item.path());
+    return files;
 }
 
 } // namespace vexa::testing

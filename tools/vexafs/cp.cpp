@@ -23,6 +23,7 @@ namespace vfs = foundation::storage::vfs;
 struct CopyArguments {
     std::string source, destination;
     bool recursive = false;
+    unsigned jobs = 1;
     bool json = false;
 };
 
@@ -45,7 +46,7 @@ void copy(const CopyArguments& arguments) {
         if (within(target, source))
             throw std::runtime_error("cannot copy " + arguments.source + " into itself");
         progress.emplace(std::nullopt, ::isatty(STDERR_FILENO) == 1);
-        copyFolder(source, target, storage, *progress, interruptions);
+        copyFolder(source, target, storage, *progress, interruptions, arguments.jobs);
     } else {
         const vfs::File from(source, storage);
         // The size is asked only where someone watches the copy.
@@ -58,6 +59,7 @@ void copy(const CopyArguments& arguments) {
     if (arguments.json) {
         Record record{fl::i18n::to_ustring(arguments.source), {}};
         record.add("target", target.toString())
+            .add("files", static_cast<std::int64_t>(progress->files()))
             .add("bytes", static_cast<std::int64_t>(progress->bytes()))
             .add("seconds", progress->seconds());
         printRecords(std::cout, {record}, true);
@@ -76,7 +78,14 @@ void addCpCommand(CLI::App& app) {
     command->add_option("destination", arguments->destination, "Path or IRI to copy to")
         ->required();
     command->add_flag("-r,--recursive", arguments->recursive, "Copy a folder and all it holds");
-    command->add_flag("--json", arguments->json, "Print the bytes copied and the seconds taken");
+    command
+        ->add_option("-j,--jobs", arguments->jobs,
+                     "Files of a folder copied at once; the first failure stops the copy once "
+                     "the files under way are done")
+        ->capture_default_str()
+        ->check(CLI::Range(1, 64));
+    command->add_flag("--json", arguments->json,
+                      "Print the files and bytes copied and the seconds taken");
     command->callback([arguments] { copy(*arguments); });
 }
 

@@ -53,6 +53,18 @@ Interruptions::~Interruptions() {
     ::pthread_sigmask(SIG_SETMASK, &previous_, nullptr);
 }
 
+Interruptions::Hold::Hold(Interruptions& owner) : owner_(owner) {
+    std::unique_lock lock(owner_.mutex_);
+    owner_.changed_.wait(lock, [&] { return !owner_.ending_; });
+    ++owner_.holding_;
+}
+
+Interruptions::Hold::~Hold() {
+    const std::lock_guard lock(owner_.mutex_);
+    if (--owner_.holding_ == 0)
+        owner_.changed_.notify_all();
+}
+
 void Interruptions::watch() {
     pollfd waits[] = {{signalled_->get(), POLLIN, 0}, {stop_->get(), POLLIN, 0}};
     for (;;) {
@@ -66,7 +78,9 @@ void Interruptions::watch() {
     signalfd_siginfo signal{};
     if (::read(signalled_->get(), &signal, sizeof signal) != sizeof signal)
         signal.ssi_signo = SIGTERM;
-    mutex_.lock(); // never released: the program ends here
+    std::unique_lock lock(mutex_); // never released: the program ends here
+    ending_ = true;
+    changed_.wait(lock, [&] { return holding_ == 0; });
     ::_exit(128 + static_cast<int>(signal.ssi_signo));
 }
 

@@ -8,6 +8,7 @@
 
 #include <signal.h>
 
+#include <condition_variable>
 #include <memory>
 #include <mutex>
 #include <thread>
@@ -23,14 +24,26 @@ public:
     Interruptions& operator=(const Interruptions&) = delete;
     ~Interruptions();
 
-    // Runs `work` with interruptions held off until it has returned.
+    // Runs `work` with interruptions held off until it has returned. Several threads may
+    // hold them off at once (each commits its own copy); an interruption waits for all of
+    // them, and a thread that comes after it waits for the end of the program.
     template <class Work> void holdingOff(Work work) {
-        const std::lock_guard lock(mutex_);
+        const Hold hold(*this);
         work();
     }
 
 private:
     class Descriptor;
+    class Hold {
+    public:
+        explicit Hold(Interruptions& owner);
+        Hold(const Hold&) = delete;
+        Hold& operator=(const Hold&) = delete;
+        ~Hold();
+
+    private:
+        Interruptions& owner_;
+    };
     void watch();
 
     sigset_t signals_{};
@@ -38,6 +51,9 @@ private:
     std::unique_ptr<Descriptor> signalled_;
     std::unique_ptr<Descriptor> stop_;
     std::mutex mutex_;
+    std::condition_variable changed_;
+    int holding_ = 0;
+    bool ending_ = false;
     std::thread watcher_;
 };
 

@@ -11,13 +11,15 @@
 
 #include <chrono>
 #include <cstdint>
+#include <mutex>
 #include <optional>
 #include <string>
 
 namespace vexafs {
 
-// Bytes copied so far, shown on standard error as they go: bytes, rate and, when the total is
-// known, the time left.
+// Bytes and files copied so far, shown on standard error as they go, on one line however
+// many threads copy: bytes, rate and, when the total is known, the time left; when it is
+// not (a folder's copy), the files done.
 class Progress {
 public:
     // Shown only when `shown` (cp shows it on a terminal).
@@ -26,15 +28,20 @@ public:
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
 
+    // Each may be called from several threads at once.
     void add(std::uint64_t bytes);
-    std::uint64_t bytes() const noexcept { return bytes_; }
+    void addFile();
+    std::uint64_t bytes() const;
+    std::uint64_t files() const;
     double seconds() const;
 
 private:
     void show(bool last);
 
+    mutable std::mutex mutex_;
     std::optional<std::uint64_t> total_;
     std::uint64_t bytes_ = 0;
+    std::uint64_t files_ = 0;
     std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
     std::chrono::steady_clock::time_point lastShown_ = start_;
     bool shown_;
@@ -54,10 +61,14 @@ Transfer transferOf(const std::string& source, const std::string& destination);
 void copyFile(const foundation::storage::vfs::File& from, const foundation::storage::vfs::File& to,
               Progress& progress, Interruptions& interruptions);
 
-// A folder's items, folders within it included, into `to`, made where it is missing.
+// A folder's items, folders within it included, into `to`, made where it is missing; each
+// folder is made before anything is copied into it. `jobs` files are copied at once, by
+// threads of their own when more than one. The first failure ends the copy: no file's copy
+// starts after it, those under way end (each replaces its target or leaves it as it was),
+// and it passes on.
 void copyFolder(const foundation::storage::vfs::AbsoluteIRI& from,
                 const foundation::storage::vfs::AbsoluteIRI& to,
                 const foundation::storage::vfs::StorageSystemReference& storage, Progress& progress,
-                Interruptions& interruptions);
+                Interruptions& interruptions, unsigned jobs);
 
 } // namespace vexafs

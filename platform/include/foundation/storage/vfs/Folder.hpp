@@ -6,6 +6,7 @@
 
 #include <fl/ustring.hpp>
 
+#include <memory>
 #include <vector>
 
 namespace foundation::storage::vfs {
@@ -23,6 +24,10 @@ public:
     // leads to; size, time and tag where the store gave them), read in one pass over the
     // folder.
     std::vector<provider::FolderEntry> listEntries(const fl::ustring& filter) const;
+    // The same entries page by page as the store hands them, in no particular order: a walk
+    // of a large folder holds one page at a time. A failure, whether the folder cannot be
+    // opened or a later page cannot be read, is recorded as every storage failure is.
+    std::unique_ptr<provider::FolderCursor> listPages(const fl::ustring& filter) const;
     // Makes the folder and every missing folder above it. A folder that is there already is
     // left as it is; anything else standing in the way fails (ResourceAlreadyExists for the
     // folder itself, NotAFolder for a file on the way).

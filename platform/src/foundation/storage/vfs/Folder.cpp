@@ -8,6 +8,8 @@
 
 #include <algorithm>
 #include <iterator>
+#include <memory>
+#include <span>
 #include <utility>
 
 namespace foundation::storage::vfs {
@@ -42,14 +44,39 @@ void createWithAncestors(const StorageProvider& provider, const AbsoluteIRI& fol
         });
 }
 
+// A provider's cursor whose pages are read through the boundary, as its opening was.
+class RecordedCursor final : public provider::FolderCursor {
+public:
+    RecordedCursor(std::shared_ptr<const StorageProvider> provider, AbsoluteIRI folder,
+                   std::unique_ptr<provider::FolderCursor> pages)
+        : provider_(std::move(provider)), folder_(std::move(folder)), pages_(std::move(pages)) {}
+
+    std::span<provider::FolderEntry> next() override {
+        return atBoundary(*provider_, folder_, "list", [&] { return pages_->next(); });
+    }
+
+private:
+    // Kept while the cursor lives: its pages may be the provider's to read.
+    std::shared_ptr<const StorageProvider> provider_;
+    AbsoluteIRI folder_;
+    std::unique_ptr<provider::FolderCursor> pages_;
+};
+
 } // namespace
 
 Folder::Folder(const AbsoluteIRI& location, StorageSystemReference storage)
     : StorageItem(location, std::move(storage)) {}
 
+std::unique_ptr<provider::FolderCursor> Folder::listPages(const fl::ustring& filter) const {
+    auto provider = this->provider();
+    auto pages = atBoundary(*provider, getLocation(), "list",
+                            [&] { return provider->listPages(getLocation(), filter); });
+    return std::make_unique<RecordedCursor>(std::move(provider), getLocation(), std::move(pages));
+}
+
 std::vector<provider::FolderEntry> Folder::listEntries(const fl::ustring& filter) const {
     std::vector<provider::FolderEntry> entries;
-    const auto cursor = provider()->listPages(getLocation(), filter);
+    const auto cursor = listPages(filter);
     for (auto page = cursor->next(); !page.empty(); page = cursor->next())
         entries.insert(entries.end(), std::make_move_iterator(page.begin()),
                        std::make_move_iterator(page.end()));
@@ -62,7 +89,7 @@ std::vector<provider::FolderEntry> Folder::listEntries(const fl::ustring& filter
 
 std::vector<fl::ustring> Folder::listAll(const fl::ustring& filter) const {
     std::vector<fl::ustring> names;
-    const auto cursor = provider()->listPages(getLocation(), filter);
+    const auto cursor = listPages(filter);
     for (auto page = cursor->next(); !page.empty(); page = cursor->next())
         for (provider::FolderEntry& entry : page)
             names.push_back(std::move(entry.name));
