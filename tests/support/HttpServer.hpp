@@ -22,6 +22,8 @@
 //   /status/300, /status/302   300 and 302 without Location: nothing to follow
 //   /status/204, /status/206   answers without a body
 //   /trickle.bin            a body sent at 2 bytes a second
+//   /dav/                   writable: PUT, DELETE, MKCOL, MOVE (no PROPFIND)
+//   /echo                   answers "METHOD X-Probe-header BODY" of the request
 //
 // https: the same on a second port, with a certificate made for the run for the IP
 // 127.0.0.1, trusted through caFile(). Every request is logged: requests(path) counts them.
@@ -203,6 +205,7 @@ private:
         // Whatever user nginx serves as reads the tree: the temporary folder is private.
         std::filesystem::permissions(dir_.path(), std::filesystem::perms(0755));
         std::filesystem::create_directories(dir_.path() / "temp");
+        std::filesystem::create_directories(dir_.path() / "www" / "dav");
     }
 
     void makeCertificate() const {
@@ -272,6 +275,11 @@ http {
         }
         location /whole/ { limit_rate_after 10000; limit_rate 1; }
         location = /connection { return 200 "$connection"; }
+        location /dav/ { dav_methods PUT DELETE MKCOL MOVE; client_max_body_size 0; }
+        location = /echo {
+            echo_read_request_body;
+            echo -n "$request_method $http_x_probe $request_body";
+        }
     }
 }
 )";

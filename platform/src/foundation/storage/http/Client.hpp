@@ -6,9 +6,12 @@
 // an answer becomes a storage code in one table (Status.cpp).
 
 #include <foundation/storage/provider/HttpOptions.hpp>
+#include <foundation/storage/provider/StorageProvider.hpp>
 #include <foundation/storage/vfs/AbsoluteIRI.hpp>
 
 #include <fl/ustring.hpp>
+
+#include <boost/date_time/posix_time/ptime.hpp>
 
 #include <chrono>
 #include <cstddef>
@@ -42,8 +45,8 @@ struct Credentials {
 // What to send. A body is either `body`, sent whole (and again on a retry), or pushed
 // through Transfer::send() when `streamedBody` is set (then never retried).
 struct Request {
-    std::string method = "GET"; // any verb: HEAD, GET, PUT, PROPFIND, MKCOL, MOVE, POST, ...
-    std::string url;            // URI text, escaped
+    std::string method = "GET";       // any verb: HEAD, GET, PUT, PROPFIND, MKCOL, MOVE, POST, ...
+    std::string url;                  // URI text, escaped
     std::vector<std::string> headers; // "Name: value"
     std::string body;
     bool streamedBody = false;
@@ -92,8 +95,8 @@ public:
     // Drives the request until the final answer's status is known: the first byte of its
     // body, or its end.
     void awaitAnswer();
-    // Drives the request to its end, the answer's body read into memory (up to `limit`
-    // bytes; more is a failure). For answers the caller reads whole: an error's XML.
+    // The answer's body read into memory, up to `limit` bytes (the rest left unread): for
+    // answers the caller reads whole, such as an error's XML.
     std::string wholeBody(std::size_t limit = 1 << 20);
     // The final answer's status; 0 when none came.
     long status() const;
@@ -109,11 +112,15 @@ public:
 
 private:
     struct Session;
+    // This thread's idle session, whose connections the next request reuses.
+    static std::unique_ptr<Session>& idleSession();
     std::optional<std::chrono::milliseconds> retryWait(const HttpOptions& options,
                                                        int attempt) const;
     static std::size_t onBody(char* data, std::size_t size, std::size_t count, void* self);
     static std::size_t onSend(char* data, std::size_t size, std::size_t count, void* self);
     template <class Ready> void driveUntil(Ready ready);
+    // A streamed body's transfer, paused for want of bytes, goes on.
+    void resumeSending();
     std::size_t buffered() const noexcept { return buffer_.size() - taken_; }
 
     Request request_;
@@ -133,6 +140,10 @@ private:
     char errorText_[256] = {};
 };
 
+// A date as HTTP writes it (RFC 1123, and the older forms servers still send), in UTC;
+// not_a_date_time when it is not one.
+boost::posix_time::ptime dateOf(std::string_view text);
+
 // How messages name a location: its IRI text, with the password of "user:password@"
 // replaced by "***".
 fl::ustring shown(const vfs::AbsoluteIRI& location);
@@ -142,14 +153,14 @@ fl::ustring shown(const vfs::AbsoluteIRI& location);
                         const vfs::AbsoluteIRI& location);
 
 // An answer's body being read, whose status was good (2xx) when it was opened.
-class BodyReader {
+class BodyReader : public provider::InputStream {
 public:
     // Raises what keeps the body from being read (ResourceNotFound for 404, ...).
-    BodyReader(const HttpOptions& options, const Request& request,
-               const vfs::AbsoluteIRI& location, const char* operation);
+    BodyReader(const HttpOptions& options, const Request& request, const vfs::AbsoluteIRI& location,
+               const char* operation);
 
     // Raises IOError where the body ends early: a closed connection, a stalled transfer.
-    std::size_t read(std::span<char> buffer);
+    std::size_t read(std::span<char> buffer) override;
 
     const Transfer& transfer() const noexcept { return *transfer_; }
 

@@ -3,8 +3,8 @@
 
 #include <foundation/storage/provider/HttpProvider.hpp>
 
-#include "HttpRequest.hpp"
 #include "foundation/network/iri_text.hpp"
+#include "foundation/storage/http/Client.hpp"
 
 #include <fl/ascii.hpp>
 #include <foundation/storage/vfs/Exception.hpp>
@@ -122,7 +122,7 @@ std::vector<FolderEntry> entriesOf(std::string_view page) {
 std::unique_ptr<FolderCursor> HttpProvider::listPages(const vfs::AbsoluteIRI& folder,
                                                       const fl::ustring& filter) const {
     // A page is part of one answer, not a body the caller streams: it has a deadline.
-    http::BodyReader body(options_, folder, "list", http::Wait::Deadline);
+    http::BodyReader body(options_, http::requestFor(folder, "GET"), folder, "list");
     const auto type = body.transfer().header("Content-Type");
     if (!type || !fl::ascii::startsWithIgnoringCase(*type, "text/html"))
         http::raise(

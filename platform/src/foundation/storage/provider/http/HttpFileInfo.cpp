@@ -3,11 +3,9 @@
 
 #include <foundation/storage/provider/HttpProvider.hpp>
 
-#include "HttpRequest.hpp"
+#include "foundation/storage/http/Client.hpp"
 
 #include <foundation/storage/vfs/Exception.hpp>
-
-#include <boost/date_time/posix_time/conversion.hpp>
 
 #include <charconv>
 #include <cstdint>
@@ -18,8 +16,11 @@
 namespace foundation::storage::provider {
 namespace {
 
-using http::Method;
 using http::Transfer;
+
+// The two ways of looking: a HEAD request, or a GET of the first byte for a server that
+// refuses HEAD.
+enum class Method { Head, FirstByte };
 
 // What the headers of a good answer tell of the item.
 struct Look {
@@ -38,15 +39,12 @@ std::optional<std::uint64_t> number(std::string_view text) {
     return value;
 }
 
-// Last-Modified, or the answer's own Date where the server keeps no time for the item; curl
-// reads either with its time zone.
+// Last-Modified, or the answer's own Date where the server keeps no time for the item.
 boost::posix_time::ptime timeOf(const Transfer& transfer) {
     for (const char* name : {"Last-Modified", "Date"})
-        if (const auto text = transfer.header(name)) {
-            const time_t time = curl_getdate(std::string(*text).c_str(), nullptr);
-            if (time != -1)
-                return boost::posix_time::from_time_t(time);
-        }
+        if (const auto text = transfer.header(name))
+            if (const auto time = http::dateOf(*text); !time.is_not_a_date_time())
+                return time;
     return {};
 }
 
@@ -68,7 +66,10 @@ std::optional<std::string> text(std::optional<std::string_view> header) {
 // What one request tells; none when it is a HEAD request that the server refuses.
 std::optional<Look> ask(const HttpOptions& options, const vfs::AbsoluteIRI& location, Method method,
                         const char* operation) {
-    const auto answer = Transfer::answered(options, location, method, http::Wait::Deadline);
+    auto request = http::requestFor(location, method == Method::Head ? "HEAD" : "GET");
+    if (method == Method::FirstByte)
+        request.range = "0-0";
+    const auto answer = Transfer::answered(options, request);
     const Transfer& transfer = *answer;
     if (const auto failure = transfer.failure()) {
         const long status = transfer.status();
