@@ -152,8 +152,13 @@ Transfer::Transfer(const HttpOptions& options, Request request) : request_(std::
             length = static_cast<curl_off_t>(*request_.bodyLength);
         curl_easy_setopt(easy, CURLOPT_INFILESIZE_LARGE, length);
         outgoing_ = request_.body;
-        // The body goes at once, not after a second's wait for "100 Continue".
-        headers_->add("Expect:");
+        // The body goes at once, not after a second's wait for "100 Continue". A signed
+        // request does without the header's removal ("Expect:"): curl 7.88 signs it as a
+        // header that is then never sent, a signature S3 refuses.
+        if (request_.credentials.awsSigV4.empty())
+            headers_->add("Expect:");
+        else
+            curl_easy_setopt(easy, CURLOPT_EXPECT_100_TIMEOUT_MS, 0L);
     }
     if (!request_.range.empty())
         curl_easy_setopt(easy, CURLOPT_RANGE, request_.range.c_str());
