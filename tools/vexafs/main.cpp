@@ -7,6 +7,7 @@
 #include <fl/i18n.hpp>
 #include <foundation/core/except/IException.hpp>
 #include <foundation/storage/provider/HttpProvider.hpp>
+#include <foundation/storage/provider/S3Provider.hpp>
 #include <foundation/storage/vfs/AbsoluteIRI.hpp>
 #include <vexa/io/filesystem/core.hpp>
 
@@ -89,9 +90,14 @@ int main(int argc, char** argv) {
         http.caFile = caFile;
         http.requestTimeout = std::chrono::duration_cast<std::chrono::milliseconds>(
             std::chrono::duration<double>(timeout));
-        Quarrow::VexaStorageSystem::GetStorageSystemReference()->addProvider(
-            vexafs::rememberingFailures(
-                std::make_shared<foundation::storage::provider::HttpProvider>(std::move(http))));
+        namespace provider = foundation::storage::provider;
+        const auto storage = Quarrow::VexaStorageSystem::GetStorageSystemReference();
+        provider::S3Options s3;
+        s3.http = http;
+        storage->addProvider(
+            vexafs::rememberingFailures(std::make_shared<provider::S3Provider>(std::move(s3))));
+        storage->addProvider(
+            vexafs::rememberingFailures(std::make_shared<provider::HttpProvider>(std::move(http))));
     });
     vexafs::addClassifyCommand(app);
     vexafs::addAbsoluteCommand(app);

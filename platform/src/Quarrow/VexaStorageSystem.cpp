@@ -3,6 +3,7 @@
 #include <fl/ascii.hpp>
 #include <foundation/storage/provider/HttpProvider.hpp>
 #include <foundation/storage/provider/LocalFileProvider.hpp>
+#include <foundation/storage/provider/S3Provider.hpp>
 
 #include <mutex>
 
@@ -21,6 +22,8 @@ struct HostStorage {
         auto system = std::make_shared<StorageSystem>();
         system->addProvider(std::make_shared<provider::LocalFileProvider>());
         system->addProvider(std::make_shared<provider::HttpProvider>());
+        // Its endpoint, region and credentials from the AWS environment and shared files.
+        system->addProvider(std::make_shared<provider::S3Provider>());
         return system;
     }()};
 };
