@@ -30,6 +30,7 @@
 #include <map>
 #include <optional>
 #include <set>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -373,6 +374,348 @@ TEST_F(S3Provider, RetriesOfSlowDown) {
                 contextOf([&] { vfs::exists(at("d/"), reference); })->reason(),
                 ::testing::HasSubstr("HTTP 503 SlowDown: Please reduce your request rate."));
         }
+    }
+}
+
+// The environment variables one row sets, every other AWS_ one unset, HOME an empty folder;
+// all as they were once the row ends.
+class ScopedEnvironment {
+public:
+    explicit ScopedEnvironment(const std::map<std::string, std::string>& values) {
+        for (const char* name :
+             {"AWS_ENDPOINT_URL_S3", "AWS_ENDPOINT_URL", "AWS_REGION", "AWS_DEFAULT_REGION",
+              "AWS_ACCESS_KEY_ID", "AWS_SECRET_ACCESS_KEY", "AWS_SESSION_TOKEN", "AWS_PROFILE",
+              "AWS_SHARED_CREDENTIALS_FILE", "AWS_CONFIG_FILE", "HOME"}) {
+            if (const char* value = std::getenv(name))
+                saved_.emplace(name, value);
+            ::unsetenv(name);
+        }
+        ::setenv("HOME", home_.path().c_str(), 1);
+        for (const auto& [name, value] : values)
+            ::setenv(name.c_str(), value.c_str(), 1);
+    }
+    ~ScopedEnvironment() {
+        for (const auto& [name, value] : saved_)
+            ::setenv(name.c_str(), value.c_str(), 1);
+    }
+    const TempDir& home() const noexcept { return home_; }
+
+private:
+    std::map<std::string, std::string> saved_;
+    TempDir home_;
+};
+
+// Where settings come from: options, then the environment, then the profile's section of
+// the shared files (the config file's "[profile NAME]"), then AWS's defaults; and the
+// address each gives a key.
+TEST(S3Settings, FromOptionsEnvironmentAndSharedFiles) {
+    const std::string files =
+        "\n[default]\naws_access_key_id = FILEKEY\n"
+        "aws_secret_access_key = filesecret\n"
+        "[work]\naws_access_key_id=WORKKEY\naws_secret_access_key=worksecret\n"
+        "aws_session_token = worktoken\n";
+    const std::string config = "[default]\nregion = eu-north-1\n"
+                               "[profile work]\nregion = ap-south-1\n[work]\nregion = wrong\n";
+    using Environment = std::map<std::string, std::string>;
+    const struct {
+        const char* what;
+        Environment environment;
+        bool sharedFiles;                      // ~/.aws/credentials and ~/.aws/config as above
+        void (*options)(provider::S3Options&); // the options given, when not none
+        std::string region, key, secret, token, url; // url: of the key "a b/c+d"
+    } cases[] = {
+        {"nothing",
+         {},
+         false,
+         nullptr,
+         "us-east-1",
+         "",
+         "",
+         "",
+         "https://bucket.s3.us-east-1.amazonaws.com/a%20b/c%2Bd"},
+        {"regions",
+         {{"AWS_REGION", "eu-west-1"}, {"AWS_DEFAULT_REGION", "us-west-2"}},
+         true,
+         {},
+         "eu-west-1",
+         "FILEKEY",
+         "filesecret",
+         "",
+         "https://bucket.s3.eu-west-1.amazonaws.com/a%20b/c%2Bd"},
+        {"default region",
+         {{"AWS_DEFAULT_REGION", "us-west-2"}},
+         false,
+         nullptr,
+         "us-west-2",
+         "",
+         "",
+         "",
+         "https://bucket.s3.us-west-2.amazonaws.com/a%20b/c%2Bd"},
+        {"endpoints",
+         {{"AWS_ENDPOINT_URL", "http://one:9000"}, {"AWS_ENDPOINT_URL_S3", "http://two:9000/"}},
+         false,
+         nullptr,
+         "us-east-1",
+         "",
+         "",
+         "",
+         "http://two:9000/bucket/a%20b/c%2Bd"},
+        {"endpoint",
+         {{"AWS_ENDPOINT_URL", "http://one:9000"}},
+         false,
+         nullptr,
+         "us-east-1",
+         "",
+         "",
+         "",
+         "http://one:9000/bucket/a%20b/c%2Bd"},
+        {"profile",
+         {{"AWS_PROFILE", "work"}},
+         true,
+         nullptr,
+         "ap-south-1",
+         "WORKKEY",
+         "worksecret",
+         "worktoken",
+         "https://bucket.s3.ap-south-1.amazonaws.com/a%20b/c%2Bd"},
+        {"keys from the environment",
+         {{"AWS_ACCESS_KEY_ID", "ENVKEY"},
+          {"AWS_SECRET_ACCESS_KEY", "envsecret"},
+          {"AWS_SESSION_TOKEN", "envtoken"},
+          {"AWS_PROFILE", "work"}},
+         true,
+         nullptr,
+         "ap-south-1",
+         "ENVKEY",
+         "envsecret",
+         "envtoken",
+         "https://bucket.s3.ap-south-1.amazonaws.com/a%20b/c%2Bd"},
+        {"files elsewhere",
+         {{"AWS_SHARED_CREDENTIALS_FILE", "/nonexistent"}, {"AWS_CONFIG_FILE", "/nonexistent"}},
+         true,
+         nullptr,
+         "us-east-1",
+         "",
+         "",
+         "",
+         "https://bucket.s3.us-east-1.amazonaws.com/a%20b/c%2Bd"},
+        {"options first",
+         {{"AWS_ACCESS_KEY_ID", "ENVKEY"},
+          {"AWS_REGION", "eu-west-1"},
+          {"AWS_ENDPOINT_URL", "http://one:9000"}},
+         true,
+         +[](provider::S3Options& o) {
+             o.endpoint = "https://own.example";
+             o.region = "r1";
+             o.accessKeyId = "OPTKEY";
+             o.secretAccessKey = "optsecret";
+             o.pathStyle = false;
+         },
+         "r1",
+         "OPTKEY",
+         "optsecret",
+         "",
+         "https://bucket.own.example/a%20b/c%2Bd"},
+        {"a profile of the options",
+         {},
+         true,
+         +[](provider::S3Options& o) { o.profile = "work"; },
+         "ap-south-1",
+         "WORKKEY",
+         "worksecret",
+         "worktoken",
+         "https://bucket.s3.ap-south-1.amazonaws.com/a%20b/c%2Bd"},
+        {"path style on AWS",
+         {},
+         false,
+         +[](provider::S3Options& o) { o.pathStyle = true; },
+         "us-east-1",
+         "",
+         "",
+         "",
+         "https://s3.us-east-1.amazonaws.com/bucket/a%20b/c%2Bd"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        const ScopedEnvironment environment(c.environment);
+        if (c.sharedFiles) {
+            const std::filesystem::path aws = environment.home().path() / ".aws";
+            std::filesystem::create_directories(aws);
+            std::ofstream(aws / "credentials") << files;
+            std::ofstream(aws / "config") << config;
+        }
+        provider::S3Options given;
+        if (c.options)
+            c.options(given);
+        const provider::S3Provider s3(given);
+        const provider::S3Options& resolved = s3.options();
+        EXPECT_EQ(resolved.region, c.region);
+        EXPECT_EQ(resolved.accessKeyId, c.key);
+        EXPECT_EQ(resolved.secretAccessKey, c.secret);
+        EXPECT_EQ(resolved.sessionToken, c.token);
+        const auto request = s3::requestFor(resolved, {"bucket", "a b/c+d"}, "GET");
+        EXPECT_EQ(request.url, c.url);
+        EXPECT_EQ(request.credentials.awsSigV4,
+                  c.key.empty() ? "" : "aws:amz:" + c.region + ":s3"); // unsigned without a key
+    }
+}
+
+// Keys and query values are escaped as the signature wants them: all but A-Z a-z 0-9 - _ . ~
+// (and "/" in a key), "%20" for a space; the query sorted by name.
+TEST(S3Settings, EscapingAndQueries) {
+    const struct {
+        std::string text;
+        std::string key, value;
+    } cases[] = {
+        {"plain-_.~09AZaz", "plain-_.~09AZaz", "plain-_.~09AZaz"},
+        {"a b+c", "a%20b%2Bc", "a%20b%2Bc"},
+        {"d/e//f", "d/e//f", "d%2Fe%2F%2Ff"},
+        {"%#?&=;:@!$'()*,", "%25%23%3F%26%3D%3B%3A%40%21%24%27%28%29%2A%2C",
+         "%25%23%3F%26%3D%3B%3A%40%21%24%27%28%29%2A%2C"},
+        {"\u00fc\u20ac", "%C3%BC%E2%82%AC", "%C3%BC%E2%82%AC"},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(s3::escaped(c.text, true), c.key) << c.text;
+        EXPECT_EQ(s3::escaped(c.text, false), c.value) << c.text;
+    }
+    EXPECT_EQ(s3::queryText({{"prefix", "a b/"},
+                             {"list-type", "2"},
+                             {"delimiter", "/"},
+                             {"continuation-token", "1+x/=="},
+                             {"uploads", ""}}),
+              "?continuation-token=1%2Bx%2F%3D%3D&delimiter=%2F&list-type=2&prefix=a%20b%2F"
+              "&uploads=");
+}
+
+// Requests of every kind, signed by the provider (through curl) and caught by a loopback
+// server, against the Authorization botocore computes for the same request, time and
+// credentials: paths with escapes, listings with prefix, delimiter and continuation token,
+// bodies, a session token.
+TEST(S3Signatures, MatchBotocore) {
+    const std::string truncated =
+        "<ListBucketResult xmlns=\"http://s3.amazonaws.com/doc/2006-03-01/\"><Contents>"
+        "<Key>p q/k</Key><Size>1</Size></Contents><IsTruncated>true</IsTruncated>"
+        "<NextContinuationToken>1/2+3 ==</NextContinuationToken></ListBucketResult>";
+    const std::string last =
+        "<ListBucketResult xmlns=\"http://s3.amazonaws.com/doc/2006-03-01/\"><Contents>"
+        "<Key>p q/l</Key><Size>1</Size></Contents><IsTruncated>false</IsTruncated>"
+        "</ListBucketResult>";
+    const auto xml = [](const std::string& body) {
+        return ScriptedServer::answer(200, "Content-Type: application/xml\r\n", body);
+    };
+    for (const bool withToken : {false, true}) {
+        SCOPED_TRACE(withToken ? "session token" : "key and secret");
+        const ScriptedServer scripted({xml(truncated), xml(last), xml(truncated), xml(last)});
+        provider::S3Options options;
+        options.endpoint = scripted.url("");
+        options.region = "eu-west-3";
+        options.accessKeyId = "AKIDEXAMPLE";
+        options.secretAccessKey = "wJalrXUtnFEMI/K7MDENG+bPxRfiCYEXAMPLEKEY";
+        options.sessionToken = withToken ? "token/with+signs=" : "";
+        options.fromEnvironment = false;
+        options.maxKeys = 7;
+        const provider::S3Provider s3(options);
+        // Two pages each: a listing by folder and a tree.
+        const vfs::AbsoluteIRI folder(u("s3://bucket/p%20q/"));
+        for (const bool tree : {false, true}) {
+            const auto cursor = tree ? s3.listTree(folder) : s3.listPages(folder, u("*"));
+            while (!cursor->next().empty()) {
+            }
+        }
+        for (const char* key : {"s3://bucket/a%20b+c%25%23%3F\u00fc~.txt", "s3://bucket/x//y",
+                                "s3://bucket/(paren)'!*,;=&@$:"})
+            s3.look(vfs::AbsoluteIRI(u(key)), provider::Facts::All);
+        const auto stream = s3.openForWriting(vfs::AbsoluteIRI(u("s3://bucket/new%20file.txt")),
+                                              vfs::WriteMode::replace);
+        stream->write(std::string_view("a body"));
+        stream->commit();
+
+        std::vector<std::string> arguments{"-c", R"(
+import json, sys
+from botocore.auth import S3SigV4Auth
+from botocore.awsrequest import AWSRequest
+from botocore.credentials import Credentials
+for argument in sys.argv[1:]:
+    r = json.loads(argument)
+    signed = r["authorization"].split("SignedHeaders=")[1].split(",")[0].split(";")
+    # What curl signed, as it reached the server: a header signed and not sent is missing.
+    headers = {k: v for k, v in r["headers"].items() if k in signed and k != "x-amz-date"}
+    request = AWSRequest(method=r["method"], url=r["url"], headers=headers,
+                         data=bytes.fromhex(r["body"]))
+    auth = S3SigV4Auth(Credentials(r["key"], r["secret"], r["token"] or None), "s3", r["region"])
+    request.context["timestamp"] = r["headers"]["x-amz-date"]
+    auth._modify_request_before_signing(request)
+    canonical = auth.canonical_request(request)
+    auth._inject_signature_to_request(
+        request, auth.signature(auth.string_to_sign(request, canonical), request))
+    print(request.headers["Authorization"])
+)"};
+        std::vector<std::string> authorizations, methods;
+        const auto quoted = [](std::string_view text) {
+            std::string out = "\"";
+            for (const char c : text) {
+                if (c == '"' || c == '\\')
+                    out += '\\';
+                out += c;
+            }
+            return out + '"';
+        };
+        for (const std::string& text : scripted.requestTexts()) {
+            const auto headEnd = text.find("\r\n\r\n");
+            std::string head = text.substr(0, headEnd);
+            const std::string requestLine = head.substr(0, head.find("\r\n"));
+            const auto space = requestLine.find(' ');
+            const std::string method = requestLine.substr(0, space);
+            const std::string target =
+                requestLine.substr(space + 1, requestLine.rfind(' ') - space - 1);
+            std::string headers, authorization;
+            for (std::size_t at = head.find("\r\n"); at != std::string::npos;) {
+                const auto next = head.find("\r\n", at + 2);
+                const std::string line = head.substr(at + 2, next - at - 2);
+                at = next;
+                const auto colon = line.find(':');
+                std::string name = line.substr(0, colon);
+                std::transform(name.begin(), name.end(), name.begin(), ::tolower);
+                const std::string value = line.substr(line.find_first_not_of(' ', colon + 1));
+                if (name == "authorization")
+                    authorization = value;
+                headers += (headers.empty() ? "" : ",") + quoted(name) + ":" + quoted(value);
+            }
+            std::string body;
+            for (const char c : text.substr(headEnd + 4)) {
+                static constexpr char hex[] = "0123456789abcdef";
+                body += hex[static_cast<unsigned char>(c) >> 4];
+                body += hex[c & 15];
+            }
+            methods.push_back(method + ' ' + target);
+            authorizations.push_back(authorization);
+            arguments.push_back(
+                "{\"method\":" + quoted(method) + ",\"url\":" + quoted(scripted.url(target)) +
+                ",\"headers\":{" + headers + "},\"authorization\":" + quoted(authorization) +
+                ",\"body\":\"" + body +
+                "\",\"key\":\"AKIDEXAMPLE\",\"secret\":" + quoted(options.secretAccessKey) +
+                ",\"token\":" + quoted(options.sessionToken) + ",\"region\":\"eu-west-3\"}");
+        }
+        const auto botocore = vexa::testing::runProgram("/usr/bin/python3", arguments);
+        ASSERT_EQ(botocore.exitCode, 0) << botocore.err;
+        std::vector<std::string> expected;
+        std::istringstream lines(botocore.out);
+        for (std::string line; std::getline(lines, line);)
+            expected.push_back(line);
+        ASSERT_EQ(expected.size(), authorizations.size());
+        for (std::size_t i = 0; i < expected.size(); ++i)
+            EXPECT_EQ(authorizations[i], expected[i]) << methods[i];
+        // What was asked, in order: the pages, the looks, the write.
+        EXPECT_THAT(methods, ::testing::ElementsAre(
+                                 "GET /bucket?delimiter=%2F&list-type=2&max-keys=7&prefix=p%20q%2F",
+                                 "GET /bucket?continuation-token=1%2F2%2B3%20%3D%3D&delimiter=%2F&"
+                                 "list-type=2&max-keys=7&prefix=p%20q%2F",
+                                 "GET /bucket?list-type=2&max-keys=7&prefix=p%20q%2F",
+                                 "GET /bucket?continuation-token=1%2F2%2B3%20%3D%3D&list-type=2&"
+                                 "max-keys=7&prefix=p%20q%2F",
+                                 "HEAD /bucket/a%20b%2Bc%25%23%3F%C3%BC~.txt", "HEAD /bucket/x//y",
+                                 "HEAD /bucket/%28paren%29%27%21%2A%2C%3B%3D%26%40%24%3A",
+                                 "PUT /bucket/new%20file.txt"));
     }
 }
 
