@@ -152,6 +152,19 @@ public:
 
     const S3Server& server() const noexcept { return server_; }
     const provider::S3Provider& provider() const noexcept { return *provider_; }
+    // Objects and folder markers made for a test's rows: "dir/" a marker, else an object.
+    void make(std::initializer_list<std::string_view> keys) const {
+        for (const std::string_view key : keys) {
+            const vfs::AbsoluteIRI location(url(key));
+            if (key.ends_with('/')) {
+                provider_->createFolder(location);
+                continue;
+            }
+            const auto stream = provider_->openForWriting(location, vfs::WriteMode::replace);
+            stream->write(key); // its own key as its content
+            stream->commit();
+        }
+    }
     // "s3://bucket/" + key.
     static fl::ustring url(std::string_view key) {
         return u(std::string("s3://") + S3Server::bucket + "/" + std::string(key));

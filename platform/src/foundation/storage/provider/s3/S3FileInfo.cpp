@@ -7,8 +7,6 @@
 
 #include <boost/date_time/posix_time/conversion.hpp>
 
-#include <curl/curl.h>
-
 #include <charconv>
 
 namespace foundation::storage::provider {
@@ -21,12 +19,11 @@ std::uint64_t lengthOf(const http::Transfer& transfer) {
     return size;
 }
 
+// Last-Modified, or the answer's own Date for a bucket, which keeps no time of its own.
 boost::posix_time::ptime modifiedOf(const http::Transfer& transfer) {
-    if (const auto text = transfer.header("Last-Modified")) {
-        const time_t time = curl_getdate(std::string(*text).c_str(), nullptr);
-        if (time != -1)
-            return boost::posix_time::from_time_t(time);
-    }
+    for (const char* name : {"Last-Modified", "Date"})
+        if (const auto text = transfer.header(name))
+            return http::dateOf(*text);
     return {};
 }
 
@@ -51,7 +48,9 @@ ItemStatus S3Provider::look(const vfs::AbsoluteIRI& location, Facts) const {
             return {};
         if (transfer->failure())
             s3::raiseAnswer(*transfer, "probe", location);
-        return found(ItemType::Folder);
+        ItemStatus status = found(ItemType::Folder);
+        status.lastModified = modifiedOf(*transfer);
+        return status;
     }
     if (!place.key.ends_with('/')) {
         // A key that is both an object and a prefix is the object.
@@ -77,9 +76,10 @@ ItemStatus S3Provider::look(const vfs::AbsoluteIRI& location, Facts) const {
     const s3::ListPage page = s3::readPage(*transfer, location);
     if (page.items.empty())
         return {};
+    // The marker's time, or where there is none, that of the first key below: a prefix
+    // keeps no time of its own.
     ItemStatus status = found(ItemType::Folder);
-    if (page.items.front().key == s3::folderKey(place.key))
-        status.lastModified = page.items.front().lastModified;
+    status.lastModified = page.items.front().lastModified;
     return status;
 }
 
