@@ -15,9 +15,11 @@
 
 #include <chrono>
 #include <csignal>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -140,6 +142,33 @@ private:
     TempDir dir_;
     int port_ = 0;
     pid_t pid_ = -1;
+};
+
+// The AWS environment variables that lead a program's s3 provider (vexafs's) to `server`,
+// for one test; the previous values come back at the end.
+class S3Environment {
+public:
+    explicit S3Environment(const S3Server& server) {
+        const provider::S3Options options = server.options();
+        for (const auto& [name, value] :
+             {std::pair<const char*, std::string>{"AWS_ENDPOINT_URL_S3", options.endpoint},
+              {"AWS_ACCESS_KEY_ID", options.accessKeyId},
+              {"AWS_SECRET_ACCESS_KEY", options.secretAccessKey},
+              {"AWS_REGION", "us-east-1"}}) {
+            const char* old = std::getenv(name);
+            saved_.emplace_back(name, old ? std::optional<std::string>(old) : std::nullopt);
+            ::setenv(name, value.c_str(), 1);
+        }
+    }
+    ~S3Environment() {
+        for (const auto& [name, value] : saved_)
+            value ? ::setenv(name, value->c_str(), 1) : ::unsetenv(name);
+    }
+    S3Environment(const S3Environment&) = delete;
+    S3Environment& operator=(const S3Environment&) = delete;
+
+private:
+    std::vector<std::pair<const char*, std::optional<std::string>>> saved_;
 };
 
 // The host's storage system serving s3 from a fresh S3Server for one test; the previous
