@@ -90,7 +90,7 @@ protected:
     static std::set<std::string> tree(const vfs::StorageSystemReference& system,
                                       const std::string& prefix) {
         std::set<std::string> names;
-        const auto cursor = s3Of(system).listTree(at(prefix));
+        const auto cursor = system->findProvider("s3")->listTree(at(prefix));
         for (auto page = cursor->next(); !page.empty(); page = cursor->next())
             for (const auto& entry : page)
                 names.insert(utf8(entry.name) + (entry.type == ItemType::Folder ? "/" : ""));
@@ -170,9 +170,9 @@ TEST_F(S3Provider, Existence) {
     EXPECT_EQ(extended.all().at("http.etag"), "\"8fa14cdd754f91cc6554c9e71929cce7\"");
 }
 
-// A folder of 2,500 keys and three subfolders, three keys a page... of 1,000: each page is
-// one request; the subfolders come once each, however often the server repeats them; a
-// tree asks without the delimiter, so its requests follow the keys, not the folders.
+// A folder of 2,500 keys and three subfolders, 1,000 keys a page: each page is one request; the
+// subfolders come once each, however often the server repeats them; a tree asks without the
+// delimiter, so its requests follow the keys, not the folders.
 TEST_F(S3Provider, ListingPageByPage) {
     const auto system = storage(1000);
     const auto& s3 = s3Of(system);
@@ -216,6 +216,10 @@ TEST_F(S3Provider, ListingPageByPage) {
     EXPECT_EQ(s3.listRequests() - treeBefore, 3u); // 2,504 keys
     EXPECT_EQ(names.size(), 2500u + 6u);
     EXPECT_TRUE(names.contains("sub1/") && names.contains("sub1/inner.txt"));
+    // 251 keys a page: 2,504 keys in 10 requests.
+    const auto smallPages = storage(251);
+    EXPECT_EQ(tree(smallPages, "many/"), names);
+    EXPECT_EQ(s3Of(smallPages).listRequests(), 10u);
 }
 
 // Changes, one after another on one prefix, with what each leaves.

@@ -68,7 +68,7 @@ public:
     // Every object below the folder, with its path below it as the name ("a/b/c.txt"):
     // one request per page of keys, whatever the depth. Markers of folders come as
     // folders, their names without the "/".
-    std::unique_ptr<FolderCursor> listTree(const vfs::AbsoluteIRI& folder) const;
+    std::unique_ptr<FolderCursor> listTree(const vfs::AbsoluteIRI& folder) const override;
     void createFile(const vfs::AbsoluteIRI& location) const override;
     // A missing key fails with ResourceNotFound (S3 itself answers as if it were there).
     void removeFile(const vfs::AbsoluteIRI& location) const override;
