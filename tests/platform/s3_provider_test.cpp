@@ -343,41 +343,65 @@ TEST_F(S3Provider, MultipartWrites) {
     EXPECT_LE(left, 1u);
 }
 
-// 503 SlowDown (and the other statuses that may pass) are tried again, up to `attempts`;
-// the last failure is the caller's, with the server's code and message.
-TEST_F(S3Provider, RetriesOfSlowDown) {
-    const auto slowDown = ScriptedServer::answer(
-        503, "Content-Type: application/xml\r\n",
-        "<Error><Code>SlowDown</Code><Message>Please reduce your request rate.</Message></Error>");
+// Answers by status: 503 SlowDown (and the other statuses that may pass) is tried again up
+// to `attempts` times, the last failure the caller's; other errors are the status's code
+// with the server's code and message, and the region of a bucket that lives elsewhere.
+TEST_F(S3Provider, ErrorsAndRetries) {
+    const auto error = [](int status, const std::string& code, const std::string& more) {
+        return ScriptedServer::answer(status, "Content-Type: application/xml\r\n",
+                                      "<Error><Code>" + code + "</Code><Message>" + code +
+                                          " said</Message>" + more + "</Error>");
+    };
+    const auto slowDown = error(503, "SlowDown", "");
     const auto listing = ScriptedServer::answer(
         200, "Content-Type: application/xml\r\n",
         "<ListBucketResult xmlns=\"http://s3.amazonaws.com/doc/2006-03-01/\"><Contents>"
         "<Key>d/x</Key><Size>1</Size></Contents><IsTruncated>false</IsTruncated>"
         "</ListBucketResult>");
     const struct {
-        int slowDowns; // 3: every answer
-        int result;    // exists; negative: the code thrown
+        std::vector<ScriptedServer::Answer> script; // the last answer again once it runs out
+        int result;                                 // exists; negative: the code thrown
         std::size_t requests;
-    } cases[] = {{0, 1, 1}, {1, 1, 2}, {2, 1, 3}, {3, -9, 3}};
+        std::string reason;
+    } cases[] = {
+        {{listing}, 1, 1, ""},
+        {{slowDown, listing}, 1, 2, ""},
+        {{slowDown, slowDown, listing}, 1, 3, ""},
+        {{slowDown}, -9, 3, "HTTP 503 SlowDown: SlowDown said"},
+        {{error(500, "InternalError", ""), listing}, 1, 2, ""},
+        {{error(403, "AccessDenied", "")}, -2, 1, "HTTP 403 AccessDenied: AccessDenied said"},
+        {{error(404, "NoSuchBucket", "")}, 2, 1, ""},
+        {{error(301, "PermanentRedirect", "<Region>eu-west-1</Region>")},
+         -9,
+         1,
+         "HTTP 301 PermanentRedirect: PermanentRedirect said (the bucket is in region eu-west-1)"},
+        {{error(400, "AuthorizationHeaderMalformed", "<Region>ap-east-1</Region>")},
+         -9,
+         1,
+         "(the bucket is in region ap-east-1)"},
+        {{ScriptedServer::answer(200, "Content-Type: application/xml\r\n", "<ListBucketResult>")},
+         -9,
+         1,
+         "listing not read"},
+    };
     for (const auto& c : cases) {
-        SCOPED_TRACE(c.slowDowns);
-        std::vector<ScriptedServer::Answer> script(c.slowDowns, slowDown);
-        if (c.slowDowns < 3)
-            script.push_back(listing);
-        const ScriptedServer scripted(script);
+        SCOPED_TRACE(c.reason);
+        const ScriptedServer scripted(c.script);
         provider::S3Options options = server->options();
         options.endpoint = scripted.url("");
         options.http.retryDelay = std::chrono::milliseconds(5);
         auto system = std::make_shared<vfs::StorageSystem>();
         system->addProvider(std::make_shared<provider::S3Provider>(options));
         const vfs::StorageSystemReference reference(system);
-        EXPECT_EQ(outcome([&] { return vfs::exists(at("d/"), reference); }), c.result);
-        EXPECT_EQ(scripted.requests().size(), c.requests);
-        if (c.result < 0) {
-            EXPECT_THAT(
-                contextOf([&] { vfs::exists(at("d/"), reference); })->reason(),
-                ::testing::HasSubstr("HTTP 503 SlowDown: Please reduce your request rate."));
+        if (c.result >= 0) {
+            EXPECT_EQ(outcome([&] { return vfs::exists(at("d/"), reference); }), c.result);
+        } else {
+            const auto context = contextOf([&] { vfs::exists(at("d/"), reference); });
+            ASSERT_TRUE(context);
+            EXPECT_THAT(context->reason(), ::testing::HasSubstr(c.reason));
+            EXPECT_EQ(outcome([&] { return vfs::exists(at("d/"), reference); }), c.result);
         }
+        EXPECT_EQ(scripted.requests().size(), c.result < 0 ? 2 * c.requests : c.requests);
     }
 }
 
@@ -385,7 +409,7 @@ TEST_F(S3Provider, RetriesOfSlowDown) {
 // all as they were once the row ends.
 class ScopedEnvironment {
 public:
-    explicit ScopedEnvironment(const std::map<std::string, std::string>& values) {
+    explicit ScopedEnvironment(const std::map<std::string, std::string>& values) : set_(values) {
         for (const char* name :
              {"AWS_ENDPOINT_URL_S3", "AWS_ENDPOINT_URL", "AWS_REGION", "AWS_DEFAULT_REGION",
               "AWS_ACCESS_KEY_ID", "AWS_SECRET_ACCESS_KEY", "AWS_SESSION_TOKEN", "AWS_PROFILE",
@@ -399,13 +423,15 @@ public:
             ::setenv(name.c_str(), value.c_str(), 1);
     }
     ~ScopedEnvironment() {
+        for (const auto& [name, value] : set_)
+            ::unsetenv(name.c_str());
         for (const auto& [name, value] : saved_)
             ::setenv(name.c_str(), value.c_str(), 1);
     }
     const TempDir& home() const noexcept { return home_; }
 
 private:
-    std::map<std::string, std::string> saved_;
+    std::map<std::string, std::string> set_, saved_;
     TempDir home_;
 };
 
