@@ -250,6 +250,8 @@ TEST_F(S3Provider, Changes) {
          {{"changes/new.txt", 2}}},
         {"remove it again", [&] { file("changes/new.txt").removeFile(); }, -1, {}},
         {"remove a folder as a file", [&] { file("changes").removeFile(); }, -1, {}},
+        {"write the bucket's root", [&] { put(system, "", "x"); }, -1, {{"", 1}}},
+        {"read the bucket's root", [&] { body(system, ""); }, -1, {}},
         {"folders with markers",
          [&] { folder("changes/a/b/c/").createFolderRecursive(); },
          100,

@@ -19,6 +19,17 @@ constexpr std::size_t partSize = 8 << 20;
 
 using s3::Place;
 
+// The object a location names: its key less one trailing "/", as a local file's path is
+// read. The bucket's root is no object: a request for "" would be one for the bucket.
+Place objectAt(const vfs::AbsoluteIRI& location, const char* operation) {
+    Place place = s3::placeOf(location);
+    if (place.key.ends_with('/'))
+        place.key.pop_back();
+    if (place.key.empty())
+        http::raise({vfs::ResourceNotFound, "the bucket's root is no object"}, operation, location);
+    return place;
+}
+
 std::unique_ptr<http::Transfer> ask(const S3Options& options, const Place& place,
                                     std::string method, const s3::Query& query = {},
                                     std::string body = {}, std::vector<std::string> headers = {}) {
@@ -64,7 +75,7 @@ std::string elementText(std::string_view xml, std::string_view name) {
 class ObjectReader : public InputStream {
 public:
     ObjectReader(const S3Options& options, vfs::AbsoluteIRI location)
-        : options_(options), place_(s3::placeOf(location)), location_(std::move(location)) {
+        : options_(options), place_(objectAt(location, "open")), location_(std::move(location)) {
         open();
     }
 
@@ -117,9 +128,11 @@ private:
 class ObjectWriter : public OutputStream {
 public:
     ObjectWriter(const S3Provider& provider, vfs::AbsoluteIRI location, vfs::WriteMode mode)
-        : provider_(provider), options_(provider.options()), place_(s3::placeOf(location)),
+        : provider_(provider), options_(provider.options()), place_(objectAt(location, "write")),
           location_(std::move(location)), mode_(mode) {
-        refuseExisting();
+        // An object or a folder of the name.
+        if (mode_ == vfs::WriteMode::create && provider_.probe(location_).type != ItemType::Nothing)
+            refuse();
     }
     ~ObjectWriter() override { abort(); }
 
@@ -132,7 +145,9 @@ public:
     }
 
     void commit() override {
-        refuseExisting();
+        // An object that came while this one was written: one HEAD request.
+        if (mode_ == vfs::WriteMode::create && !ask(options_, place_, "HEAD")->failure())
+            refuse();
         if (uploadId_.empty()) {
             std::vector<std::string> headers;
             if (mode_ == vfs::WriteMode::create)
@@ -175,9 +190,9 @@ public:
     }
 
 private:
-    void refuseExisting() const {
-        if (mode_ == vfs::WriteMode::create && provider_.probe(location_).type != ItemType::Nothing)
-            http::raise({vfs::ResourceAlreadyExists, "the key is taken"}, "write", location_);
+    [[noreturn]] void refuse() {
+        abort();
+        http::raise({vfs::ResourceAlreadyExists, "the key is taken"}, "write", location_);
     }
 
     void sendPart(std::string part) {
@@ -227,10 +242,12 @@ void S3Provider::createFile(const vfs::AbsoluteIRI& location) const {
 }
 
 void S3Provider::removeFile(const vfs::AbsoluteIRI& location) const {
-    const Place place = s3::placeOf(location);
-    // S3 answers a DELETE of a missing key as of one it removed.
-    if (probe(location).type != ItemType::File)
+    const Place place = objectAt(location, "remove");
+    // S3 answers a DELETE of a missing key as of one it removed: a HEAD tells first.
+    const auto look = ask(options_, place, "HEAD");
+    if (look->status() == 404)
         http::raise({vfs::ResourceNotFound, "no object " + place.key}, "remove", location);
+    require(*look, "remove", location);
     require(*ask(options_, place, "DELETE"), "remove", location);
 }
 
@@ -280,8 +297,8 @@ std::unique_ptr<OutputStream> S3Provider::openForWriting(const vfs::AbsoluteIRI&
 }
 
 void S3Provider::rename(const vfs::AbsoluteIRI& location, const vfs::AbsoluteIRI& target) const {
-    const Place from = s3::placeOf(location);
-    const Place to = s3::placeOf(target);
+    const Place from = objectAt(location, "rename");
+    const Place to = objectAt(target, "rename");
     const ItemType type = probe(location).type;
     if (type == ItemType::Nothing)
         http::raise({vfs::ResourceNotFound, "no object " + from.key}, "rename", location);
