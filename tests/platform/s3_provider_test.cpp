@@ -407,6 +407,39 @@ TEST_F(S3Provider, ErrorsAndRetries) {
     }
 }
 
+// A read whose connection breaks goes on from where it broke, with a range of the same
+// version (its ETag); a changed object, or a server that sends the whole body again, ends it.
+TEST_F(S3Provider, ReadsGoOnWhereTheConnectionBroke) {
+    const ScriptedServer::Answer cut{"HTTP/1.1 200 OK\r\nETag: \"v1\"\r\nContent-Length: 10\r\n"
+                                     "Connection: close\r\n\r\nhello"};
+    const struct {
+        ScriptedServer::Answer rest;
+        std::string got; // "": the read fails with IOError
+    } cases[] = {
+        {ScriptedServer::answer(206, "ETag: \"v1\"\r\nContent-Range: bytes 5-9/10\r\n", "world"),
+         "helloworld"},
+        {ScriptedServer::answer(412), ""},
+        {ScriptedServer::answer(200, "ETag: \"v1\"\r\n", "helloworld"), ""},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.got);
+        const ScriptedServer scripted({cut, c.rest});
+        provider::S3Options options = server->options();
+        options.endpoint = scripted.url("");
+        auto system = std::make_shared<vfs::StorageSystem>();
+        system->addProvider(std::make_shared<provider::S3Provider>(options));
+        const vfs::StorageSystemReference reference(system);
+        std::string got;
+        const int code = failure([&] { got = body(reference, "object"); });
+        EXPECT_EQ(code, c.got.empty() ? -vfs::IOError : 100);
+        EXPECT_EQ(got, c.got);
+        const auto requests = scripted.requestTexts();
+        ASSERT_EQ(requests.size(), 2u);
+        EXPECT_THAT(requests[1], ::testing::HasSubstr("\r\nRange: bytes=5-\r\n"));
+        EXPECT_THAT(requests[1], ::testing::HasSubstr("\r\nIf-Match: \"v1\"\r\n"));
+    }
+}
+
 // The environment variables one row sets, every other AWS_ one unset, HOME an empty folder;
 // all as they were once the row ends.
 class ScopedEnvironment {

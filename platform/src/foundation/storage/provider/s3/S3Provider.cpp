@@ -106,11 +106,22 @@ private:
         }
         request.wait = http::Wait::Pace;
         transfer_ = http::Transfer::answered(options_.http, request);
-        if (transfer_->failure())
-            s3::raiseAnswer(*transfer_, "open", location_);
-        if (offset_ == 0)
+        if (offset_ == 0) {
+            // A body cut short after a good status is read up to the cut, then resumed.
+            if (transfer_->status() / 100 != 2)
+                s3::raiseAnswer(*transfer_, "open", location_);
             if (const auto etag = transfer_->header("ETag"))
                 etag_ = *etag;
+            return;
+        }
+        // The rest of the same version, or nothing: a new version (412) or a whole body
+        // (a server that ignores the range) would not continue what was read.
+        if (transfer_->status() == 412)
+            http::raise({vfs::IOError, "the object changed while it was read"}, "read", location_);
+        if (transfer_->failure())
+            s3::raiseAnswer(*transfer_, "read", location_);
+        if (transfer_->status() != 206)
+            http::raise({vfs::IOError, "the rest was not sent as a range"}, "read", location_);
     }
 
     const S3Options& options_;
