@@ -546,8 +546,8 @@ TEST(NormalizeURL, Rewrites) {
 }
 
 TEST(HasIRIPrefix, SchemesWithAProviderOnly) {
-    // http and https count while a provider serves them, as any scheme: the host's storage
-    // starts with theirs.
+    // http, https and s3 count while a provider serves them, as any scheme: the host's
+    // storage starts with theirs.
     for (const bool served : {false, true}) {
         using vexa::testing::ScopedStorageSystem;
         const ScopedStorageSystem storage({ScopedStorageSystem::real("file")}, !served);
@@ -558,11 +558,11 @@ TEST(HasIRIPrefix, SchemesWithAProviderOnly) {
             {u"http:/h", false},   {u"http:h", false},
             {u"C://x", false},     {u"", false},
             {u"/abs", false},      {u"httpx://", false},
-            {u" http://h", false},
+            {u" http://h", false}, {u"S3://bucket/k", served},
         };
         for (const auto& [text, expected] : cases)
             EXPECT_EQ(foundation::storage::vfs::hasIRIPrefix(text), expected) << utf8(text);
-        EXPECT_EQ(foundation::storage::vfs::knownSchemes().size(), served ? 3u : 1u);
+        EXPECT_EQ(foundation::storage::vfs::knownSchemes().size(), served ? 4u : 1u);
     }
     fl::ustring windowsName = u"a.txt. ";
     foundation::storage::utility::handleWindowsTrailingDotsAndSpaces(windowsName);
