@@ -60,6 +60,10 @@ TEST(VexafsLsAndPackage, ListsARealTreeAndTellsWhichPackageClaims) {
         {{"ls", l + "*", "s3://bucket/none/*"},
          0,
          l + "a.txt\n" + l + "b\n" + l + "empty\n" + l + "sp%20ace\n"},
+        {{"ls", "-r", l + "*"}, // one tree listing, in the order of folder by folder
+         0,
+         l + "a.txt\n" + l + "b/c.txt\n" + l + "b/d/e.txt\n" + l + "b/d\n" + l + "b\n" + l +
+             "empty\n" + l + "sp%20ace\n"},
         {{"ls", "-r", "--iri", l + "b*", l + "e*"},
          0,
          l + "b/c.txt\t" + l + "b/c.txt\n" + l + "b/d/e.txt\t" + l + "b/d/e.txt\n" + l + "b/d\t" +
