@@ -345,6 +345,67 @@ TEST_F(S3Provider, MultipartWrites) {
     EXPECT_LE(left, 1u);
 }
 
+// A multipart upload that does not complete is aborted, whether its stream is dropped or a
+// part fails (after its retries): no parts are left stored. As the server sees it.
+TEST_F(S3Provider, UnfinishedUploadsAreAborted) {
+    const auto xml = [](const std::string& body) {
+        return ScriptedServer::answer(200, "Content-Type: application/xml\r\n", body);
+    };
+    const auto started = xml("<InitiateMultipartUploadResult><Bucket>bucket</Bucket><Key>k"
+                             "</Key><UploadId>u/1+</UploadId></InitiateMultipartUploadResult>");
+    const auto partTaken = ScriptedServer::answer(200, "ETag: \"p1\"\r\n");
+    const auto failed = ScriptedServer::answer(500), deleted = ScriptedServer::answer(204);
+    const std::string start = "POST /bucket/k?uploads= ",
+                      abort = "DELETE /bucket/k?uploadId=u%2F1%2B ";
+    const std::string part1 = "PUT /bucket/k?partNumber=1&uploadId=u%2F1%2B ",
+                      part2 = "PUT /bucket/k?partNumber=2&uploadId=u%2F1%2B ";
+    const struct {
+        const char* what;
+        std::vector<ScriptedServer::Answer> script;
+        std::size_t bytes;
+        int result; // of writing and dropping the stream
+        std::vector<std::string> requests;
+    } cases[] = {
+        {"dropped after a part",
+         {started, partTaken, deleted},
+         12u << 20,
+         100,
+         {start, part1, abort}},
+        {"a part refused",
+         {started, failed, failed, failed, deleted},
+         9u << 20,
+         -9,
+         {start, part1, part1, part1, abort}},
+        {"the second part refused",
+         {started, partTaken, failed, failed, failed, deleted},
+         17u << 20,
+         -9,
+         {start, part1, part2, part2, part2, abort}},
+    };
+    const std::string chunk(1 << 20, 'c');
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        const ScriptedServer scripted(c.script);
+        provider::S3Options options = server->options();
+        options.endpoint = scripted.url("");
+        options.http.retryDelay = std::chrono::milliseconds(5);
+        auto system = std::make_shared<vfs::StorageSystem>();
+        system->addProvider(std::make_shared<provider::S3Provider>(options));
+        const vfs::StorageSystemReference reference(system);
+        EXPECT_EQ(failure([&] {
+                      vfs::WriteStream stream =
+                          vfs::File(at("k"), reference).openForWriting(vfs::WriteMode::replace);
+                      for (std::size_t at = 0; at < c.bytes; at += chunk.size())
+                          stream.write(chunk.data(), chunk.size());
+                  }),
+                  c.result);
+        std::vector<std::string> lines;
+        for (const std::string& text : scripted.requestTexts())
+            lines.push_back(text.substr(0, text.find("HTTP/")));
+        EXPECT_EQ(lines, c.requests);
+    }
+}
+
 // Answers by status: 503 SlowDown (and the other statuses that may pass) is tried again up
 // to `attempts` times, the last failure the caller's; other errors are the status's code
 // with the server's code and message, and the region of a bucket that lives elsewhere.
