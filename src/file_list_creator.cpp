@@ -4,6 +4,8 @@
 #include <vexa/io/filesystem/core/log.hpp>
 
 #include <Quarrow/PathManagement/GetStringFromIRI.hpp>
+#include <Quarrow/VexaStorageSystem.hpp>
+#include <fl/ascii.hpp>
 #include <fl/filesystem.hpp>
 #include <fl/filesystemSharedFcns.hpp>
 #include <fl/i18n.hpp>
@@ -232,14 +234,26 @@ void FileListCreator::addFiles(fl::ustring pattern, const vfs::CanonicalAbsolute
         listed = std::none_of(entries.begin(), entries.end(),
                               [](const FileNameWithStat& entry) { return entry.name == u"*"; });
     }
+    // An IRI of a remote storage's scheme is absolute already, and its "//" is no doubled
+    // separator; a `file` IRI is made a path, as before.
+    const bool stored = vfs::hasIRIPrefix(pattern) &&
+                        !fl::ascii::startsWithIgnoringCase(std::u16string_view(pattern), u"file:");
     if (!listed) {
-        relativeToAbsolute(pattern, ResolveSymbolicLinks::FollowLinks, false);
+        if (!stored)
+            relativeToAbsolute(pattern, ResolveSymbolicLinks::FollowLinks, false);
         if (pattern.size() > maxPathLength)
             return;
         entries = listing(pattern, listFlag);
     }
     fl::ustring prefix =
-        fs::detail::extract_parent_path(fs::detail::make_native_form(pattern, true));
+        stored ? pattern.substr(0, pattern.rfind(u'/'))
+               : fs::detail::extract_parent_path(fs::detail::make_native_form(pattern, true));
+    // The IRIs of a stored folder's entries are its own IRI's text and their escaped names.
+    std::string storedText;
+    if (stored && makeIRIs && !baseText && !base && !entries.empty()) {
+        storedText = vfs::AbsoluteIRI(prefix).toIRI().uriText();
+        baseText = &storedText;
+    }
     if (!prefix.empty() && !shared::isPathSeparator(prefix.back()))
         prefix += separator();
     fl::ustring full;

@@ -5,6 +5,7 @@
 
 #include "HostState.hpp"
 #include "RemoteStorage.hpp"
+#include "S3Server.hpp"
 #include "Storage.hpp"
 #include "TempDir.hpp"
 #include "Text.hpp"
@@ -26,6 +27,8 @@ using vexa::testing::u;
 TEST(GetContentTypeCaller, RecordedTypeOrNothing) {
     const vexa::testing::RemoteStorage remote; // a server's type, as it sends it
     const vexa::testing::RemoteShare share;
+    const vexa::testing::S3Storage s3; // the type the object was stored with
+    s3.make({"typed.bin"});
     TempDir dir;
     dir.make({"typed", "plain", "link -> typed", "latin"});
     ASSERT_EQ(::setxattr((dir / "typed").c_str(), "user.http.contentType", "text/csv", 8, 0), 0);
@@ -49,6 +52,8 @@ TEST(GetContentTypeCaller, RecordedTypeOrNothing) {
         {share.url("/files/report.csv"), u"text/csv", false},
         {share.secureUrl("/files/notes.txt"), u"text/plain", false},
         {share.url("/files/missing.txt"), u"", true},
+        {s3.url("typed.bin"), u"binary/octet-stream", false},
+        {s3.url("missing.bin"), u"", true},
     };
     const vexa::testing::ScopedLogLevels levels(core::log::caughtErrorLevel);
     for (const auto& c : cases) {

@@ -5,6 +5,7 @@
 #include <virtualfileio/ExceptionContextHandler.hpp>
 
 #include "RemoteStorage.hpp"
+#include "S3Server.hpp"
 #include "Storage.hpp"
 #include "TempDir.hpp"
 #include "Text.hpp"
@@ -149,6 +150,15 @@ TEST(GetExtendedExistenceType, RemoteItems) {
                 fl::filesystem::PathNotFound)
                 << path;
     ExceptionContextHandler::ClearPendingContext();
+    // Objects in a bucket: a prefix is a folder with or without its marker; a key that is
+    // also a prefix is the object.
+    const vexa::testing::S3Storage s3;
+    s3.make({"lib/k.txt", "lib/dir/", "lib/implied/x", "lib/both", "lib/both/x"});
+    const std::pair<const char*, int> objects[] = {
+        {"lib/k.txt", 0},    {"lib/dir/", 2}, {"lib/dir", 2},  {"lib/implied", 2},
+        {"lib/implied/", 2}, {"lib/both", 0}, {"lib/none", 6}, {"", 2}};
+    for (const auto& [key, kind] : objects)
+        EXPECT_EQ(answer(AbsoluteIRI(s3.url(key)), false), kind) << key;
 }
 
 } // namespace

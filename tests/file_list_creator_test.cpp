@@ -7,6 +7,7 @@
 
 #include "CurrentFolder.hpp"
 #include "HostState.hpp"
+#include "S3Server.hpp"
 #include "Storage.hpp"
 #include "TempDir.hpp"
 #include "Text.hpp"
@@ -256,6 +257,23 @@ TEST_F(Creator, AnUnreadableSubfolderIsListedWithoutItsContent) {
                addToList(root + "/tree/b/*", true, root) == expected;
     }));
     ::chmod((dir / "tree/b/locked").c_str(), 0755);
+}
+
+// Objects of a bucket as a folder tree: prefixes are folders, with or without a marker.
+TEST(CreatorOfObjects, PatternsOverABucket) {
+    const vexa::testing::S3Storage s3;
+    s3.make({"lst/a.txt", "lst/b/c.txt", "lst/b/d/e.txt", "lst/empty/", "lst/z.csv"});
+    const std::string root = utf8(s3.url("lst"));
+    EXPECT_THAT(addFiles(root + "/*", false, root), ElementsAre("a.txt", "b", "empty", "z.csv"));
+    EXPECT_THAT(addFiles(root + "/*", true, root),
+                ElementsAre("a.txt", "b/c.txt", "b/d/e.txt", "b/d", "b", "empty", "z.csv"));
+    EXPECT_THAT(addFiles(root + "/*.csv", true, root), ElementsAre("z.csv"));
+    EXPECT_THAT(addFiles(root + "/b", false, root), ElementsAre("b"));
+    core::FileListCreator creator; // each entry's IRI, its name escaped
+    s3.make({"lst/sp%20ace+%25.txt"});
+    creator.AddFiles(u(root + "/sp*"), boost::none, true, false, false);
+    ASSERT_EQ(creator.GetIRIList().size(), 1u);
+    EXPECT_EQ(creator.GetIRIList()[0].toIRI().uriText(), root + "/sp%20ace+%25.txt");
 }
 
 } // namespace

@@ -1,8 +1,12 @@
 #include <vexa/io/filesystem/core/parent_folders.hpp>
 
+#include <foundation/storage/vfs/Exists.hpp>
+
 #include "RemoteStorage.hpp"
+#include "S3Server.hpp"
 #include "Storage.hpp"
 #include "TempDir.hpp"
+#include "Text.hpp"
 
 #include <gtest/gtest.h>
 
@@ -18,6 +22,7 @@ using vexa::testing::hostStorage;
 using vexa::testing::iriOf;
 using vexa::testing::ScopedStorageSystem;
 using vexa::testing::TempDir;
+using vexa::testing::utf8;
 using Op = vexa::testing::FaultyProvider::Operation;
 
 // Only a parent that is not there is made, with all it needs above it; a file standing
@@ -61,6 +66,21 @@ TEST(CreateParentIfNeeded, MakesOnlyAMissingParent) {
         EXPECT_EQ(parentOf("file:///"), 100);
         EXPECT_EQ(parentOf("/"), 100);
         EXPECT_EQ(parentOf(dir / "folder/x"), -vfs::IOError);
+    }
+    {
+        // In a bucket, a marker for every folder made, so that each exists while empty.
+        const vexa::testing::S3Storage s3;
+        s3.make({"kept/"});
+        for (const auto& [item, made] : std::vector<std::pair<std::string, std::string>>{
+                 {"a/b/c.txt", "a/b/"}, {"kept/x", "kept/"}, {"a/b/d/", "a/b/"}, {"top", ""}}) {
+            EXPECT_EQ(parentOf(utf8(s3.url(item))), 100) << item;
+            EXPECT_EQ(vfs::exists(vfs::AbsoluteIRI(s3.url(made)), hostStorage()), 1) << item;
+            EXPECT_EQ(vfs::exists(vfs::AbsoluteIRI(s3.url(item)), hostStorage()), 2) << item;
+        }
+        const auto cursor = s3.provider().listTree(vfs::AbsoluteIRI(s3.url("a/")));
+        const auto markers = cursor->next();
+        ASSERT_EQ(markers.size(), 1u);
+        EXPECT_EQ(utf8(markers[0].name), "b");
     }
     const ScopedStorageSystem storage({faultyFiles(Op::CreateFolder, vfs::ReadOnlyProvider)});
     EXPECT_EQ(parentOf(dir / "folder/x"), 100);

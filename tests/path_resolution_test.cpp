@@ -6,6 +6,7 @@
 #include "CurrentFolder.hpp"
 #include "HostState.hpp"
 #include "RemoteStorage.hpp"
+#include "S3Server.hpp"
 #include "Storage.hpp"
 #include "TempDir.hpp"
 #include "Text.hpp"
@@ -205,6 +206,29 @@ TEST(RemotePathResolution, TextKindAndAttributes) {
         std::distance(std::filesystem::directory_iterator(share.server().content() + "/files/sub"),
                       std::filesystem::directory_iterator()),
         2);
+    // Objects: writable as S3 takes writes; a folder is writable when an object can be made
+    // in it, which the probe removes again.
+    const vexa::testing::S3Storage s3;
+    s3.make({"res/k.txt", "res/dir/", "res/implied/x"});
+    const struct {
+        std::string key;
+        Kind kind;
+        std::uint64_t size;
+        bool writable;
+    } objects[] = {
+        {"res/k.txt", Kind::File, 9, true},        {"res/dir/", Kind::Folder, 0, true},
+        {"res/implied", Kind::Folder, 0, true},    {"res/none", Kind::Nothing, 0, false},
+        {"res/../res/k.txt", Kind::File, 9, true},
+    };
+    for (const auto& c : objects) {
+        const auto got = core::resolvePathWithAttributes(s3.url(c.key), {});
+        EXPECT_EQ(got.kind, c.kind) << c.key;
+        EXPECT_EQ(got.attributes.writable, c.writable) << c.key;
+        EXPECT_EQ(got.attributes.size, c.size) << c.key;
+    }
+    const auto cursor = s3.provider().listTree(vexa::testing::vfs::AbsoluteIRI(s3.url("res/")));
+    const auto left = cursor->next();
+    EXPECT_EQ(left.size(), 4u); // k.txt, dir, implied, implied/x: no probe left
 }
 
 } // namespace

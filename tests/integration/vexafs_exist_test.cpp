@@ -1,6 +1,7 @@
 // vexafs exist, mkparent and content-type: the storage queries as a user runs them.
 
 #include "CurrentFolder.hpp"
+#include "S3Server.hpp"
 #include "TempDir.hpp"
 #include "Vexafs.hpp"
 
@@ -20,6 +21,10 @@ using vexa::testing::TempDir;
 // level with the storage layer's message. content-type reads a type a user set with setfattr;
 // none is an empty answer.
 TEST(VexafsStorageQueries, ExistMkparentAndContentType) {
+    const vexa::testing::S3Storage s3;
+    const vexa::testing::S3Environment toS3(s3.server());
+    s3.make({"q/data.csv", "q/marked/"});
+    const std::string q = "s3://bucket/q/";
     TempDir dir;
     dir.makeItemsOfEveryKind();
     dir.make({"data.csv"});
@@ -53,6 +58,17 @@ TEST(VexafsStorageQueries, ExistMkparentAndContentType) {
         {{"mkparent", dir / "file/x"}, 0, HasSubstr("parent: file://")}, // a file is left be
         refused({"mkparent", dir / "file/x/y"},
                 HasSubstr("Identifier: VEXA:virtualfilesystem:resourceNotFound")),
+        // Objects: prefixes as folders, markers made for the parents.
+        {{"exist", q + "data.csv", q + "marked", q, q + "data", "s3://no-bucket/x"},
+         0,
+         q + "data.csv\n  type: 0\n  kind: file\n" + q + "marked\n  type: 2\n  kind: folder\n" + q +
+             "\n  type: 2\n  kind: folder\n" + q + "data\n  type: 6\n  kind: nothing\n" +
+             "s3://no-bucket/x\n  type: 6\n  kind: nothing\n"},
+        {{"mkparent", q + "a/b/c.txt"}, 0, q + "a/b/c.txt\n  parent: " + q + "a/b/\n"},
+        {{"exist", q + "a/b/"}, 0, HasSubstr("kind: folder")},
+        {{"content-type", q + "data.csv", q + "missing"},
+         0,
+         q + "data.csv\n  content type: binary/octet-stream\n" + q + "missing\n  content type: \n"},
         {{"content-type", dir / "data.csv", dir / "file", dir / "missing"},
          0,
          dir / "data.csv\n  content type: text/csv\n" + dir / "file\n  content type: \n" +

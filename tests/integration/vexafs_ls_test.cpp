@@ -2,6 +2,7 @@
 
 #include "DavServer.hpp"
 #include "HttpServer.hpp"
+#include "S3Server.hpp"
 #include "TempDir.hpp"
 #include "Vexafs.hpp"
 
@@ -20,6 +21,10 @@ TEST(VexafsLsAndPackage, ListsARealTreeAndTellsWhichPackageClaims) {
     const std::string sub = server.url("/files/sub/");
     const vexa::testing::DavServer share(vexa::testing::DavServer::Kind::Nginx);
     const std::string shared = share.url("/files/"), sharedSub = share.url("/files/sub/");
+    const vexa::testing::S3Storage s3;
+    const vexa::testing::S3Environment toS3(s3.server());
+    s3.make({"l/a.txt", "l/b/c.txt", "l/b/d/e.txt", "l/empty/", "l/sp%20ace"});
+    const std::string l = "s3://bucket/l/";
     TempDir dir;
     dir.make(
         {"t/", "t/b/", "empty/", "t/a.txt", "t/b/c.txt", "t/sp ace", "t/caf\xE9", "t/lnk -> b"});
@@ -55,6 +60,17 @@ TEST(VexafsLsAndPackage, ListsARealTreeAndTellsWhichPackageClaims) {
          0,
          iri + "b/c.txt\t" + iri + "b/c.txt\n" + iri + "b\t" + iri + "b\n"},
         {{"ls", server.url("/page/*")}, 1, "", HasSubstr("Reason: not an index page")},
+        {{"ls", l + "*", "s3://bucket/none/*"},
+         0,
+         l + "a.txt\n" + l + "b\n" + l + "empty\n" + l + "sp%20ace\n"},
+        {{"ls", "-r", l + "*"}, // one tree listing, in the order of folder by folder
+         0,
+         l + "a.txt\n" + l + "b/c.txt\n" + l + "b/d/e.txt\n" + l + "b/d\n" + l + "b\n" + l +
+             "empty\n" + l + "sp%20ace\n"},
+        {{"ls", "-r", "--iri", l + "b*", l + "e*"},
+         0,
+         l + "b/c.txt\t" + l + "b/c.txt\n" + l + "b/d/e.txt\t" + l + "b/d/e.txt\n" + l + "b/d\t" +
+             l + "b/d\n" + l + "b\t" + l + "b\n" + l + "empty\t" + l + "empty\n"},
         {{"ls", server.url("/files/none/*"), server.url("/files/n*"), server.url("/files/x*")},
          0,
          server.url("/files/notes.txt\n") + server.url("/files/x&y%23z%3F%25.txt\n")},

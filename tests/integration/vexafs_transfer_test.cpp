@@ -3,6 +3,7 @@
 
 #include "DavServer.hpp"
 #include "HttpServer.hpp"
+#include "S3Server.hpp"
 #include "TempDir.hpp"
 #include "Vexafs.hpp"
 
@@ -29,6 +30,9 @@ TEST(VexafsTransfer, CopiesMovesAndRemovals) {
     const vexa::testing::DavServer share(vexa::testing::DavServer::Kind::Nginx);
     const auto on = [&](const std::string& path) { return share.url("/work/" + path); };
     const std::string shared = share.content() + "/work/";
+    const vexa::testing::S3Server s3;
+    const vexa::testing::S3Environment toS3(s3);
+    const std::string bucket = "s3://bucket/";
     TempDir dir;
     dir.make({"a.txt", "kept", "tree/", "tree/sub/", "tree/sub/leaf", "tree/link -> sub/leaf",
               "into/", "full/", "full/x", "empty/", "gone"});
@@ -90,6 +94,30 @@ TEST(VexafsTransfer, CopiesMovesAndRemovals) {
         {{"mkdir", on("made/deep")}, 0, ""},
         {{"rm", "--folder", on("made/deep")}, 0, HasSubstr("removed: folder")},
         {{"mkparent", on("parent/of/x.txt")}, 0, HasSubstr("  parent: " + on("parent/of/"))},
+        // Objects: to a bucket and back, moved by copy and delete, removed after a look.
+        {{"cp", "-r", dir / "tree", bucket + "t/tree"}, 0, ""},
+        {{"cp", dir / "a.txt", bucket + "t/"}, 0, ""},
+        {{"cp", bucket + "t/a.txt", dir / "from-s3.txt"}, 0, ""},
+        {{"cp", "-r", bucket + "t/tree", dir / "tree-back"}, 0, ""},
+        {{"cat", bucket + "t/tree/sub/leaf"}, 0, "x"},
+        {{"mkdir", bucket + "t/new/deeper", "--nargout", "1"},
+         0,
+         bucket + "t/new/deeper\n  status: yes\n"},
+        {{"mv", bucket + "t/a.txt", bucket + "t/new/deeper/m.txt"}, 0, ""},
+        refused({"mv", bucket + "t/new/deeper/m.txt", bucket + "t/tree/sub/leaf"},
+                identifier("resourceAlreadyExists")),
+        refused({"mv", bucket + "t/a.txt", bucket + "t/b.txt"}, identifier("resourceNotFound")),
+        {{"rm", bucket + "t/new/deeper/m.txt"}, 0, HasSubstr("removed: file")},
+        refused({"rm", bucket + "t/new/deeper/m.txt"}, identifier("resourceNotFound")),
+        refused({"rm", "--folder", bucket + "t/tree"}, identifier("folderNotEmpty")),
+        {{"rm", "--folder", bucket + "t/new/deeper"}, 0, HasSubstr("removed: folder")},
+        {{"resolve", "--attributes", bucket + "t/tree/sub/leaf"},
+         0,
+         AllOf(HasSubstr("kind:     file\n"), HasSubstr("size:     1\n"))},
+        {{"exist", bucket + "t/new/", bucket + "t/new/deeper/", bucket + "t/tree/link"},
+         0,
+         HasSubstr("kind: folder\n" + bucket + "t/new/deeper/\n  type: 6\n  kind: nothing\n" +
+                   bucket + "t/tree/link\n  type: 0\n  kind: file\n")},
     };
     vexa::testing::expectRuns(runs);
     EXPECT_EQ(contentOf(dir / "into/a.txt"), "alpha");
@@ -122,9 +150,13 @@ TEST(VexafsTransfer, CopiesMovesAndRemovals) {
     EXPECT_LT(broken4.size(), 20u);
     for (const auto& [name, content] : broken4)
         EXPECT_EQ(content, "broken/" + name) << name;
-    // a.txt kept moved.txt tree into full notes copy fromShare many broken web and the
-    // copies, and nothing half-written beside them; on the share a.txt tree s.txt made parent
-    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.path()), {}), 15);
+    EXPECT_EQ(contentOf(dir / "from-s3.txt"), "alpha");
+    EXPECT_EQ(contentOf(dir / "tree-back/sub/leaf"), "x");
+    EXPECT_EQ(contentOf(dir / "tree-back/link"), "x");
+    // a.txt kept moved.txt tree into full notes copy fromShare from-s3.txt tree-back many
+    // broken web and the copies, and nothing half-written beside them; on the share a.txt
+    // tree s.txt made parent
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.path()), {}), 17);
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(shared), {}), 5);
 }
 

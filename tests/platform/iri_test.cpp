@@ -546,7 +546,7 @@ TEST(NormalizeURL, Rewrites) {
 }
 
 TEST(HasIRIPrefix, SchemesWithAProviderOnly) {
-    // http, https, dav and davs count while a provider serves them, as any scheme: the host's
+    // http, https, dav, davs and s3 count while a provider serves them, as any scheme: the host's
     // storage starts with theirs.
     for (const bool served : {false, true}) {
         using vexa::testing::ScopedStorageSystem;
@@ -559,11 +559,11 @@ TEST(HasIRIPrefix, SchemesWithAProviderOnly) {
             {u"C://x", false},     {u"", false},
             {u"/abs", false},      {u"httpx://", false},
             {u" http://h", false}, {u"dav://h/x", served},
-            {u"DAVS://h", served},
+            {u"DAVS://h", served}, {u"S3://bucket/k", served},
         };
         for (const auto& [text, expected] : cases)
             EXPECT_EQ(foundation::storage::vfs::hasIRIPrefix(text), expected) << utf8(text);
-        EXPECT_EQ(foundation::storage::vfs::knownSchemes().size(), served ? 5u : 1u);
+        EXPECT_EQ(foundation::storage::vfs::knownSchemes().size(), served ? 6u : 1u);
     }
     fl::ustring windowsName = u"a.txt. ";
     foundation::storage::utility::handleWindowsTrailingDotsAndSpaces(windowsName);

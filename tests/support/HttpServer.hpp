@@ -291,7 +291,8 @@ http {
 
 // A server on 127.0.0.1 that answers as a test writes it. The n-th connection gets the n-th
 // answer of the script (the last one again once the script runs out) once its request has
-// come, and is closed after it; the times the requests came are kept.
+// come, and is closed after it; the times the requests came, and the requests themselves
+// (head and a body of a Content-Length), are kept.
 class ScriptedServer {
 public:
     struct Answer {
@@ -332,6 +333,10 @@ public:
         std::lock_guard lock(mutex_);
         return requests_;
     }
+    std::vector<std::string> requestTexts() const {
+        std::lock_guard lock(mutex_);
+        return texts_;
+    }
 
 private:
     // Whether `fd` is ready within `milliseconds` (-1: until it is), not stopped first.
@@ -362,11 +367,23 @@ private:
                 return;
             request.append(chunk, static_cast<std::size_t>(got));
         }
+        static constexpr std::string_view lengthHeader = "\r\nContent-Length: ";
+        if (const auto at = request.find(lengthHeader); at != std::string::npos) {
+            const std::size_t whole = request.find("\r\n\r\n") + 4 +
+                                      std::stoul(request.substr(at + lengthHeader.size(), 20));
+            while (request.size() < whole && ready(connection.get(), POLLIN, 5000)) {
+                const ssize_t got = ::read(connection.get(), chunk, sizeof chunk);
+                if (got <= 0)
+                    break;
+                request.append(chunk, static_cast<std::size_t>(got));
+            }
+        }
         Answer reply;
         {
             std::lock_guard lock(mutex_);
             reply = script_.at(std::min(requests_.size(), script_.size() - 1));
             requests_.push_back(std::chrono::steady_clock::now());
+            texts_.push_back(request);
         }
         if (reply.silent) {
             ready(connection.get(), 0); // until the server stops
@@ -393,6 +410,7 @@ private:
     Socket stopRead_, stopWrite_;
     mutable std::mutex mutex_;
     std::vector<std::chrono::steady_clock::time_point> requests_;
+    std::vector<std::string> texts_;
     std::vector<std::thread> answering_;
     std::thread acceptor_;
 };

@@ -12,8 +12,11 @@
 #include <foundation/storage/vfs/Folder.hpp>
 #include <virtualfileio/ExceptionContextHandler.hpp>
 
+#include <algorithm>
 #include <cstdio>
+#include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -72,12 +75,70 @@ fl::ustring iriForm(std::string_view uriText) {
                : fl::i18n::to_ustring(std::string(uriText));
 }
 
+// A whole tree as a storage lists it in one go (an object store's keys, a request per
+// 1,000): the entries of each folder below, by the folder's path below the top ("" for the
+// top), in name order as a folder's listing gives them. None where the storage walks a tree
+// folder by folder.
+using Tree = std::map<fl::ustring, std::vector<foundation::storage::provider::FolderEntry>>;
+
+std::optional<Tree> treeBelow(const foundation::storage::vfs::CanonicalAbsoluteIRI& folder) {
+    const auto cursor =
+        Quarrow::VexaStorageSystem::GetStorageSystemReference()->providerFor(folder)->listTree(
+            folder);
+    if (!cursor)
+        return std::nullopt;
+    Tree tree;
+    for (auto page = cursor->next(); !page.empty(); page = cursor->next())
+        for (auto& entry : page) {
+            const std::size_t slash = entry.name.rfind(u'/');
+            const fl::ustring parent =
+                slash == fl::ustring::npos ? fl::ustring() : entry.name.substr(0, slash);
+            entry.name.erase(0, slash == fl::ustring::npos ? 0 : slash + 1);
+            tree[parent].push_back(std::move(entry));
+        }
+    for (auto& [path, entries] : tree)
+        std::sort(entries.begin(), entries.end(),
+                  [](const auto& a, const auto& b) { return a.name < b.name; });
+    return tree;
+}
+
+// The entries of the folder at `path` in `tree`, in the order listFolder writes them.
+void writeTree(Output& out, const Tree& tree, const fl::ustring& path,
+               const foundation::storage::vfs::CanonicalAbsoluteIRI& folder,
+               const LsArguments& arguments) {
+    namespace vfs = foundation::storage::vfs;
+    const auto found = tree.find(path);
+    if (found == tree.end())
+        return;
+    for (const auto& entry : found->second) {
+        const fl::ustring iri = vfs::CanonicalAbsoluteIRI(folder, entry.name).toString();
+        if (entry.type == foundation::storage::provider::ItemType::Folder)
+            writeTree(out, tree, path.empty() ? entry.name : path + u"/" + entry.name,
+                      vfs::CanonicalAbsoluteIRI(iri + u"/"), arguments);
+        writeEntry(out, iri, arguments.iri ? &iri : nullptr, arguments.json);
+    }
+}
+
 // The entries of a folder of any storage that match `filter`, each named by its IRI; with
 // recursion what a folder holds comes before the folder, as the file list creator orders
-// entries. Links are not entered.
+// entries. Links are not entered. A whole folder listed recursively is read as one tree
+// where the storage can list one.
 void listFolder(Output& out, const foundation::storage::vfs::CanonicalAbsoluteIRI& folder,
                 const fl::ustring& filter, const LsArguments& arguments) {
     namespace vfs = foundation::storage::vfs;
+    if (arguments.recursive && (filter.empty() || filter == u"*")) {
+        const virtualfileio::PendingContextScope missingFolderLeavesNoContext;
+        try {
+            if (const auto tree = treeBelow(folder)) {
+                writeTree(out, *tree, u"", folder, arguments);
+                return;
+            }
+        } catch (const vfs::Exception& error) {
+            if (error.getErrorCode() != vfs::ResourceNotFound)
+                throw;
+            return;
+        }
+    }
     std::vector<foundation::storage::provider::FolderEntry> entries;
     const virtualfileio::PendingContextScope missingFolderLeavesNoContext;
     try {

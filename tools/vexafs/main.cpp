@@ -8,6 +8,7 @@
 #include <foundation/core/except/IException.hpp>
 #include <foundation/storage/provider/DavProvider.hpp>
 #include <foundation/storage/provider/HttpProvider.hpp>
+#include <foundation/storage/provider/S3Provider.hpp>
 #include <foundation/storage/vfs/AbsoluteIRI.hpp>
 #include <vexa/io/filesystem/core.hpp>
 
@@ -90,12 +91,18 @@ int main(int argc, char** argv) {
         http.caFile = caFile;
         http.requestTimeout = std::chrono::duration_cast<std::chrono::milliseconds>(
             std::chrono::duration<double>(timeout));
-        // WebDAV shares are reached with the same bounds and trust as web servers.
+        // WebDAV shares and S3 buckets are reached with the same bounds and trust as web
+        // servers.
+        namespace provider = foundation::storage::provider;
         const auto storage = Quarrow::VexaStorageSystem::GetStorageSystemReference();
-        storage->addProvider(vexafs::rememberingFailures(
-            std::make_shared<foundation::storage::provider::DavProvider>(http)));
-        storage->addProvider(vexafs::rememberingFailures(
-            std::make_shared<foundation::storage::provider::HttpProvider>(std::move(http))));
+        storage->addProvider(
+            vexafs::rememberingFailures(std::make_shared<provider::DavProvider>(http)));
+        provider::S3Options s3;
+        s3.http = http;
+        storage->addProvider(
+            vexafs::rememberingFailures(std::make_shared<provider::S3Provider>(std::move(s3))));
+        storage->addProvider(
+            vexafs::rememberingFailures(std::make_shared<provider::HttpProvider>(std::move(http))));
     });
     vexafs::addClassifyCommand(app);
     vexafs::addAbsoluteCommand(app);

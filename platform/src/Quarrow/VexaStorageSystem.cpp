@@ -4,6 +4,7 @@
 #include <foundation/storage/provider/DavProvider.hpp>
 #include <foundation/storage/provider/HttpProvider.hpp>
 #include <foundation/storage/provider/LocalFileProvider.hpp>
+#include <foundation/storage/provider/S3Provider.hpp>
 
 #include <mutex>
 
@@ -23,6 +24,8 @@ struct HostStorage {
         system->addProvider(std::make_shared<provider::LocalFileProvider>());
         system->addProvider(std::make_shared<provider::HttpProvider>());
         system->addProvider(std::make_shared<provider::DavProvider>());
+        // Its endpoint, region and credentials from the AWS environment and shared files.
+        system->addProvider(std::make_shared<provider::S3Provider>());
         return system;
     }()};
 };

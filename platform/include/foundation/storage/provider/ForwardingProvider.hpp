@@ -20,6 +20,7 @@ public:
     ItemStatus look(const vfs::AbsoluteIRI& location, Facts wanted) const override;
     std::unique_ptr<FolderCursor> listPages(const vfs::AbsoluteIRI& folder,
                                             const fl::ustring& filter) const override;
+    std::unique_ptr<FolderCursor> listTree(const vfs::AbsoluteIRI& folder) const override;
     bool readOnly() const override;
     void createFile(const vfs::AbsoluteIRI& location) const override;
     void removeFile(const vfs::AbsoluteIRI& location) const override;

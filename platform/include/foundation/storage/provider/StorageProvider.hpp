@@ -104,6 +104,11 @@ public:
     // every name), without "." and "..", in no particular order.
     virtual std::unique_ptr<FolderCursor> listPages(const vfs::AbsoluteIRI& folder,
                                                     const fl::ustring& filter) const;
+    // Every item below a folder at any depth, each named by its path below it ("a/b.txt"),
+    // a folder before what it holds; for a store that lists a whole tree in fewer requests
+    // than folder by folder (an object store's keys, a page per 1,000). None where the tree
+    // is best walked folder by folder with listPages, as the base does.
+    virtual std::unique_ptr<FolderCursor> listTree(const vfs::AbsoluteIRI& folder) const;
     // Whether the store can be read only: then every change the provider does not implement
     // fails with ReadOnlyProvider rather than UnsupportedOperation.
     virtual bool readOnly() const { return false; }

@@ -141,12 +141,12 @@ Transfer::Transfer(const HttpOptions& options, Request request) : request_(std::
     // PUT and POST always carry a body, if an empty one: servers want its length.
     const bool sendsBody = request_.streamedBody || !request_.body.empty() ||
                            request_.method == "PUT" || request_.method == "POST";
-    const bool wholeBody = sendsBody && !request_.streamedBody;
+    const bool isSigned = !request_.credentials.awsSigV4.empty();
     if (request_.method == "HEAD")
         curl_easy_setopt(easy, CURLOPT_NOBODY, 1L);
-    else if (request_.method != "GET" && !(request_.streamedBody && request_.method == "PUT"))
+    else if (request_.method != "GET")
         curl_easy_setopt(easy, CURLOPT_CUSTOMREQUEST, request_.method.c_str());
-    if (wholeBody) {
+    if (sendsBody && !request_.streamedBody && !isSigned) {
         // Sent from memory with the headers, in one write where it is small (a PROPFIND's
         // XML): a body read through the callback goes in a write of its own, which costs
         // the server a second wakeup on every request. curl repeats it as it needs.
@@ -159,8 +159,9 @@ Transfer::Transfer(const HttpOptions& options, Request request) : request_(std::
                              return fl::ascii::startsWithIgnoringCase(line, "Content-Type:");
                          }))
             headers_->add("Content-Type:");
-        headers_->add("Expect:");
     } else if (sendsBody) {
+        // Pulled through onSend: a streamed body, and a signed one, whose request must carry
+        // no header that curl would sign and then not send (the removals of the other way).
         curl_easy_setopt(easy, CURLOPT_UPLOAD, 1L);
         curl_easy_setopt(easy, CURLOPT_READFUNCTION, &Transfer::onSend);
         curl_easy_setopt(easy, CURLOPT_READDATA, this);
@@ -171,9 +172,14 @@ Transfer::Transfer(const HttpOptions& options, Request request) : request_(std::
             length = static_cast<curl_off_t>(*request_.bodyLength);
         curl_easy_setopt(easy, CURLOPT_INFILESIZE_LARGE, length);
         outgoing_ = request_.body;
-        // The body goes at once, not after a second's wait for "100 Continue".
-        headers_->add("Expect:");
     }
+    // The body goes at once, not after a second's wait for "100 Continue". A signed request
+    // does without the header's removal ("Expect:"): curl 7.88 signs it as a header that is
+    // then never sent, a signature S3 refuses.
+    if (sendsBody && isSigned)
+        curl_easy_setopt(easy, CURLOPT_EXPECT_100_TIMEOUT_MS, 0L);
+    else if (sendsBody)
+        headers_->add("Expect:");
     if (!request_.range.empty())
         curl_easy_setopt(easy, CURLOPT_RANGE, request_.range.c_str());
     for (const std::string& line : request_.headers)

@@ -19,6 +19,10 @@ std::unique_ptr<FolderCursor> ForwardingProvider::listPages(const vfs::AbsoluteI
     return inner_->listPages(folder, filter);
 }
 
+std::unique_ptr<FolderCursor> ForwardingProvider::listTree(const vfs::AbsoluteIRI& folder) const {
+    return inner_->listTree(folder);
+}
+
 bool ForwardingProvider::readOnly() const {
     return inner_->readOnly();
 }

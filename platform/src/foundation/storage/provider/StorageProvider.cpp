@@ -74,6 +74,10 @@ std::unique_ptr<FolderCursor> StorageProvider::listPages(const vfs::AbsoluteIRI&
     unsupported("list", folder);
 }
 
+std::unique_ptr<FolderCursor> StorageProvider::listTree(const vfs::AbsoluteIRI&) const {
+    return nullptr;
+}
+
 void StorageProvider::createFile(const vfs::AbsoluteIRI& location) const {
     cannotChange("createFile", location);
 }

@@ -1,0 +1,94 @@
+#pragma once
+
+// The `s3` scheme: "s3://bucket/key/parts", objects of a bucket as files and key prefixes
+// ending in "/" as folders, over the shared HTTP client. The host's storage system starts
+// with one whose settings come from the AWS environment variables and shared files; a host
+// program that wants others replaces it:
+//
+//     S3Options options;
+//     options.endpoint = "http://127.0.0.1:9000";
+//     Quarrow::VexaStorageSystem::GetStorageSystemReference()->addProvider(
+//         std::make_shared<foundation::storage::provider::S3Provider>(std::move(options)));
+
+#include <foundation/storage/provider/HttpOptions.hpp>
+#include <foundation/storage/provider/StorageProvider.hpp>
+
+#include <atomic>
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace foundation::storage::provider {
+
+// Where the objects are and who asks for them. Every empty field is filled when the
+// provider is made: from AWS_ENDPOINT_URL_S3 or AWS_ENDPOINT_URL, AWS_REGION or
+// AWS_DEFAULT_REGION, AWS_ACCESS_KEY_ID, AWS_SECRET_ACCESS_KEY and AWS_SESSION_TOKEN, and
+// then from the profile (AWS_PROFILE, else "default") of the shared credentials file
+// (AWS_SHARED_CREDENTIALS_FILE, else ~/.aws/credentials) and config file (AWS_CONFIG_FILE,
+// else ~/.aws/config). Without a key id the requests go unsigned.
+struct S3Options {
+    HttpOptions http;
+    // "https://host[:port]"; empty: AWS's endpoint of the region.
+    std::string endpoint;
+    std::string region; // empty: as above, else "us-east-1"
+    std::string accessKeyId;
+    std::string secretAccessKey;
+    std::string sessionToken;
+    std::string profile;
+    // "host/bucket/key" rather than "bucket.host/key"; none: path style for an endpoint of
+    // one's own, virtual-hosted for AWS's.
+    std::optional<bool> pathStyle;
+    // The keys a listing page asks for: S3 gives at most 1000.
+    int maxKeys = 1000;
+    // Whether empty fields are taken from the environment and the shared files.
+    bool fromEnvironment = true;
+};
+
+// Not atomic where S3 is not: `rename` copies the object and then deletes the original, so
+// that both exist for a moment, and a failed delete leaves both.
+class S3Provider : public StorageProvider {
+public:
+    explicit S3Provider(S3Options options = {});
+    ~S3Provider() override;
+
+    // The settings in use, every field resolved.
+    const S3Options& options() const noexcept { return options_; }
+    // The listing pages asked for since the provider was made.
+    std::uint64_t listRequests() const noexcept { return listRequests_.load(); }
+
+    std::vector<std::string> schemes() const override;
+    // "s3://bucket/key/" is a folder when its marker object or anything below it exists;
+    // "s3://bucket/key" is the object when there is one (one HEAD request), else the same
+    // folder. The object's HEAD tells every fact.
+    ItemStatus look(const vfs::AbsoluteIRI& location, Facts wanted) const override;
+    // One ListObjectsV2 request per page, with "/" as delimiter: objects are files and
+    // common prefixes folders.
+    std::unique_ptr<FolderCursor> listPages(const vfs::AbsoluteIRI& folder,
+                                            const fl::ustring& filter) const override;
+    // Every object below the folder, with its path below it as the name ("a/b/c.txt"):
+    // one request per page of keys, whatever the depth. Markers of folders come as
+    // folders, their names without the "/".
+    std::unique_ptr<FolderCursor> listTree(const vfs::AbsoluteIRI& folder) const override;
+    void createFile(const vfs::AbsoluteIRI& location) const override;
+    // A missing key fails with ResourceNotFound (S3 itself answers as if it were there).
+    void removeFile(const vfs::AbsoluteIRI& location) const override;
+    // An empty marker object "key/".
+    void createFolder(const vfs::AbsoluteIRI& location) const override;
+    // The body by GET, as it arrives.
+    std::unique_ptr<InputStream> openForReading(const vfs::AbsoluteIRI& location) const override;
+    // Up to 8 MiB goes as one PUT at commit(); more as a multipart upload, its parts sent as
+    // they fill and completed at commit(), aborted otherwise.
+    std::unique_ptr<OutputStream> openForWriting(const vfs::AbsoluteIRI& location,
+                                                 vfs::WriteMode mode) const override;
+    // CopyObject, then DeleteObject of the original.
+    void rename(const vfs::AbsoluteIRI& location, const vfs::AbsoluteIRI& target) const override;
+    // Refused (FolderNotEmpty) while anything is below it; its marker is deleted.
+    void removeFolder(const vfs::AbsoluteIRI& location) const override;
+
+private:
+    friend struct S3Access;
+    S3Options options_;
+    mutable std::atomic<std::uint64_t> listRequests_{0};
+};
+
+} // namespace foundation::storage::provider

@@ -1,0 +1,214 @@
+#pragma once
+
+// A real S3 server for the s3 provider's tests: s3rver (installed by scripts/setup) on
+// 127.0.0.1 with a free port, its objects in a fresh folder, the bucket "bucket" made at
+// start, and one process that ends with this object, and with the test process should that
+// die first. It takes the key id S3RVER with any secret and any signature: signatures are
+// checked against botocore instead (s3_provider_test). S3Storage installs a provider for it
+// in the host's storage system for one test.
+
+#include "HttpServer.hpp"
+#include "Storage.hpp"
+#include "Text.hpp"
+
+#include <foundation/storage/provider/S3Provider.hpp>
+
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <fcntl.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#ifndef S3RVER_PATH
+#error "S3RVER_PATH: the s3rver that scripts/setup installs"
+#endif
+
+namespace vexa::testing {
+
+class S3Server {
+public:
+    static constexpr const char* bucket = "bucket";
+
+    S3Server() {
+        if (!std::filesystem::exists(S3RVER_PATH))
+            throw std::runtime_error("no " S3RVER_PATH ": run scripts/setup");
+        for (int attempt = 0;; ++attempt) {
+            // Another process may take the port between the look and the server's bind.
+            port_ = freePort();
+            if (start())
+                break;
+            if (attempt == 3)
+                throw std::runtime_error("s3rver did not start: " + log());
+        }
+    }
+    ~S3Server() { stop(); }
+    S3Server(const S3Server&) = delete;
+    S3Server& operator=(const S3Server&) = delete;
+
+    std::string endpoint() const { return "http://127.0.0.1:" + std::to_string(port_); }
+    // Settings for a provider of this server, none from the environment.
+    provider::S3Options options() const {
+        provider::S3Options options;
+        options.endpoint = endpoint();
+        options.accessKeyId = "S3RVER";
+        options.secretAccessKey = "S3RVER";
+        options.fromEnvironment = false;
+        return options;
+    }
+    // The folder that holds the objects.
+    std::filesystem::path folder() const { return dir_ / "data"; }
+
+private:
+    bool start() {
+        std::filesystem::create_directories(dir_ / "data");
+        // Everything the child needs is made before the fork: after it, only system calls.
+        // Without the legacy provider, node 17+ fails the MD5 of a continuation token: 500.
+        std::vector<std::string> environment{"NODE_OPTIONS=--openssl-legacy-provider"};
+        for (char** variable = environ; *variable; ++variable)
+            if (!std::string_view(*variable).starts_with("NODE_OPTIONS="))
+                environment.emplace_back(*variable);
+        std::vector<char*> envp;
+        for (std::string& variable : environment)
+            envp.push_back(variable.data());
+        envp.push_back(nullptr);
+        const std::string data = dir_ / "data", port = std::to_string(port_),
+                          logFile = dir_ / "s3rver.log";
+        const char* argv[] = {S3RVER_PATH, "-d",       data.c_str(), "-a",
+                              "127.0.0.1", "-p",       port.c_str(), "--configure-bucket",
+                              bucket,      "--silent", nullptr};
+        const int log = ::open(logFile.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
+        const pid_t parent = ::getpid();
+        pid_ = ::fork();
+        if (pid_ == 0) {
+            ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+            if (::getppid() != parent)
+                ::_exit(127);
+            ::dup2(log, 1);
+            ::dup2(log, 2);
+            ::execve(S3RVER_PATH, const_cast<char**>(argv), envp.data());
+            ::_exit(127);
+        }
+        ::close(log);
+        if (pid_ < 0)
+            throw std::runtime_error("fork failed");
+        // Node takes a moment to load the server; the wait is bounded.
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+        while (std::chrono::steady_clock::now() < deadline) {
+            int status = 0;
+            if (::waitpid(pid_, &status, WNOHANG) == pid_) {
+                pid_ = -1;
+                return false;
+            }
+            if (accepts(port_))
+                return true;
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        }
+        stop();
+        return false;
+    }
+
+    static bool accepts(int port) {
+        const Socket socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+        const sockaddr_in address = loopback(port);
+        return ::connect(socket.get(), reinterpret_cast<const sockaddr*>(&address),
+                         sizeof address) == 0;
+    }
+
+    void stop() {
+        if (pid_ <= 0)
+            return;
+        ::kill(pid_, SIGTERM);
+        int status = 0;
+        ::waitpid(pid_, &status, 0);
+        pid_ = -1;
+    }
+
+    std::string log() const {
+        std::ifstream in(dir_ / "s3rver.log");
+        return std::string(std::istreambuf_iterator<char>(in), {});
+    }
+
+    TempDir dir_;
+    int port_ = 0;
+    pid_t pid_ = -1;
+};
+
+// The AWS environment variables that lead a program's s3 provider (vexafs's) to `server`,
+// for one test; the previous values come back at the end.
+class S3Environment {
+public:
+    explicit S3Environment(const S3Server& server) {
+        const provider::S3Options options = server.options();
+        for (const auto& [name, value] :
+             {std::pair<const char*, std::string>{"AWS_ENDPOINT_URL_S3", options.endpoint},
+              {"AWS_ACCESS_KEY_ID", options.accessKeyId},
+              {"AWS_SECRET_ACCESS_KEY", options.secretAccessKey},
+              {"AWS_REGION", "us-east-1"}}) {
+            const char* old = std::getenv(name);
+            saved_.emplace_back(name, old ? std::optional<std::string>(old) : std::nullopt);
+            ::setenv(name, value.c_str(), 1);
+        }
+    }
+    ~S3Environment() {
+        for (const auto& [name, value] : saved_)
+            value ? ::setenv(name, value->c_str(), 1) : ::unsetenv(name);
+    }
+    S3Environment(const S3Environment&) = delete;
+    S3Environment& operator=(const S3Environment&) = delete;
+
+private:
+    std::vector<std::pair<const char*, std::optional<std::string>>> saved_;
+};
+
+// The host's storage system serving s3 from a fresh S3Server for one test; the previous
+// system comes back at the end.
+class S3Storage {
+public:
+    explicit S3Storage(int maxKeys = 1000)
+        : provider_(std::make_shared<provider::S3Provider>(optionsWith(server_, maxKeys))),
+          storage_({provider_}) {}
+
+    const S3Server& server() const noexcept { return server_; }
+    const provider::S3Provider& provider() const noexcept { return *provider_; }
+    // Objects and folder markers made for a test's rows: "dir/" a marker, else an object.
+    void make(std::initializer_list<std::string_view> keys) const {
+        for (const std::string_view key : keys) {
+            const vfs::AbsoluteIRI location(url(key));
+            if (key.ends_with('/')) {
+                provider_->createFolder(location);
+                continue;
+            }
+            const auto stream = provider_->openForWriting(location, vfs::WriteMode::replace);
+            stream->write(key); // its own key as its content
+            stream->commit();
+        }
+    }
+    // "s3://bucket/" + key.
+    static fl::ustring url(std::string_view key) {
+        return u(std::string("s3://") + S3Server::bucket + "/" + std::string(key));
+    }
+
+private:
+    static provider::S3Options optionsWith(const S3Server& server, int maxKeys) {
+        provider::S3Options options = server.options();
+        options.maxKeys = maxKeys;
+        return options;
+    }
+
+    S3Server server_;
+    std::shared_ptr<provider::S3Provider> provider_;
+    ScopedStorageSystem storage_;
+};
+
+} // namespace vexa::testing
