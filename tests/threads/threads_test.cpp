@@ -16,8 +16,11 @@
 #include <virtualfileio/ExceptionContextHandler.hpp>
 
 #include "HostState.hpp"
+#include "HttpServer.hpp"
 #include "Operations.hpp"
 #include "Packages.hpp"
+#include "TempDir.hpp"
+#include "Vexafs.hpp"
 #include "RemoteStorage.hpp"
 #include "TempDir.hpp"
 #include "Threads.hpp"
@@ -183,6 +186,27 @@ TEST(Threads, RemoteLooksKeepOneConnectionPerThread) {
     EXPECT_EQ(wrong, 0);
     EXPECT_EQ(first, second);
     EXPECT_EQ(std::set(first.begin(), first.end()).size(), std::size_t{threadCount});
+}
+
+// vexafs copying a tree eight files at a time, from a disk and from a web server: its workers
+// share the progress, the storage system and the first failure (a sanitizer build of
+// vexafs exits 66 on a race).
+TEST(Threads, VexafsCopiesWithEightJobs) {
+    const vexa::testing::HttpServer server;
+    const vexa::testing::TempDir dir;
+    dir.make({"tree/"});
+    for (int folder = 0; folder < 6; ++folder) {
+        const std::string name = "tree/" + std::to_string(folder);
+        dir.make({name + "/"});
+        for (int i = 0; i < 10; ++i)
+            dir.make({name + "/" + std::to_string(i)});
+    }
+    for (const std::string& source : {dir / "tree", server.url("/files/")}) {
+        const auto copied = vexa::testing::vexafs(
+            {"cp", "--recursive", "--jobs", "8", source, dir / "copy", "--json"});
+        EXPECT_EQ(copied.exitCode, 0) << source << copied.err;
+        std::filesystem::remove_all(dir / "copy");
+    }
 }
 
 } // namespace
