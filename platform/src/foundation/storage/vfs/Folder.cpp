@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <span>
 #include <utility>
 
 namespace foundation::storage::vfs {
@@ -42,6 +43,18 @@ void createWithAncestors(const StorageProvider& provider, const AbsoluteIRI& fol
         });
 }
 
+// Each page of a folder's listing to `take`. A page is a call into the provider as much as
+// the first one is: a store that breaks off midway fails as the listing.
+template <class Take>
+void eachPage(const StorageProvider& provider, const AbsoluteIRI& folder, const fl::ustring& filter,
+              Take take) {
+    atBoundary(provider, folder, "list", [&] {
+        const auto cursor = provider.listPages(folder, filter);
+        for (auto page = cursor->next(); !page.empty(); page = cursor->next())
+            take(page);
+    });
+}
+
 } // namespace
 
 Folder::Folder(const AbsoluteIRI& location, StorageSystemReference storage)
@@ -49,10 +62,10 @@ Folder::Folder(const AbsoluteIRI& location, StorageSystemReference storage)
 
 std::vector<provider::FolderEntry> Folder::listEntries(const fl::ustring& filter) const {
     std::vector<provider::FolderEntry> entries;
-    const auto cursor = provider()->listPages(getLocation(), filter);
-    for (auto page = cursor->next(); !page.empty(); page = cursor->next())
+    eachPage(*provider(), getLocation(), filter, [&](std::span<provider::FolderEntry> page) {
         entries.insert(entries.end(), std::make_move_iterator(page.begin()),
                        std::make_move_iterator(page.end()));
+    });
     std::sort(entries.begin(), entries.end(),
               [](const provider::FolderEntry& a, const provider::FolderEntry& b) {
                   return a.name < b.name;
@@ -62,10 +75,10 @@ std::vector<provider::FolderEntry> Folder::listEntries(const fl::ustring& filter
 
 std::vector<fl::ustring> Folder::listAll(const fl::ustring& filter) const {
     std::vector<fl::ustring> names;
-    const auto cursor = provider()->listPages(getLocation(), filter);
-    for (auto page = cursor->next(); !page.empty(); page = cursor->next())
+    eachPage(*provider(), getLocation(), filter, [&](std::span<provider::FolderEntry> page) {
         for (provider::FolderEntry& entry : page)
             names.push_back(std::move(entry.name));
+    });
     std::sort(names.begin(), names.end());
     return names;
 }
