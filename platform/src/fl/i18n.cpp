@@ -88,10 +88,16 @@ void to_ustring(std::string_view utf8, ustring& result) {
 }
 
 std::string to_string(ustring_view utf16) {
+    std::string result;
+    to_string(utf16, result);
+    return result;
+}
+
+void to_string(ustring_view utf16, std::string& result) {
     const char16_t* in = utf16.data();
     const std::size_t n = utf16.size();
     // Three bytes per code unit is the most any unit needs (a pair takes four for two).
-    std::string result(n * 3, '\0');
+    result.resize(n * 3);
     char* out = result.data();
     std::size_t i = 0;
     std::size_t o = 0;
@@ -126,7 +132,6 @@ std::string to_string(ustring_view utf16) {
         }
     }
     result.resize(o);
-    return result;
 }
 
 } // namespace fl::i18n
