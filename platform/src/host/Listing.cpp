@@ -21,6 +21,16 @@ using foundation::storage::provider::ItemType;
 using Quarrow::current_working_folder::FailedToAbsolutizeException;
 using Quarrow::current_working_folder::ICurrentWorkingFolder;
 
+// The order of operator< on the texts, with one test per unit up to the first that differs:
+// the names of one folder often share a prefix, and the sort compares little else.
+bool codeUnitLess(fl::ustring_view a, fl::ustring_view b) noexcept {
+    const std::size_t common = std::min(a.size(), b.size());
+    std::size_t i = 0;
+    while (i < common && a[i] == b[i])
+        ++i;
+    return i < common ? a[i] < b[i] : a.size() < b.size();
+}
+
 // Entries written over those `out` holds, so that the names' storage of one listing serves
 // the next: a walk that lists folder after folder into the same vector allocates little.
 class Filling {
@@ -43,8 +53,9 @@ public:
         order_.resize(count_);
         for (std::uint32_t i = 0; i < count_; ++i)
             order_[i] = i;
-        std::sort(order_.begin(), order_.end(),
-                  [this](std::uint32_t a, std::uint32_t b) { return out_[a].name < out_[b].name; });
+        std::sort(order_.begin(), order_.end(), [this](std::uint32_t a, std::uint32_t b) {
+            return codeUnitLess(out_[a].name, out_[b].name);
+        });
         // Follows each cycle of the permutation: the entry for place `at` is at order_[at].
         for (std::uint32_t start = 0; start < count_; ++start) {
             if (order_[start] == start)
