@@ -2,8 +2,8 @@
 #
 # Boost ships no pkg-config files, so its libraries are named as flags. They are in Libs,
 # not Libs.private: the headers' inline code calls into Boost.URL and Boost.Log, so a
-# program's own objects need them (the CMake package links them publicly, too). libcurl
-# stays behind the libraries' interface, so only a static link needs it: Requires.private.
+# program's own objects need them (the CMake package links them publicly, too). libcurl is
+# only the remote storage library's, which the platform loads, so no link needs it.
 # The headers use Boost.Log's types, whose namespace differs between its static and its
 # shared library: BOOST_LOG_DYN_LINK gives a program the one the libraries were built with.
 #

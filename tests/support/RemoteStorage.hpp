@@ -8,7 +8,7 @@
 #include "Storage.hpp"
 #include "Text.hpp"
 
-#include <foundation/storage/provider/HttpProvider.hpp>
+#include <foundation/storage/provider/RemoteProviders.hpp>
 
 #include <memory>
 #include <string>
@@ -28,7 +28,7 @@ private:
     static std::shared_ptr<const provider::StorageProvider> trusting(std::string caFile) {
         provider::HttpOptions options;
         options.caFile = std::move(caFile);
-        return std::make_shared<provider::HttpProvider>(std::move(options));
+        return provider::makeHttpProvider(std::move(options));
     }
 
     HttpServer server_;

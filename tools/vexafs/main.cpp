@@ -6,7 +6,7 @@
 #include <Quarrow/VexaStorageSystem.hpp>
 #include <fl/i18n.hpp>
 #include <foundation/core/except/IException.hpp>
-#include <foundation/storage/provider/HttpProvider.hpp>
+#include <foundation/storage/provider/RemoteProviders.hpp>
 #include <foundation/storage/vfs/AbsoluteIRI.hpp>
 #include <vexa/io/filesystem/core.hpp>
 
@@ -91,7 +91,7 @@ int main(int argc, char** argv) {
             std::chrono::duration<double>(timeout));
         Quarrow::VexaStorageSystem::GetStorageSystemReference()->addProvider(
             vexafs::rememberingFailures(
-                std::make_shared<foundation::storage::provider::HttpProvider>(std::move(http))));
+                foundation::storage::provider::makeHttpProvider(std::move(http))));
     });
     vexafs::addClassifyCommand(app);
     vexafs::addAbsoluteCommand(app);

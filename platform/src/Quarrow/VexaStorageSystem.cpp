@@ -1,8 +1,8 @@
 #include <Quarrow/VexaStorageSystem.hpp>
 
 #include <fl/ascii.hpp>
-#include <foundation/storage/provider/HttpProvider.hpp>
 #include <foundation/storage/provider/LocalFileProvider.hpp>
+#include <foundation/storage/provider/RemoteProviders.hpp>
 
 #include <mutex>
 
@@ -15,12 +15,13 @@ using foundation::storage::vfs::StorageSystemReference;
 struct HostStorage {
     std::mutex mutex;
     // Every provider the platform has, so that a host program that sets none still reaches
-    // remote storage; one it adds for a scheme replaces the one here.
+    // remote storage; one it adds for a scheme replaces the one here. The remote ones load
+    // their code at their first use.
     StorageSystemReference current{[] {
         namespace provider = foundation::storage::provider;
         auto system = std::make_shared<StorageSystem>();
         system->addProvider(std::make_shared<provider::LocalFileProvider>());
-        system->addProvider(std::make_shared<provider::HttpProvider>());
+        system->addProvider(provider::makeHttpProvider());
         return system;
     }()};
 };

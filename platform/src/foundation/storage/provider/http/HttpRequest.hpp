@@ -5,7 +5,8 @@
 // the requests themselves), HttpFileInfo.cpp (looking: probe and attributes from a HEAD
 // request) and HttpFileEnumerator.cpp (listing: an index page read into entries).
 
-#include <foundation/storage/provider/HttpProvider.hpp>
+#include "HttpProvider.hpp"
+
 #include <foundation/storage/vfs/AbsoluteIRI.hpp>
 
 #include <curl/curl.h>

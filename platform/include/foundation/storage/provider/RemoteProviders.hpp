@@ -1,0 +1,31 @@
+#pragma once
+
+// The providers of other machines' storage. Their code, and the libraries it needs
+// (libcurl), is a library of its own, libvexa_remote_storage.so beside the platform's,
+// loaded at the first call that reaches one of them: a program that only reaches local
+// files never loads it. What each one serves is known without loading it, so its schemes
+// count as IRI prefixes from the start. The host's storage system starts with one of each,
+// made with the default options; a host program that wants others replaces it:
+//
+//     Quarrow::VexaStorageSystem::GetStorageSystemReference()->addProvider(
+//         foundation::storage::provider::makeHttpProvider(options));
+//
+// A library that cannot be loaded fails the call that needed it with UnsupportedOperation,
+// the loader's reason beside it.
+
+#include <foundation/storage/provider/HttpOptions.hpp>
+#include <foundation/storage/provider/StorageProvider.hpp>
+
+#include <memory>
+
+namespace foundation::storage::provider {
+
+// `http` and `https`, read-only: every change fails with ReadOnlyProvider. A location's path
+// ending in "/" names a folder, listed from the links of its index page. A look is one HEAD
+// request (a ranged GET of byte 0 where the server refuses HEAD), made again while it fails
+// in a way that may pass; it tells every fact: Last-Modified (else Date), Content-Length
+// (else 0), never writable, and "http.contentType" and "http.etag" as the server sends them.
+// Connections are kept per thread and reused by the next request to the same server.
+std::shared_ptr<const StorageProvider> makeHttpProvider(HttpOptions options = {});
+
+} // namespace foundation::storage::provider
