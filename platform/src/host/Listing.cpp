@@ -133,6 +133,7 @@ void list(const fl::ustring& pattern, const ICurrentWorkingFolder& current,
             // The current folder is gone: a relative pattern names nothing.
         }
     }
+    // A folder that failed partway leaves none of the entries it gave.
     out.clear();
 }
 
