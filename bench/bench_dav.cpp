@@ -8,7 +8,7 @@
 
 #include <Quarrow/VexaStorageSystem.hpp>
 #include <fl/i18n.hpp>
-#include <foundation/storage/provider/DavProvider.hpp>
+#include <foundation/storage/provider/RemoteProviders.hpp>
 #include <foundation/storage/vfs/AbsoluteIRI.hpp>
 #include <foundation/storage/vfs/Folder.hpp>
 
@@ -36,7 +36,7 @@ constexpr int itemCount = 1000;
 struct Share {
     Share() {
         Quarrow::VexaStorageSystem::GetStorageSystemReference()->addProvider(
-            std::make_shared<provider::DavProvider>());
+            provider::makeDavProvider());
         for (int i = 0; i < itemCount; ++i) {
             char name[32];
             std::snprintf(name, sizeof name, "/many/e%04d", i);

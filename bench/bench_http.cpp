@@ -6,7 +6,7 @@
 
 #include <Quarrow/VexaStorageSystem.hpp>
 #include <fl/i18n.hpp>
-#include <foundation/storage/provider/HttpProvider.hpp>
+#include <foundation/storage/provider/RemoteProviders.hpp>
 #include <foundation/storage/vfs/AbsoluteIRI.hpp>
 
 #include "HttpServer.hpp"
@@ -35,7 +35,7 @@ constexpr int urlCount = 1000;
 struct Site {
     Site() {
         Quarrow::VexaStorageSystem::GetStorageSystemReference()->addProvider(
-            std::make_shared<provider::HttpProvider>());
+            provider::makeHttpProvider());
         std::filesystem::create_directories(server.content() + "/many");
         for (int i = 0; i < urlCount; ++i) {
             char name[32];

@@ -6,9 +6,9 @@
 
 #include <vexa/io/filesystem/core/existence.hpp>
 
+#include "foundation/storage/provider/s3/S3Provider.hpp"
 #include <Quarrow/VexaStorageSystem.hpp>
 #include <fl/i18n.hpp>
-#include <foundation/storage/provider/S3Provider.hpp>
 #include <foundation/storage/vfs/AbsoluteIRI.hpp>
 
 #include "S3Server.hpp"

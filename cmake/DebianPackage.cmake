@@ -11,15 +11,13 @@ set(CPACK_STRIP_FILES ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 # What a program built against the package needs beside them: the Boost headers and
-# libraries its headers use, and the development files of libcurl, expat and OpenSSL, which
-# the CMake package and the pkg-config file look for.
+# libraries its headers use. (libcurl is the loaded remote storage library's alone.)
 set(VEXA_DEB_DEPENDS libboost${Boost_VERSION_MAJOR}.${Boost_VERSION_MINOR}-dev)
 foreach(component IN LISTS VEXA_BOOST_COMPONENTS)
     string(REPLACE _ - component ${component})
     list(APPEND VEXA_DEB_DEPENDS
         libboost-${component}${Boost_VERSION_MAJOR}.${Boost_VERSION_MINOR}-dev)
 endforeach()
-list(APPEND VEXA_DEB_DEPENDS "libcurl4-openssl-dev | libcurl-dev" libexpat1-dev libssl-dev)
 list(JOIN VEXA_DEB_DEPENDS ", " CPACK_DEBIAN_PACKAGE_DEPENDS)
 
 include(CPack)

@@ -3,8 +3,8 @@
 # Boost ships no pkg-config files, so its libraries are named as flags. They are in Libs,
 # not Libs.private: the headers' inline code calls into Boost.URL and Boost.Log, so a
 # program's own objects need them (the CMake package links them publicly, too). libcurl,
-# expat and libcrypto stay behind the libraries' interface, so only a static link needs
-# them: Requires.private.
+# expat and libcrypto are only the remote storage library's, which the platform loads, so
+# no link needs them.
 # The headers use Boost.Log's types, whose namespace differs between its static and its
 # shared library: BOOST_LOG_DYN_LINK gives a program the one the libraries were built with.
 #

@@ -17,6 +17,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <deque>
 #include <optional>
 #include <string_view>
 
@@ -211,26 +212,61 @@ void FileListCreator::AddToList(std::string pattern, bool recursive) {
         });
 }
 
+// What one call of AddFiles or VisitFiles asks, where each entry goes, and a listing per
+// level of folders: the walk lists folder after folder into the same vectors, whose names'
+// storage then serves many folders.
+struct FileListCreator::Walk {
+    bool makeIRIs, recursive, listFlag;
+    // An entry's full path and its IRI's URI text, null when it has none.
+    std::function<void(fl::ustring_view, const std::string*)> entry;
+    std::deque<std::vector<FileNameWithStat>> levels;
+    std::size_t depth = 0;
+};
+
 void FileListCreator::AddFiles(fl::ustring pattern, boost::optional<vfs::CanonicalAbsoluteIRI> base,
                                bool makeIRIs, bool recursive, bool listFlag) {
-    addFiles(std::move(pattern), base ? &*base : nullptr, nullptr, makeIRIs, recursive, listFlag,
-             false);
+    Walk walk{makeIRIs,
+              recursive,
+              listFlag,
+              [this](fl::ustring_view name, const std::string* iri) {
+                  if (iri)
+                      iris_.push_back({*iri});
+                  names_.push_back({name});
+                  hasIRI_.push_back(iri != nullptr);
+              },
+              {}};
+    addFiles(walk, std::move(pattern), base ? &*base : nullptr, nullptr, false);
+}
+
+void FileListCreator::VisitFiles(fl::ustring pattern,
+                                 boost::optional<vfs::CanonicalAbsoluteIRI> base, bool makeIRIs,
+                                 bool recursive, bool listFlag, const Visit& visit) const {
+    Walk walk{makeIRIs,
+              recursive,
+              listFlag,
+              [&visit](fl::ustring_view name, const std::string* iri) {
+                  visit(name, iri ? std::string_view(*iri) : std::string_view());
+              },
+              {}};
+    addFiles(walk, std::move(pattern), base ? &*base : nullptr, nullptr, false);
 }
 
 // A folder's entries take its IRI's text and their escaped names (`baseText`); the first
 // level takes `base` when given, else each entry's path.
-void FileListCreator::addFiles(fl::ustring pattern, const vfs::CanonicalAbsoluteIRI* base,
-                               const std::string* baseText, bool makeIRIs, bool recursive,
-                               bool listFlag, bool nested) {
+void FileListCreator::addFiles(Walk& walk, fl::ustring pattern,
+                               const vfs::CanonicalAbsoluteIRI* base, const std::string* baseText,
+                               bool nested) {
+    if (walk.levels.size() == walk.depth)
+        walk.levels.emplace_back();
+    std::vector<FileNameWithStat>& entries = walk.levels[walk.depth];
     // A folder the walk enters is named by an absolute path already, which making absolute
     // leaves as it is unless an entry named "*" is there to canonicalise: its listing says
     // whether one is, without a look at the path for every folder.
-    std::vector<FileNameWithStat> entries;
     bool listed = false;
     if (nested) {
         if (pattern.size() > maxPathLength)
             return;
-        entries = listing(pattern, listFlag);
+        ioGetDirList(pattern, entries, walk.listFlag);
         listed = std::none_of(entries.begin(), entries.end(),
                               [](const FileNameWithStat& entry) { return entry.name == u"*"; });
     }
@@ -243,12 +279,13 @@ void FileListCreator::addFiles(fl::ustring pattern, const vfs::CanonicalAbsolute
             relativeToAbsolute(pattern, ResolveSymbolicLinks::FollowLinks, false);
         if (pattern.size() > maxPathLength)
             return;
-        entries = listing(pattern, listFlag);
+        ioGetDirList(pattern, entries, walk.listFlag);
     }
     fl::ustring prefix =
         stored ? pattern.substr(0, pattern.rfind(u'/'))
                : fs::detail::extract_parent_path(fs::detail::make_native_form(pattern, true));
     // The IRIs of a stored folder's entries are its own IRI's text and their escaped names.
+    const bool makeIRIs = walk.makeIRIs;
     std::string storedText;
     if (stored && makeIRIs && !baseText && !base && !entries.empty()) {
         storedText = vfs::AbsoluteIRI(prefix).toIRI().uriText();
@@ -274,19 +311,15 @@ void FileListCreator::addFiles(fl::ustring pattern, const vfs::CanonicalAbsolute
                 }
             }
             const auto typed = typedAsFolder(entry.type, Links::Entered);
-            if (recursive && (typed ? *typed : shared::isDir(full)))
-                addFiles(full + separator() + u"*", nullptr, makeIRIs ? &iri : nullptr, makeIRIs,
-                         true, true, true);
-            if (makeIRIs)
-                iris_.push_back({iri});
-            names_.push_back({full});
-            hasIRI_.push_back(makeIRIs);
+            if (walk.recursive && (typed ? *typed : shared::isDir(full))) {
+                ++walk.depth;
+                addFiles(walk, full + separator() + u"*", nullptr, makeIRIs ? &iri : nullptr, true);
+                --walk.depth;
+            }
+            walk.entry(full, makeIRIs ? &iri : nullptr);
         },
         // After a second separator: the prefix ends in one already ("/data//..").
-        [&] {
-            names_.push_back({prefix, separator(), fs::upath_constant::PARENT_DIRECTORY});
-            hasIRI_.push_back(false);
-        });
+        [&] { walk.entry(prefix + separator() + fs::upath_constant::PARENT_DIRECTORY, nullptr); });
 }
 
 std::vector<std::string> FileListCreator::GetList() const {
@@ -306,8 +339,7 @@ std::vector<vfs::CanonicalAbsoluteIRI> FileListCreator::GetIRIList() const {
     return iris;
 }
 
-void FileListCreator::VisitNames(
-    const std::function<void(fl::ustring_view, std::string_view)>& visit) const {
+void FileListCreator::VisitNames(const Visit& visit) const {
     detail::PackedTexts<char16_t>::Reader names(names_);
     detail::PackedTexts<char>::Reader iris(iris_);
     for (std::size_t i = 0; i < names_.size(); ++i)

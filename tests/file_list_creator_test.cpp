@@ -234,14 +234,18 @@ TEST_F(Creator, IRIsBelowAFolderAsFromTheWholePath) {
             }
             EXPECT_EQ(iris[i].toIRI().uriText(), expected.toIRI().uriText()) << utf8(names[i]);
         }
-        // The list made without a copy reads the same.
+        // The list read without a copy, and the walk handed out as it goes, read the same.
         std::size_t visited = 0;
-        creator.VisitNames([&](fl::ustring_view name, std::string_view iri) {
-            EXPECT_EQ(name, names[visited]);
-            EXPECT_EQ(iri, iris[visited].toIRI().uriText());
+        const core::FileListCreator::Visit sameEntry = [&](fl::ustring_view name,
+                                                           std::string_view iri) {
+            EXPECT_EQ(name, names[visited % names.size()]);
+            EXPECT_EQ(iri, iris[visited % names.size()].toIRI().uriText());
             ++visited;
-        });
-        EXPECT_EQ(visited, names.size());
+        };
+        creator.VisitNames(sameEntry);
+        creator.VisitFiles(u(root + "/esc/*"), fromBase ? boost::make_optional(base) : boost::none,
+                           true, true, false, sameEntry);
+        EXPECT_EQ(visited, 2 * names.size());
     }
 }
 

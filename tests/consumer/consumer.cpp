@@ -2,7 +2,7 @@
 // family, through the one umbrella header.
 #include <vexa/io/filesystem/core.hpp>
 
-#include <foundation/storage/provider/HttpProvider.hpp>
+#include <foundation/storage/provider/RemoteProviders.hpp>
 
 #include <cstdio>
 #include <iostream>
@@ -45,8 +45,8 @@ int main(int argc, char** argv) {
     } catch (const vfs::InvalidIRIException&) {
     }
     const foundation::network::IRI iri(vfs::AbsoluteIRI(u"http://h/a?q#f").toIRI());
-    failures += check(core::getURLWithoutQueryAndFragmentComponents(iri) == u"http://h/a",
-                      "URL helpers");
+    failures +=
+        check(core::getURLWithoutQueryAndFragmentComponents(iri) == u"http://h/a", "URL helpers");
     fl::ustring value = u"over";
     failures += check(core::validateReplacementRule(value), "replacement rules");
 
@@ -68,7 +68,7 @@ int main(int argc, char** argv) {
     // A host program may still choose its storage system and its providers' options.
     auto system = std::make_shared<vfs::StorageSystem>();
     system->addProvider(std::make_shared<foundation::storage::provider::LocalFileProvider>());
-    system->addProvider(std::make_shared<foundation::storage::provider::HttpProvider>());
+    system->addProvider(foundation::storage::provider::makeHttpProvider());
     Quarrow::VexaStorageSystem::SetStorageSystemReference(vfs::StorageSystemReference(system));
     failures += check(vfs::hasIRIPrefix(u"https://h/x"), "the http(s) provider registered");
     const fl::ustring folder = fl::i18n::to_ustring(scratch);
@@ -85,14 +85,14 @@ int main(int argc, char** argv) {
     failures += check(creator.GetNameList() == std::vector<fl::ustring>{folder + u"/consumer/a"} &&
                           creator.GetIRIList().size() == 1,
                       "file list creator");
-    failures += check(!core::GetClaimingPackage(vfs::Folder(item.getParent(), storage)),
-                      "packages");
+    failures +=
+        check(!core::GetClaimingPackage(vfs::Folder(item.getParent(), storage)), "packages");
     try {
         core::createSymbolicLink(folder + u"/consumer/missing", folder + u"/consumer/link");
         failures += check(false, "a link to a missing target is refused");
     } catch (const foundation::core::except::IUserException& error) {
-        failures += check(error.GetID() == "VEXA:io:filesystem:symlink:TargetNotFound",
-                          "symbolic links");
+        failures +=
+            check(error.GetID() == "VEXA:io:filesystem:symlink:TargetNotFound", "symbolic links");
         std::cout << fl::i18n::to_string(error.GetUnicodeMessageTxt()) << "\n";
     }
     return failures;

@@ -6,6 +6,8 @@
 #include "TempDir.hpp"
 #include "Vexafs.hpp"
 
+#include <cstdlib>
+
 namespace {
 
 using ::testing::HasSubstr;
@@ -96,6 +98,19 @@ TEST(VexafsLsAndPackage, ListsARealTreeAndTellsWhichPackageClaims) {
         {{"package", root, "--package", "nameless"}, Ne(0), "", HasSubstr("NAME=ROOT")},
     };
     vexa::testing::expectRuns(runs);
+
+    // The remote storage library, and libcurl with it, is loaded by a listing that reaches a
+    // server and by no other: the loader names each library it opens.
+    ::setenv("LD_DEBUG", "files", 1);
+    const auto local = vexa::testing::vexafs({"ls", "-r", t + "*"});
+    const auto remote = vexa::testing::vexafs({"ls", sub + "*"});
+    ::unsetenv("LD_DEBUG");
+    const auto loaded = [](const std::string& err, const char* library) {
+        return err.find(library) != std::string::npos;
+    };
+    EXPECT_TRUE(loaded(local.err, "libvexa_platform"));
+    EXPECT_FALSE(loaded(local.err, "libvexa_remote_storage"));
+    EXPECT_TRUE(loaded(remote.err, "libvexa_remote_storage"));
 }
 
 } // namespace

@@ -2,7 +2,7 @@
 // against nginx and rclone, whose answers differ; a scripted server adds answers in the
 // forms other shares write.
 
-#include <foundation/storage/provider/DavProvider.hpp>
+#include "foundation/storage/provider/dav/DavProvider.hpp"
 #include <foundation/storage/vfs/Exists.hpp>
 #include <foundation/storage/vfs/File.hpp>
 #include <foundation/storage/vfs/Folder.hpp>

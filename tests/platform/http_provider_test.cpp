@@ -1,7 +1,7 @@
 // The http(s) provider against a real nginx (tests/support/HttpServer.hpp): what each kind
 // of answer becomes through exists, existsExtended, File, Folder and IODevice.
 
-#include <foundation/storage/provider/HttpProvider.hpp>
+#include <foundation/storage/provider/RemoteProviders.hpp>
 #include <foundation/storage/vfs/Exists.hpp>
 #include <foundation/storage/vfs/Folder.hpp>
 #include <foundation/storage/vfs/IODevice.hpp>
@@ -72,7 +72,7 @@ protected:
             options.lowSpeedTime = pace;
         }
         auto system = std::make_shared<vfs::StorageSystem>();
-        system->addProvider(std::make_shared<provider::HttpProvider>(options));
+        system->addProvider(provider::makeHttpProvider(options));
         return vfs::StorageSystemReference(system);
     }
 

@@ -23,6 +23,13 @@ TEST(TextConversion, BothWaysWithMalformedBytesEscapedOneByOne) {
         {"\xF0\x9F\x98\x80", u"\U0001F600"}, // a surrogate pair
         {"\xF4\x8F\xBF\xBF", u"\U0010FFFF"},
         {"0123456789abcdef\xC3\xA9", u"0123456789abcdef\u00E9"}, // after a full block
+        {"0123456789abcdefghij", u"0123456789abcdefghij"},       // a block and a part
+        {"data_16222.csv", u"data_16222.csv"},                   // less than a block
+        {"abcdefgh\xC3\xA9", u"abcdefgh\u00E9"},
+        {"a\xC3\xA9"
+         "cdefghij",
+         u"a\u00E9cdefghij"},
+        {"0123456789abcdefghi\xC3\xA9", u"0123456789abcdefghi\u00E9"},
         // Each length's first and last code point, either side of the surrogates too.
         {"\x7F", u"\x7F"},
         {"\xC2\x80", u"\u0080"},

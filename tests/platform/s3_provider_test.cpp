@@ -2,7 +2,7 @@
 // folders as prefixes, listing pages, changes, multipart writes, retries; its settings from
 // the environment and shared files; and its signatures, compared with botocore's.
 
-#include <foundation/storage/provider/S3Provider.hpp>
+#include "foundation/storage/provider/s3/S3Provider.hpp"
 #include <foundation/storage/vfs/Exists.hpp>
 #include <foundation/storage/vfs/File.hpp>
 #include <foundation/storage/vfs/Folder.hpp>

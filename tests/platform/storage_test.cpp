@@ -211,6 +211,13 @@ TEST_F(Storage, FilesAndFoldersMadeAndListed) {
     EXPECT_EQ(large.listAll(u""), names);
     EXPECT_THAT(large.listAll(u"n_?000_*"), ElementsAre(names[0], names[1000], names[2000]));
     EXPECT_THAT(large.listAll(u"n_?000"), ElementsAre());
+    {
+        // A store that breaks off after the first page: the listing fails as a whole.
+        const vexa::testing::ScopedStorageSystem breaking(
+            {vexa::testing::faultyFiles(Op::LaterPage, vfs::IOError)});
+        EXPECT_EQ(failure([&] { folderAt(dir / "large").listAll(u""); }), -vfs::IOError);
+        EXPECT_EQ(failure([&] { folderAt(dir / "large").listEntries(u"n_1*"); }), -vfs::IOError);
+    }
 
     // A chain made at once; what is there already is kept; what stands in the way fails.
     const struct {

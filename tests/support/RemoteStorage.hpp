@@ -9,8 +9,7 @@
 #include "Storage.hpp"
 #include "Text.hpp"
 
-#include <foundation/storage/provider/DavProvider.hpp>
-#include <foundation/storage/provider/HttpProvider.hpp>
+#include <foundation/storage/provider/RemoteProviders.hpp>
 
 #include <memory>
 #include <string>
@@ -30,7 +29,7 @@ private:
     static std::shared_ptr<const provider::StorageProvider> trusting(std::string caFile) {
         provider::HttpOptions options;
         options.caFile = std::move(caFile);
-        return std::make_shared<provider::HttpProvider>(std::move(options));
+        return provider::makeHttpProvider(std::move(options));
     }
 
     HttpServer server_;
@@ -51,7 +50,7 @@ private:
     static std::shared_ptr<const provider::StorageProvider> trusting(std::string caFile) {
         provider::HttpOptions options;
         options.caFile = std::move(caFile);
-        return std::make_shared<provider::DavProvider>(std::move(options));
+        return provider::makeDavProvider(std::move(options));
     }
 
     DavServer server_{DavServer::Kind::Nginx};

@@ -11,7 +11,7 @@
 #include "Storage.hpp"
 #include "Text.hpp"
 
-#include <foundation/storage/provider/S3Provider.hpp>
+#include <foundation/storage/provider/RemoteProviders.hpp>
 
 #include <chrono>
 #include <csignal>
@@ -176,11 +176,11 @@ private:
 class S3Storage {
 public:
     explicit S3Storage(int maxKeys = 1000)
-        : provider_(std::make_shared<provider::S3Provider>(optionsWith(server_, maxKeys))),
+        : provider_(provider::makeS3Provider(optionsWith(server_, maxKeys))),
           storage_({provider_}) {}
 
     const S3Server& server() const noexcept { return server_; }
-    const provider::S3Provider& provider() const noexcept { return *provider_; }
+    const provider::StorageProvider& provider() const noexcept { return *provider_; }
     // Objects and folder markers made for a test's rows: "dir/" a marker, else an object.
     void make(std::initializer_list<std::string_view> keys) const {
         for (const std::string_view key : keys) {
@@ -207,7 +207,7 @@ private:
     }
 
     S3Server server_;
-    std::shared_ptr<provider::S3Provider> provider_;
+    std::shared_ptr<const provider::StorageProvider> provider_;
     ScopedStorageSystem storage_;
 };
 

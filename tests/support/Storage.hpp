@@ -58,7 +58,10 @@ public:
         OpenForWriting,
         Write, // each write of a stream: a disk that fills up midway
         Rename,
-        RemoveFolder
+        RemoveFolder,
+        // Each page of a listing after its first, failing as a store that breaks off midway
+        // may: by a bare throw, with no context of its own.
+        LaterPage
     };
 
     // Serves `schemes` (those of `inner` when empty) and passes every call to `inner`
@@ -97,7 +100,8 @@ public:
     std::unique_ptr<provider::FolderCursor> listPages(const vfs::AbsoluteIRI& at,
                                                       const fl::ustring& filter) const override {
         check(Operation::List, at);
-        auto pages = inner().listPages(at, filter);
+        std::unique_ptr<provider::FolderCursor> pages =
+            std::make_unique<CheckedPages>(*this, at, inner().listPages(at, filter));
         if (extraNames_.empty())
             return pages;
         return std::make_unique<PagesThen>(std::move(pages),
@@ -150,6 +154,25 @@ private:
         std::unique_ptr<provider::FolderCursor> first_, then_;
     };
 
+    // A cursor's pages, each after the first checked as LaterPage.
+    class CheckedPages : public provider::FolderCursor {
+    public:
+        CheckedPages(const FaultyProvider& provider, vfs::AbsoluteIRI at,
+                     std::unique_ptr<provider::FolderCursor> inner)
+            : provider_(provider), at_(std::move(at)), inner_(std::move(inner)) {}
+        std::span<provider::FolderEntry> next() override {
+            if (++pages_ > 1)
+                provider_.check(Operation::LaterPage, at_);
+            return inner_->next();
+        }
+
+    private:
+        const FaultyProvider& provider_;
+        vfs::AbsoluteIRI at_;
+        std::unique_ptr<provider::FolderCursor> inner_;
+        int pages_ = 0;
+    };
+
     class FaultyStream : public provider::OutputStream {
     public:
         FaultyStream(const FaultyProvider& provider, vfs::AbsoluteIRI at,
@@ -177,13 +200,16 @@ private:
         const int call = ++calls_[static_cast<std::size_t>(operation)];
         if (const auto fault = faults_.find(operation);
             fault != faults_.end() &&
-            (fault->second.onlyCall == 0 || fault->second.onlyCall == call))
+            (fault->second.onlyCall == 0 || fault->second.onlyCall == call)) {
+            if (operation == Operation::LaterPage)
+                throw vfs::Exception(fault->second.code, describe(at));
             vfs::raise(fault->second.code, "injected", describe(at));
+        }
     }
 
     std::vector<std::string> schemes_;
     std::map<Operation, Fault> faults_;
-    mutable std::array<std::atomic<int>, static_cast<std::size_t>(Operation::RemoveFolder) + 1>
+    mutable std::array<std::atomic<int>, static_cast<std::size_t>(Operation::LaterPage) + 1>
         calls_{};
     std::vector<provider::FolderEntry> extraNames_;
 };

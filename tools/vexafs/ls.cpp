@@ -191,22 +191,25 @@ void list(const LsArguments& arguments) {
             }
             continue;
         }
-        creator.AddFiles(text, boost::none, arguments.iri, arguments.recursive, false);
-        // Read in place, each name converted once. A pattern listed with IRIs gives one per
-        // name, except for a lone "..": one name and no IRI.
-        creator.VisitNames([&](fl::ustring_view name, std::string_view iriText) {
-            const bool withIRI = arguments.iri && !iriText.empty();
-            if (arguments.json || (withIRI && iriText.find('%') != std::string_view::npos)) {
-                const fl::ustring iri = withIRI ? iriForm(iriText) : fl::ustring();
-                writeEntry(out, fl::ustring(name), withIRI ? &iri : nullptr, arguments.json);
-                return;
-            }
-            // URI text without escapes reads the same as an IRI.
-            out.text() += fl::i18n::to_string(name);
-            if (withIRI)
-                out.text().append("\t").append(iriText);
-            out.endLine();
-        });
+        // Written as the walk reaches each entry, converted once, nothing kept. A pattern
+        // listed with IRIs gives one per name, except for a lone "..": one name and no IRI.
+        std::string utf8;
+        creator.VisitFiles(
+            text, boost::none, arguments.iri, arguments.recursive, false,
+            [&](fl::ustring_view name, std::string_view iriText) {
+                const bool withIRI = arguments.iri && !iriText.empty();
+                if (arguments.json || (withIRI && iriText.find('%') != std::string_view::npos)) {
+                    const fl::ustring iri = withIRI ? iriForm(iriText) : fl::ustring();
+                    writeEntry(out, fl::ustring(name), withIRI ? &iri : nullptr, arguments.json);
+                    return;
+                }
+                // URI text without escapes reads the same as an IRI.
+                fl::i18n::to_string(name, utf8);
+                out.text() += utf8;
+                if (withIRI)
+                    out.text().append("\t").append(iriText);
+                out.endLine();
+            });
     }
 }
 

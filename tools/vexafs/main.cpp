@@ -6,9 +6,7 @@
 #include <Quarrow/VexaStorageSystem.hpp>
 #include <fl/i18n.hpp>
 #include <foundation/core/except/IException.hpp>
-#include <foundation/storage/provider/DavProvider.hpp>
-#include <foundation/storage/provider/HttpProvider.hpp>
-#include <foundation/storage/provider/S3Provider.hpp>
+#include <foundation/storage/provider/RemoteProviders.hpp>
 #include <foundation/storage/vfs/AbsoluteIRI.hpp>
 #include <vexa/io/filesystem/core.hpp>
 
@@ -95,14 +93,12 @@ int main(int argc, char** argv) {
         // servers.
         namespace provider = foundation::storage::provider;
         const auto storage = Quarrow::VexaStorageSystem::GetStorageSystemReference();
-        storage->addProvider(
-            vexafs::rememberingFailures(std::make_shared<provider::DavProvider>(http)));
+        storage->addProvider(vexafs::rememberingFailures(provider::makeDavProvider(http)));
         provider::S3Options s3;
         s3.http = http;
+        storage->addProvider(vexafs::rememberingFailures(provider::makeS3Provider(std::move(s3))));
         storage->addProvider(
-            vexafs::rememberingFailures(std::make_shared<provider::S3Provider>(std::move(s3))));
-        storage->addProvider(
-            vexafs::rememberingFailures(std::make_shared<provider::HttpProvider>(std::move(http))));
+            vexafs::rememberingFailures(provider::makeHttpProvider(std::move(http))));
     });
     vexafs::addClassifyCommand(app);
     vexafs::addAbsoluteCommand(app);

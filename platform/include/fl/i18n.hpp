@@ -18,5 +18,7 @@ void to_ustring(std::string_view utf8, ustring& out);
 // UTF-16 to UTF-8. Never throws (apart from allocation). U+DC80..U+DCFF become the byte
 // they escape; any other lone surrogate is written in its three-byte generalised form.
 std::string to_string(ustring_view utf16);
+// The same into `out`, whose storage is reused.
+void to_string(ustring_view utf16, std::string& out);
 
 } // namespace fl::i18n

@@ -41,5 +41,7 @@ char* ioGetDirList(
 // Releases a block that ioGetDirList returned; null is allowed.
 void utFree(void* block);
 
-// Replaces `out` with the matching entries. The flag is accepted for other hosts and not used.
+// Replaces `out` with the matching entries, writing over the names it holds: a caller that
+// lists folder after folder into one vector allocates only for names longer than those
+// before. The flag is accepted for other hosts and not used.
 void ioGetDirList(const fl::ustring& pattern, std::vector<FileNameWithStat>& out, bool);

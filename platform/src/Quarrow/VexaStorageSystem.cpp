@@ -1,10 +1,8 @@
 #include <Quarrow/VexaStorageSystem.hpp>
 
 #include <fl/ascii.hpp>
-#include <foundation/storage/provider/DavProvider.hpp>
-#include <foundation/storage/provider/HttpProvider.hpp>
 #include <foundation/storage/provider/LocalFileProvider.hpp>
-#include <foundation/storage/provider/S3Provider.hpp>
+#include <foundation/storage/provider/RemoteProviders.hpp>
 
 #include <mutex>
 
@@ -17,15 +15,16 @@ using foundation::storage::vfs::StorageSystemReference;
 struct HostStorage {
     std::mutex mutex;
     // Every provider the platform has, so that a host program that sets none still reaches
-    // remote storage; one it adds for a scheme replaces the one here.
+    // remote storage; one it adds for a scheme replaces the one here. The remote ones load
+    // their code at their first use.
     StorageSystemReference current{[] {
         namespace provider = foundation::storage::provider;
         auto system = std::make_shared<StorageSystem>();
         system->addProvider(std::make_shared<provider::LocalFileProvider>());
-        system->addProvider(std::make_shared<provider::HttpProvider>());
-        system->addProvider(std::make_shared<provider::DavProvider>());
+        system->addProvider(provider::makeHttpProvider());
+        system->addProvider(provider::makeDavProvider());
         // Its endpoint, region and credentials from the AWS environment and shared files.
-        system->addProvider(std::make_shared<provider::S3Provider>());
+        system->addProvider(provider::makeS3Provider());
         return system;
     }()};
 };

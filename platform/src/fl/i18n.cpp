@@ -27,6 +27,31 @@ std::size_t widenAscii(const unsigned char* in, std::size_t n, char16_t* out) {
         _mm_storeu_si128(reinterpret_cast<__m128i*>(out + i), _mm_unpacklo_epi8(bytes, zero));
         _mm_storeu_si128(reinterpret_cast<__m128i*>(out + i + 8), _mm_unpackhi_epi8(bytes, zero));
     }
+    // The last units of a text that is ASCII to its end: one block ending at the end,
+    // overlapping what is done, rather than a unit at a time.
+    if (i < n && n >= 16 && i + 16 > n) {
+        const std::size_t last = n - 16;
+        __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + last));
+        if (_mm_movemask_epi8(bytes) == 0) {
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(out + last),
+                             _mm_unpacklo_epi8(bytes, zero));
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(out + last + 8),
+                             _mm_unpackhi_epi8(bytes, zero));
+            return n;
+        }
+    }
+    // A text shorter than a block (most file names): its first and its last 8 bytes, which
+    // overlap.
+    if (i == 0 && n >= 8 && n < 16) {
+        const __m128i first = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(in));
+        const __m128i second = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(in + n - 8));
+        if (_mm_movemask_epi8(_mm_unpacklo_epi64(first, second)) == 0) {
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(out), _mm_unpacklo_epi8(first, zero));
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(out + n - 8),
+                             _mm_unpacklo_epi8(second, zero));
+            return n;
+        }
+    }
 #endif
     for (; i < n && in[i] < 0x80; ++i)
         out[i] = in[i];
@@ -45,6 +70,17 @@ std::size_t narrowAscii(const char16_t* in, std::size_t n, char* out) {
         if (_mm_movemask_epi8(_mm_cmpeq_epi16(high, _mm_setzero_si128())) != 0xFFFF)
             break;
         _mm_storeu_si128(reinterpret_cast<__m128i*>(out + i), _mm_packus_epi16(lo, hi));
+    }
+    // As in widenAscii: the end of an ASCII text in one overlapping block.
+    if (i < n && n >= 16 && i + 16 > n) {
+        const std::size_t last = n - 16;
+        __m128i lo = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + last));
+        __m128i hi = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + last + 8));
+        __m128i high = _mm_and_si128(_mm_or_si128(lo, hi), nonAscii);
+        if (_mm_movemask_epi8(_mm_cmpeq_epi16(high, _mm_setzero_si128())) == 0xFFFF) {
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(out + last), _mm_packus_epi16(lo, hi));
+            return n;
+        }
     }
 #endif
     for (; i < n && in[i] < 0x80; ++i)
@@ -88,10 +124,16 @@ void to_ustring(std::string_view utf8, ustring& result) {
 }
 
 std::string to_string(ustring_view utf16) {
+    std::string result;
+    to_string(utf16, result);
+    return result;
+}
+
+void to_string(ustring_view utf16, std::string& result) {
     const char16_t* in = utf16.data();
     const std::size_t n = utf16.size();
     // Three bytes per code unit is the most any unit needs (a pair takes four for two).
-    std::string result(n * 3, '\0');
+    result.resize(n * 3);
     char* out = result.data();
     std::size_t i = 0;
     std::size_t o = 0;
@@ -126,7 +168,6 @@ std::string to_string(ustring_view utf16) {
         }
     }
     result.resize(o);
-    return result;
 }
 
 } // namespace fl::i18n

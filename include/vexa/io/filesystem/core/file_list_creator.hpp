@@ -76,6 +76,17 @@ public:
                   boost::optional<foundation::storage::vfs::CanonicalAbsoluteIRI> base,
                   bool makeIRIs, bool recursive, bool listFlag);
 
+    // An entry's full path, and the URI text of its IRI when it has one (empty otherwise, as
+    // for a lone "..").
+    using Visit = std::function<void(fl::ustring_view name, std::string_view iriText)>;
+
+    // AddFiles without keeping anything: each entry goes to `visit` as the walk reaches it,
+    // in the order AddFiles keeps them. For a caller that writes a long listing out as it is
+    // read; the creator's lists are left as they are.
+    void VisitFiles(fl::ustring pattern,
+                    boost::optional<foundation::storage::vfs::CanonicalAbsoluteIRI> base,
+                    bool makeIRIs, bool recursive, bool listFlag, const Visit& visit) const;
+
     std::vector<std::string> GetList() const;     // AddToList's entries
     std::vector<fl::ustring> GetNameList() const; // AddFiles' entries
     // One IRI per entry of the name list that AddFiles made with IRIs, in step with it.
@@ -84,15 +95,14 @@ public:
     Status GetStatus() const;
 
     // The name list without a copy: each entry in turn, with the URI text of its IRI when
-    // AddFiles made one (empty otherwise, as for a lone ".."). For a caller that writes a
-    // long listing out as it reads it.
-    void VisitNames(
-        const std::function<void(fl::ustring_view name, std::string_view iriText)>& visit) const;
+    // AddFiles made one.
+    void VisitNames(const Visit& visit) const;
 
 private:
-    void addFiles(fl::ustring pattern, const foundation::storage::vfs::CanonicalAbsoluteIRI* base,
-                  const std::string* baseText, bool makeIRIs, bool recursive, bool listFlag,
-                  bool nested);
+    struct Walk;
+    static void addFiles(Walk& walk, fl::ustring pattern,
+                         const foundation::storage::vfs::CanonicalAbsoluteIRI* base,
+                         const std::string* baseText, bool nested);
 
     detail::PackedTexts<char> list_;
     detail::PackedTexts<char16_t> names_;

@@ -6,7 +6,9 @@
 
 #include <foundation/storage/provider/StorageProvider.hpp>
 
+#include <functional>
 #include <memory>
+#include <mutex>
 
 namespace foundation::storage::provider {
 
@@ -32,10 +34,18 @@ public:
     void removeFolder(const vfs::AbsoluteIRI& location) const override;
 
 protected:
-    const StorageProvider& inner() const noexcept { return *inner_; }
+    // The provider passed to is made by `make` at the first call that needs it, once, on the
+    // thread that calls first: for one whose code is loaded only when it is used. A failure
+    // of `make` fails that call, and the next call tries again.
+    explicit ForwardingProvider(std::function<std::shared_ptr<const StorageProvider>()> make)
+        : make_(std::move(make)) {}
+
+    const StorageProvider& inner() const;
 
 private:
-    std::shared_ptr<const StorageProvider> inner_;
+    std::function<std::shared_ptr<const StorageProvider>()> make_;
+    mutable std::once_flag made_;
+    mutable std::shared_ptr<const StorageProvider> inner_;
 };
 
 } // namespace foundation::storage::provider

@@ -2,60 +2,66 @@
 
 namespace foundation::storage::provider {
 
+const StorageProvider& ForwardingProvider::inner() const {
+    if (make_)
+        std::call_once(made_, [this] { inner_ = make_(); });
+    return *inner_;
+}
+
 std::vector<std::string> ForwardingProvider::schemes() const {
-    return inner_->schemes();
+    return inner().schemes();
 }
 
 fl::ustring ForwardingProvider::describe(const vfs::AbsoluteIRI& location) const {
-    return inner_->describe(location);
+    return inner().describe(location);
 }
 
 ItemStatus ForwardingProvider::look(const vfs::AbsoluteIRI& location, Facts wanted) const {
-    return inner_->look(location, wanted);
+    return inner().look(location, wanted);
 }
 
 std::unique_ptr<FolderCursor> ForwardingProvider::listPages(const vfs::AbsoluteIRI& folder,
                                                             const fl::ustring& filter) const {
-    return inner_->listPages(folder, filter);
+    return inner().listPages(folder, filter);
 }
 
 std::unique_ptr<FolderCursor> ForwardingProvider::listTree(const vfs::AbsoluteIRI& folder) const {
-    return inner_->listTree(folder);
+    return inner().listTree(folder);
 }
 
 bool ForwardingProvider::readOnly() const {
-    return inner_->readOnly();
+    return inner().readOnly();
 }
 
 void ForwardingProvider::createFile(const vfs::AbsoluteIRI& location) const {
-    inner_->createFile(location);
+    inner().createFile(location);
 }
 
 void ForwardingProvider::removeFile(const vfs::AbsoluteIRI& location) const {
-    inner_->removeFile(location);
+    inner().removeFile(location);
 }
 
 void ForwardingProvider::createFolder(const vfs::AbsoluteIRI& location) const {
-    inner_->createFolder(location);
+    inner().createFolder(location);
 }
 
 std::unique_ptr<InputStream>
 ForwardingProvider::openForReading(const vfs::AbsoluteIRI& location) const {
-    return inner_->openForReading(location);
+    return inner().openForReading(location);
 }
 
 std::unique_ptr<OutputStream> ForwardingProvider::openForWriting(const vfs::AbsoluteIRI& location,
                                                                  vfs::WriteMode mode) const {
-    return inner_->openForWriting(location, mode);
+    return inner().openForWriting(location, mode);
 }
 
 void ForwardingProvider::rename(const vfs::AbsoluteIRI& location,
                                 const vfs::AbsoluteIRI& target) const {
-    inner_->rename(location, target);
+    inner().rename(location, target);
 }
 
 void ForwardingProvider::removeFolder(const vfs::AbsoluteIRI& location) const {
-    inner_->removeFolder(location);
+    inner().removeFolder(location);
 }
 
 } // namespace foundation::storage::provider

@@ -11,6 +11,7 @@
 #include <cstring>
 #include <memory>
 #include <string_view>
+#include <vector>
 
 #include <dirent.h>
 #include <fcntl.h>
@@ -23,6 +24,10 @@ bool isDotOrDotDot(const char* name) noexcept {
     return name[0] == '.' && (name[1] == '\0' || (name[1] == '.' && name[2] == '\0'));
 }
 
+// The page of the cursor this thread closed last, for the next cursor to write over: a walk
+// through many folders then allocates names only as they outgrow the ones before.
+thread_local std::vector<FolderEntry> sparePage;
+
 // A page is what one getdents64 call returns: the entries the kernel handed, typed by
 // d_type, nothing stat'ed. The page's entries are written over by the next page, their
 // names' storage reused where the caller left it: a caller that keeps the names moves them
@@ -31,7 +36,13 @@ class LocalCursor final : public FolderCursor {
 public:
     LocalCursor(local::Descriptor folder, local::LocalPath path, fl::ustring filter)
         : folder_(std::move(folder)), path_(std::move(path)), filter_(std::move(filter)),
-          everyName_(filter_.empty() || filter_ == u"*") {}
+          everyName_(filter_.empty() || filter_ == u"*"), page_(std::move(sparePage)) {}
+    ~LocalCursor() override {
+        if (page_.size() > sparePage.size())
+            sparePage = std::move(page_);
+    }
+    LocalCursor(const LocalCursor&) = delete;
+    LocalCursor& operator=(const LocalCursor&) = delete;
 
     std::span<FolderEntry> next() override {
         std::size_t count = 0;

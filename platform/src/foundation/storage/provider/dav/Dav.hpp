@@ -6,7 +6,7 @@
 // DavFileEnumerator.cpp (listing: a PROPFIND of depth 1); the XML reader in
 // DavMultistatus.cpp.
 
-#include <foundation/storage/provider/DavProvider.hpp>
+#include "DavProvider.hpp"
 
 #include "foundation/storage/http/Client.hpp"
 

@@ -2,6 +2,7 @@
 // and the streams (GET, and a PUT to a hidden name MOVEd over the item at commit).
 
 #include "Dav.hpp"
+#include "foundation/storage/remote/makers.hpp"
 
 #include "foundation/network/iri_text.hpp"
 #include "temporary_names.hpp"
@@ -269,7 +270,7 @@ DavProvider::DavProvider(HttpOptions options) : options_(std::move(options)) {
 DavProvider::~DavProvider() = default;
 
 std::vector<std::string> DavProvider::schemes() const {
-    return {"dav", "davs"};
+    return {remote::davSchemes.begin(), remote::davSchemes.end()};
 }
 
 fl::ustring DavProvider::describe(const vfs::AbsoluteIRI& location) const {

@@ -1,7 +1,7 @@
 // The http(s) provider listing a folder: the server's index page read into entries, with
 // the time and size the page shows.
 
-#include <foundation/storage/provider/HttpProvider.hpp>
+#include "HttpProvider.hpp"
 
 #include "foundation/network/iri_text.hpp"
 #include "foundation/storage/http/Client.hpp"

@@ -1,7 +1,7 @@
 // The http(s) provider looking at items: one HEAD request, or a GET of the first byte where
 // the server refuses HEAD, gives the kind, the attributes and the extended attributes.
 
-#include <foundation/storage/provider/HttpProvider.hpp>
+#include "HttpProvider.hpp"
 
 #include "foundation/storage/http/Client.hpp"
 

@@ -1,7 +1,9 @@
 // The http(s) provider: construction and the body read as it arrives. Changes are refused by
 // the base class, for a read-only store.
 
-#include <foundation/storage/provider/HttpProvider.hpp>
+#include "HttpProvider.hpp"
+
+#include "foundation/storage/remote/makers.hpp"
 
 #include "foundation/storage/http/Client.hpp"
 
@@ -12,7 +14,7 @@ HttpProvider::HttpProvider(HttpOptions options) : options_(std::move(options)) {
 HttpProvider::~HttpProvider() = default;
 
 std::vector<std::string> HttpProvider::schemes() const {
-    return {"http", "https"};
+    return {remote::httpSchemes.begin(), remote::httpSchemes.end()};
 }
 
 fl::ustring HttpProvider::describe(const vfs::AbsoluteIRI& location) const {

@@ -1,7 +1,8 @@
 // The s3 provider: construction, changes, objects read by GET and written by PUT or a
 // multipart upload.
 
-#include <foundation/storage/provider/S3Provider.hpp>
+#include "S3Provider.hpp"
+#include "foundation/storage/remote/makers.hpp"
 
 #include "S3Request.hpp"
 
@@ -244,7 +245,7 @@ S3Provider::S3Provider(S3Options options) : options_(s3::resolved(std::move(opti
 S3Provider::~S3Provider() = default;
 
 std::vector<std::string> S3Provider::schemes() const {
-    return {"s3"};
+    return {remote::s3Schemes.begin(), remote::s3Schemes.end()};
 }
 
 void S3Provider::createFile(const vfs::AbsoluteIRI& location) const {

@@ -6,7 +6,7 @@
 // environment and shared files, addresses, signed requests) and S3Xml.cpp (the answers'
 // XML, read as it arrives).
 
-#include <foundation/storage/provider/S3Provider.hpp>
+#include "S3Provider.hpp"
 
 #include "foundation/storage/http/Client.hpp"
 

@@ -1,8 +1,8 @@
 #pragma once
 
 // The `dav` and `davs` schemes: WebDAV shares reached over http and https through the
-// remote providers' HTTP client. The host's storage system starts with one made with the
-// default options; a host program that wants others replaces it, as for HttpProvider.
+// remote providers' HTTP client. Programs make one through makeDavProvider
+// (RemoteProviders.hpp).
 
 #include <foundation/storage/provider/HttpOptions.hpp>
 #include <foundation/storage/provider/StorageProvider.hpp>
