@@ -55,10 +55,13 @@ protected:
     static void SetUpTestSuite() { server = std::make_unique<S3Server>(); }
     static void TearDownTestSuite() { server.reset(); }
 
-    // A storage system whose s3 provider lists `maxKeys` keys a page.
-    static vfs::StorageSystemReference storage(int maxKeys = 1000) {
+    // A storage system whose s3 provider lists `maxKeys` keys a page, from the suite's server
+    // or from `endpoint` (a scripted one).
+    static vfs::StorageSystemReference storage(int maxKeys = 1000, std::string endpoint = {}) {
         auto options = server->options();
         options.maxKeys = maxKeys;
+        if (!endpoint.empty())
+            options.endpoint = std::move(endpoint);
         options.http.retryDelay = std::chrono::milliseconds(5);
         auto system = std::make_shared<vfs::StorageSystem>();
         system->addProvider(std::make_shared<provider::S3Provider>(std::move(options)));
@@ -386,12 +389,7 @@ TEST_F(S3Provider, UnfinishedUploadsAreAborted) {
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
         const ScriptedServer scripted(c.script);
-        provider::S3Options options = server->options();
-        options.endpoint = scripted.url("");
-        options.http.retryDelay = std::chrono::milliseconds(5);
-        auto system = std::make_shared<vfs::StorageSystem>();
-        system->addProvider(std::make_shared<provider::S3Provider>(options));
-        const vfs::StorageSystemReference reference(system);
+        const vfs::StorageSystemReference reference = storage(1000, scripted.url(""));
         EXPECT_EQ(failure([&] {
                       vfs::WriteStream stream =
                           vfs::File(at("k"), reference).openForWriting(vfs::WriteMode::replace);
@@ -450,12 +448,7 @@ TEST_F(S3Provider, ErrorsAndRetries) {
     for (const auto& c : cases) {
         SCOPED_TRACE(c.reason);
         const ScriptedServer scripted(c.script);
-        provider::S3Options options = server->options();
-        options.endpoint = scripted.url("");
-        options.http.retryDelay = std::chrono::milliseconds(5);
-        auto system = std::make_shared<vfs::StorageSystem>();
-        system->addProvider(std::make_shared<provider::S3Provider>(options));
-        const vfs::StorageSystemReference reference(system);
+        const vfs::StorageSystemReference reference = storage(1000, scripted.url(""));
         if (c.result >= 0) {
             EXPECT_EQ(outcome([&] { return vfs::exists(at("d/"), reference); }), c.result);
         } else {
@@ -485,11 +478,7 @@ TEST_F(S3Provider, ReadsGoOnWhereTheConnectionBroke) {
     for (const auto& c : cases) {
         SCOPED_TRACE(c.got);
         const ScriptedServer scripted({cut, c.rest});
-        provider::S3Options options = server->options();
-        options.endpoint = scripted.url("");
-        auto system = std::make_shared<vfs::StorageSystem>();
-        system->addProvider(std::make_shared<provider::S3Provider>(options));
-        const vfs::StorageSystemReference reference(system);
+        const vfs::StorageSystemReference reference = storage(1000, scripted.url(""));
         std::string got;
         const int code = failure([&] { got = body(reference, "object"); });
         EXPECT_EQ(code, c.got.empty() ? -vfs::IOError : 100);

@@ -8,13 +8,13 @@
 // in the host's storage system for one test.
 
 #include "HttpServer.hpp"
+#include "ServerProcess.hpp"
 #include "Storage.hpp"
 #include "Text.hpp"
 
 #include <foundation/storage/provider/RemoteProviders.hpp>
 
 #include <chrono>
-#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -22,13 +22,7 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
-#include <thread>
 #include <vector>
-
-#include <fcntl.h>
-#include <sys/prctl.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #ifndef S3RVER_PATH
 #error "S3RVER_PATH: the s3rver that scripts/setup installs"
@@ -52,7 +46,6 @@ public:
                 throw std::runtime_error("s3rver did not start: " + log());
         }
     }
-    ~S3Server() { stop(); }
     S3Server(const S3Server&) = delete;
     S3Server& operator=(const S3Server&) = delete;
 
@@ -72,66 +65,13 @@ public:
 private:
     bool start() {
         std::filesystem::create_directories(dir_ / "data");
-        // Everything the child needs is made before the fork: after it, only system calls.
         // Without the legacy provider, node 17+ fails the MD5 of a continuation token: 500.
-        std::vector<std::string> environment{"NODE_OPTIONS=--openssl-legacy-provider"};
-        for (char** variable = environ; *variable; ++variable)
-            if (!std::string_view(*variable).starts_with("NODE_OPTIONS="))
-                environment.emplace_back(*variable);
-        std::vector<char*> envp;
-        for (std::string& variable : environment)
-            envp.push_back(variable.data());
-        envp.push_back(nullptr);
-        const std::string data = dir_ / "data", port = std::to_string(port_),
-                          logFile = dir_ / "s3rver.log";
-        const char* argv[] = {S3RVER_PATH, "-d",       data.c_str(), "-a",
-                              "127.0.0.1", "-p",       port.c_str(), "--configure-bucket",
-                              bucket,      "--silent", nullptr};
-        const int log = ::open(logFile.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
-        const pid_t parent = ::getpid();
-        pid_ = ::fork();
-        if (pid_ == 0) {
-            ::prctl(PR_SET_PDEATHSIG, SIGKILL);
-            if (::getppid() != parent)
-                ::_exit(127);
-            ::dup2(log, 1);
-            ::dup2(log, 2);
-            ::execve(S3RVER_PATH, const_cast<char**>(argv), envp.data());
-            ::_exit(127);
-        }
-        ::close(log);
-        if (pid_ < 0)
-            throw std::runtime_error("fork failed");
-        // Node takes a moment to load the server; the wait is bounded.
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-        while (std::chrono::steady_clock::now() < deadline) {
-            int status = 0;
-            if (::waitpid(pid_, &status, WNOHANG) == pid_) {
-                pid_ = -1;
-                return false;
-            }
-            if (accepts(port_))
-                return true;
-            std::this_thread::sleep_for(std::chrono::milliseconds(10));
-        }
-        stop();
-        return false;
-    }
-
-    static bool accepts(int port) {
-        const Socket socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
-        const sockaddr_in address = loopback(port);
-        return ::connect(socket.get(), reinterpret_cast<const sockaddr*>(&address),
-                         sizeof address) == 0;
-    }
-
-    void stop() {
-        if (pid_ <= 0)
-            return;
-        ::kill(pid_, SIGTERM);
-        int status = 0;
-        ::waitpid(pid_, &status, 0);
-        pid_ = -1;
+        // Node takes a moment to load the server.
+        return process_.start(S3RVER_PATH,
+                              {"-d", dir_ / "data", "-a", "127.0.0.1", "-p", std::to_string(port_),
+                               "--configure-bucket", bucket, "--silent"},
+                              dir_ / "s3rver.log", {port_},
+                              {"NODE_OPTIONS=--openssl-legacy-provider"}, std::chrono::seconds(20));
     }
 
     std::string log() const {
@@ -141,7 +81,7 @@ private:
 
     TempDir dir_;
     int port_ = 0;
-    pid_t pid_ = -1;
+    ServerProcess process_;
 };
 
 // The AWS environment variables that lead a program's s3 provider (vexafs's) to `server`,

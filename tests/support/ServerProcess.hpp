@@ -4,10 +4,12 @@
 // one of its ports takes connections (a bounded wait), stopped with its owner, and killed
 // with the test process should that die first.
 
+#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -51,17 +53,31 @@ public:
     }
     ~ServerProcess() { stop(); }
 
-    // Runs `program` with `args`, its output appended to `logFile`; true once all `ports`
+    // Runs `program` with `args` and this process's environment, `setting` ("NAME=value")
+    // put in place of what it names, its output appended to `logFile`; true once all `ports`
     // take connections, false when it ended first (a port taken by another process meanwhile)
-    // or was not ready within 10 seconds.
+    // or was not ready within `patience`.
     bool start(const std::string& program, const std::vector<std::string>& args,
-               const std::string& logFile, const std::vector<int>& ports) {
+               const std::string& logFile, const std::vector<int>& ports,
+               const std::vector<std::string>& setting = {},
+               std::chrono::seconds patience = std::chrono::seconds(10)) {
         stop();
         // Everything the child needs is made before the fork: after it, only system calls.
         std::vector<char*> argv{const_cast<char*>(program.c_str())};
         for (const std::string& arg : args)
             argv.push_back(const_cast<char*>(arg.c_str()));
         argv.push_back(nullptr);
+        std::vector<char*> envp;
+        for (const std::string& variable : setting)
+            envp.push_back(const_cast<char*>(variable.c_str()));
+        for (char** variable = environ; *variable; ++variable) {
+            const std::string_view text(*variable);
+            if (std::none_of(setting.begin(), setting.end(), [&](const std::string& set) {
+                    return text.substr(0, text.find('=') + 1) == set.substr(0, set.find('=') + 1);
+                }))
+                envp.push_back(*variable);
+        }
+        envp.push_back(nullptr);
         const int log = ::open(logFile.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
         const pid_t parent = ::getpid();
         pid_ = ::fork();
@@ -73,13 +89,13 @@ public:
                 ::_exit(127);
             ::dup2(log, 1);
             ::dup2(log, 2);
-            ::execv(program.c_str(), argv.data());
+            ::execve(program.c_str(), argv.data(), envp.data());
             ::_exit(127);
         }
         ::close(log);
         if (pid_ < 0)
             throw std::runtime_error("fork failed");
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+        const auto deadline = std::chrono::steady_clock::now() + patience;
         while (std::chrono::steady_clock::now() < deadline) {
             int status = 0;
             if (::waitpid(pid_, &status, WNOHANG) == pid_) {
