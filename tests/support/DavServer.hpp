@@ -152,19 +152,7 @@ private:
     // Paths are relative to the prefix (-p): the folder of this server.
     bool startNginx() {
         std::ofstream(dir_ / "htpasswd") << "me:{PLAIN}s3cret\n";
-        std::ofstream(dir_ / "nginx.conf") << R"(
-master_process off;
-pid nginx.pid;
-error_log error.log;
-load_module /usr/lib/nginx/modules/ngx_http_dav_ext_module.so;
-events { worker_connections 256; }
-http {
-    access_log access.log;
-    client_body_temp_path temp/body;
-    proxy_temp_path temp/proxy;
-    fastcgi_temp_path temp/fastcgi;
-    uwsgi_temp_path temp/uwsgi;
-    scgi_temp_path temp/scgi;
+        std::ofstream(dir_ / "nginx.conf") << nginxHead("ngx_http_dav_ext_module.so") << R"(
     types { text/plain txt; text/csv csv; }
     default_type application/octet-stream;
     keepalive_requests 1000000;

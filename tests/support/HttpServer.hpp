@@ -96,6 +96,26 @@ inline int freePort() {
     return bindLoopback(Socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)));
 }
 
+// The start of a test nginx's configuration, as every test server writes it: one process,
+// its files relative to its own folder (-p), `module` loaded; the http block is left open.
+inline std::string nginxHead(std::string_view module) {
+    return std::string(R"(
+master_process off;
+pid nginx.pid;
+error_log error.log;
+load_module /usr/lib/nginx/modules/)") +
+           std::string(module) + R"(;
+events { worker_connections 256; }
+http {
+    access_log access.log;
+    client_body_temp_path temp/body;
+    proxy_temp_path temp/proxy;
+    fastcgi_temp_path temp/fastcgi;
+    uwsgi_temp_path temp/uwsgi;
+    scgi_temp_path temp/scgi;
+)";
+}
+
 class HttpServer {
 public:
     // The time of every file with a known time: 2021-03-04 05:06:07 UTC.
@@ -210,19 +230,7 @@ private:
         for (const char* code :
              {"204", "206", "300", "302", "401", "403", "404", "407", "410", "418", "500"})
             statuses += std::string("location = /status/") + code + " { return " + code + "; }\n";
-        std::ofstream(dir_ / "nginx.conf") << R"(
-master_process off;
-pid nginx.pid;
-error_log error.log;
-load_module /usr/lib/nginx/modules/ngx_http_echo_module.so;
-events { worker_connections 256; }
-http {
-    access_log access.log;
-    client_body_temp_path temp/body;
-    proxy_temp_path temp/proxy;
-    fastcgi_temp_path temp/fastcgi;
-    uwsgi_temp_path temp/uwsgi;
-    scgi_temp_path temp/scgi;
+        std::ofstream(dir_ / "nginx.conf") << nginxHead("ngx_http_echo_module.so") << R"(
     types { text/plain txt; text/csv csv; text/html html; }
     default_type application/octet-stream;
     charset_types text/csv;
