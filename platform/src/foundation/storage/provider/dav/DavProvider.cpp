@@ -318,8 +318,10 @@ void DavProvider::createFolder(const vfs::AbsoluteIRI& location) const {
 }
 
 std::unique_ptr<InputStream> DavProvider::openForReading(const vfs::AbsoluteIRI& location) const {
-    return std::make_unique<http::BodyReader>(options_, dav::requestFor(location, "GET"), location,
-                                              "open");
+    // A body takes as long as it takes at a fair pace: a large file outlasts any deadline.
+    http::Request request = dav::requestFor(location, "GET");
+    request.wait = http::Wait::Pace;
+    return std::make_unique<http::BodyReader>(options_, request, location, "open");
 }
 
 std::unique_ptr<OutputStream> DavProvider::openForWriting(const vfs::AbsoluteIRI& location,
