@@ -56,13 +56,16 @@ protected:
     static void TearDownTestSuite() { server.reset(); }
 
     // A storage system whose s3 provider lists `maxKeys` keys a page, from the suite's server
-    // or from `endpoint` (a scripted one).
-    static vfs::StorageSystemReference storage(int maxKeys = 1000, std::string endpoint = {}) {
+    // or from `endpoint` (a scripted one), with `deadline` for a request that moves no body.
+    static vfs::StorageSystemReference
+    storage(int maxKeys = 1000, std::string endpoint = {},
+            std::chrono::milliseconds deadline = provider::HttpOptions().requestTimeout) {
         auto options = server->options();
         options.maxKeys = maxKeys;
         if (!endpoint.empty())
             options.endpoint = std::move(endpoint);
         options.http.retryDelay = std::chrono::milliseconds(5);
+        options.http.requestTimeout = deadline;
         auto system = std::make_shared<vfs::StorageSystem>();
         system->addProvider(std::make_shared<provider::S3Provider>(std::move(options)));
         return vfs::StorageSystemReference(system);
@@ -357,6 +360,8 @@ TEST_F(S3Provider, UnfinishedUploadsAreAborted) {
     const auto started = xml("<InitiateMultipartUploadResult><Bucket>bucket</Bucket><Key>k"
                              "</Key><UploadId>u/1+</UploadId></InitiateMultipartUploadResult>");
     const auto partTaken = ScriptedServer::answer(200, "ETag: \"p1\"\r\n");
+    // Over two seconds, beyond the table's deadline of a request that moves no body.
+    const ScriptedServer::Answer partTakenSlowly{.bytes = partTaken.bytes, .bytesPerSecond = 30};
     const auto failed = ScriptedServer::answer(500), deleted = ScriptedServer::answer(204);
     const std::string start = "POST /bucket/k?uploads= ",
                       abort = "DELETE /bucket/k?uploadId=u%2F1%2B ";
@@ -379,6 +384,11 @@ TEST_F(S3Provider, UnfinishedUploadsAreAborted) {
          9u << 20,
          -9,
          {start, part1, part1, part1, abort}},
+        {"a part answered after a request's deadline: a body is bounded by its pace",
+         {started, partTakenSlowly, deleted},
+         12u << 20,
+         100,
+         {start, part1, abort}},
         {"the second part refused",
          {started, partTaken, failed, failed, failed, deleted},
          17u << 20,
@@ -389,7 +399,8 @@ TEST_F(S3Provider, UnfinishedUploadsAreAborted) {
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
         const ScriptedServer scripted(c.script);
-        const vfs::StorageSystemReference reference = storage(1000, scripted.url(""));
+        const vfs::StorageSystemReference reference =
+            storage(1000, scripted.url(""), std::chrono::seconds(1));
         EXPECT_EQ(failure([&] {
                       vfs::WriteStream stream =
                           vfs::File(at("k"), reference).openForWriting(vfs::WriteMode::replace);

@@ -37,6 +37,10 @@ std::unique_ptr<http::Transfer> ask(const S3Options& options, const Place& place
     http::Request request =
         s3::requestFor(options, place, std::move(method), query, std::move(body));
     request.headers.insert(request.headers.end(), headers.begin(), headers.end());
+    // A request that sends a body (an object, a part of up to 8 MiB) is bounded by its pace:
+    // the deadline is for those that move none.
+    if (!request.body.empty())
+        request.wait = http::Wait::Pace;
     return http::Transfer::answered(options.http, request);
 }
 
