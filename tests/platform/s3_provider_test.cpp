@@ -29,6 +29,7 @@
 #include <fstream>
 #include <map>
 #include <optional>
+#include <regex>
 #include <set>
 #include <sstream>
 #include <string>
@@ -151,20 +152,33 @@ TEST_F(S3Provider, Existence) {
         vfs::AbsoluteIRI location;
         int extended, plain; // negative: the code thrown
     } cases[] = {
-        {at("exist/file.txt"), 0, 0},     {at("exist/file.txt/"), -1, 2}, // no prefix "file.txt/"
-        {at("exist/fil"), -1, 2},   // a prefix of a key, not of a folder
-        {at("exist/empty/"), 2, 1}, // the marker
-        {at("exist/empty"), 2, 1},        {at("exist/implied/"), 2, 1}, // no marker, keys below
-        {at("exist/implied/deep"), 2, 1}, {at("exist/both"), 0, 0},
-        {at("exist/both/"), 2, 1},        {at("exist/missing"), -1, 2},
-        {at("exist/missing/"), -1, 2},    {at(""), 2, 1}, // the bucket's root
-        {at("", "no-bucket"), -1, 2},     {at("x", "no-bucket"), -1, 2},
+        {at("exist/file.txt"), 0, 0},
+        {at("exist/file.txt/"), -1, 2}, // no prefix "file.txt/"
+        {at("exist/fil"), -1, 2},       // a prefix of a key, not of a folder
+        {at("exist/empty/"), 2, 1},     // the marker
+        {at("exist/empty"), 2, 1},
+        {at("exist/implied/"), 2, 1}, // no marker, keys below
+        {at("exist/implied/deep"), 2, 1},
+        {at("exist/both"), 0, 0},
+        {at("exist/both/"), 2, 1},
+        {at("exist/missing"), -1, 2},
+        {at("exist/missing/"), -1, 2},
+        {at(""), 2, 1}, // the bucket's root
+        {at("", "no-bucket"), -1, 2},
+        {at("x", "no-bucket"), -1, 2},
         {at("x/", "no-bucket"), -1, 2},
+        // User info, which no message shows but as "***".
+        {at("exist/missing", "me:s3cret@bucket"), -1, 2},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(utf8(c.location.toString()));
         EXPECT_EQ(outcome([&] { return vfs::existsExtended(c.location, system); }), c.extended);
         EXPECT_EQ(outcome([&] { return vfs::exists(c.location, system); }), c.plain);
+        if (c.extended < 0) {
+            EXPECT_EQ(
+                utf8(contextOf([&] { vfs::existsExtended(c.location, system); })->location()),
+                std::regex_replace(utf8(c.location.toString()), std::regex(":s3cret@"), ":***@"));
+        }
     }
     const auto attributes = vfs::File(at("exist/file.txt"), system).getAttributes();
     EXPECT_EQ(attributes.getSize(), 1u);

@@ -252,6 +252,10 @@ std::vector<std::string> S3Provider::schemes() const {
     return {remote::s3Schemes.begin(), remote::s3Schemes.end()};
 }
 
+fl::ustring S3Provider::describe(const vfs::AbsoluteIRI& location) const {
+    return http::shown(location);
+}
+
 void S3Provider::createFile(const vfs::AbsoluteIRI& location) const {
     ObjectWriter writer(*this, location, vfs::WriteMode::create);
     writer.commit();
