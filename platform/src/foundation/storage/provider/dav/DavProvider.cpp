@@ -10,8 +10,6 @@
 #include <fl/i18n.hpp>
 #include <foundation/storage/vfs/Exception.hpp>
 
-#include <curl/curl.h>
-
 #include <boost/url/url.hpp>
 
 #include <array>
@@ -261,11 +259,7 @@ private:
 } // namespace
 } // namespace dav
 
-DavProvider::DavProvider(HttpOptions options) : options_(std::move(options)) {
-    // Once per process, before the first handle; curl would do it less safely on its own.
-    static const CURLcode initialised = curl_global_init(CURL_GLOBAL_DEFAULT);
-    (void)initialised;
-}
+DavProvider::DavProvider(HttpOptions options) : options_(std::move(options)) {}
 
 DavProvider::~DavProvider() = default;
 
