@@ -313,6 +313,17 @@ TEST_F(S3Provider, Changes) {
          -1,
          {}},
         {"rename a folder", [&] { file("changes/a").rename(at("changes/z")); }, -11, {}},
+        {"write, closed once the storage that opened it is gone",
+         [&] {
+             // The system made here, and its provider, end with this statement.
+             vfs::WriteStream stream = vfs::File(at("changes/late.txt"), storage())
+                                           .openForWriting(vfs::WriteMode::create);
+             const std::string bytes(10'000, 'l');
+             stream.write(bytes.data(), bytes.size());
+             stream.close();
+         },
+         100,
+         {{"changes/late.txt", 0}}},
     };
     for (const auto& step : steps) {
         SCOPED_TRACE(step.what);

@@ -129,7 +129,8 @@ private:
             http::raise({vfs::IOError, "the rest was not sent as a range"}, "read", location_);
     }
 
-    const S3Options& options_;
+    // A copy: a stream may outlive the provider that opened it.
+    const S3Options options_;
     Place place_;
     vfs::AbsoluteIRI location_;
     std::unique_ptr<http::Transfer> transfer_;
@@ -144,10 +145,10 @@ private:
 class ObjectWriter : public OutputStream {
 public:
     ObjectWriter(const S3Provider& provider, vfs::AbsoluteIRI location, vfs::WriteMode mode)
-        : provider_(provider), options_(provider.options()), place_(objectAt(location, "write")),
+        : options_(provider.options()), place_(objectAt(location, "write")),
           location_(std::move(location)), mode_(mode) {
         // An object or a folder of the name.
-        if (mode_ == vfs::WriteMode::create && provider_.probe(location_).type != ItemType::Nothing)
+        if (mode_ == vfs::WriteMode::create && provider.probe(location_).type != ItemType::Nothing)
             refuse();
     }
     ~ObjectWriter() override { abort(); }
@@ -231,8 +232,8 @@ private:
         }
     }
 
-    const S3Provider& provider_;
-    const S3Options& options_;
+    // A copy: a stream may outlive the provider that opened it.
+    const S3Options options_;
     Place place_;
     vfs::AbsoluteIRI location_;
     vfs::WriteMode mode_;
