@@ -456,6 +456,11 @@ std::optional<std::uint64_t> number(std::string_view text) {
 
 } // namespace
 
+std::optional<std::string> headerText(const Transfer& transfer, const char* name) {
+    const auto header = transfer.header(name);
+    return header ? std::optional<std::string>(*header) : std::nullopt;
+}
+
 boost::posix_time::ptime lastModifiedOf(const Transfer& transfer) {
     for (const char* name : {"Last-Modified", "Date"})
         if (const auto text = transfer.header(name))

@@ -144,6 +144,8 @@ private:
 // not_a_date_time when it is not one.
 boost::posix_time::ptime dateOf(std::string_view text);
 
+// A header of the final answer, kept beyond the next call.
+std::optional<std::string> headerText(const Transfer& transfer, const char* name);
 // Last-Modified of an answer, or its own Date where the server keeps no time for the item
 // (a bucket, a generated page); not_a_date_time when neither is a date.
 boost::posix_time::ptime lastModifiedOf(const Transfer& transfer);

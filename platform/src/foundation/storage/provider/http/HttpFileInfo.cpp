@@ -30,10 +30,6 @@ struct Look {
     std::optional<std::string> etag = {};
 };
 
-std::optional<std::string> text(std::optional<std::string_view> header) {
-    return header ? std::optional<std::string>(*header) : std::nullopt;
-}
-
 // What one request tells; none when it is a HEAD request that the server refuses.
 std::optional<Look> ask(const HttpOptions& options, const vfs::AbsoluteIRI& location, Method method,
                         const char* operation) {
@@ -52,8 +48,8 @@ std::optional<Look> ask(const HttpOptions& options, const vfs::AbsoluteIRI& loca
     }
     return Look{.lastModified = http::lastModifiedOf(transfer),
                 .size = http::sizeOf(transfer),
-                .contentType = text(transfer.header("Content-Type")),
-                .etag = text(transfer.header("ETag"))};
+                .contentType = http::headerText(transfer, "Content-Type"),
+                .etag = http::headerText(transfer, "ETag")};
 }
 
 Look lookOnce(const HttpOptions& options, const vfs::AbsoluteIRI& location, const char* operation) {
