@@ -273,19 +273,25 @@ TEST_F(DavProvider, Listings) {
 
 // Answers as other shares write them: the DAV: namespace under any prefix or as the
 // default, properties in any order, hrefs as full URLs, escapes in either case, "&" only
-// XML-escaped, the own entry written otherwise than asked; and answers that are no
-// multistatus.
+// XML-escaped, the own entry written otherwise than asked; answers that are no
+// multistatus; and a file's body sent slowly.
 TEST_F(DavProvider, MultistatusForms) {
     using vexa::testing::ScriptedServer;
     const auto multistatus = [](std::string responses) {
         return ScriptedServer::answer(207, "Content-Type: application/xml\r\n",
                                       "<?xml version=\"1.0\"?>" + responses);
     };
+    // Over two seconds at about 1,300 bytes a second: beyond the table's deadline of a
+    // request, above its floor on a body's speed.
+    const std::string slowBody(2500, 'b');
+    const ScriptedServer::Answer slow{.bytes = ScriptedServer::answer(200, "", slowBody).bytes,
+                                      .bytesPerSecond = 1000};
     const struct {
         std::string what;
         ScriptedServer::Answer answer;
         std::vector<std::string> names; // with "/" after a folder's; empty: the failure
         int code = 0;
+        bool read = false; // the file "/dir/f" read: `names` holds its body
     } cases[] = {
         {"other prefix, full URLs, lower-case escapes",
          multistatus(
@@ -316,12 +322,24 @@ TEST_F(DavProvider, MultistatusForms) {
         {"not XML", multistatus("<D:multistatus xmlns:D=\"DAV:\"><D:response>"), {}, -9},
         {"no multistatus", ScriptedServer::answer(200, "", "<html></html>"), {}, -9},
         {"no PROPFIND", ScriptedServer::answer(501), {}, -11},
+        // A body is bounded by its pace, never by the deadline of a request that moves none.
+        {"a body slower than a request's deadline", slow, {slowBody}, 0, true},
     };
+    provider::HttpOptions options;
+    options.requestTimeout = std::chrono::seconds(1);
+    auto system = std::make_shared<vfs::StorageSystem>();
+    system->addProvider(std::make_shared<provider::DavProvider>(options));
+    const vfs::StorageSystemReference bounded(system);
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
         const ScriptedServer server({c.answer});
         const std::string url = server.url("/dir/");
-        const vfs::Folder folder(vfs::AbsoluteIRI(u("dav" + url.substr(4))), storage(*rclone));
+        const vfs::Folder folder(vfs::AbsoluteIRI(u("dav" + url.substr(4))), bounded);
+        if (c.read) {
+            const vfs::File file(vfs::AbsoluteIRI(u("dav" + url.substr(4) + "f")), bounded);
+            EXPECT_EQ(outcome([&] { return body(file) == c.names.at(0) ? 100 : 0; }), 100);
+            continue;
+        }
         if (c.code) {
             EXPECT_EQ(failure([&] { folder.listEntries(u""); }), c.code);
             continue;

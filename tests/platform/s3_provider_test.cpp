@@ -29,6 +29,7 @@
 #include <fstream>
 #include <map>
 #include <optional>
+#include <regex>
 #include <set>
 #include <sstream>
 #include <string>
@@ -56,13 +57,16 @@ protected:
     static void TearDownTestSuite() { server.reset(); }
 
     // A storage system whose s3 provider lists `maxKeys` keys a page, from the suite's server
-    // or from `endpoint` (a scripted one).
-    static vfs::StorageSystemReference storage(int maxKeys = 1000, std::string endpoint = {}) {
+    // or from `endpoint` (a scripted one), with `deadline` for a request that moves no body.
+    static vfs::StorageSystemReference
+    storage(int maxKeys = 1000, std::string endpoint = {},
+            std::chrono::milliseconds deadline = provider::HttpOptions().requestTimeout) {
         auto options = server->options();
         options.maxKeys = maxKeys;
         if (!endpoint.empty())
             options.endpoint = std::move(endpoint);
         options.http.retryDelay = std::chrono::milliseconds(5);
+        options.http.requestTimeout = deadline;
         auto system = std::make_shared<vfs::StorageSystem>();
         system->addProvider(std::make_shared<provider::S3Provider>(std::move(options)));
         return vfs::StorageSystemReference(system);
@@ -148,20 +152,33 @@ TEST_F(S3Provider, Existence) {
         vfs::AbsoluteIRI location;
         int extended, plain; // negative: the code thrown
     } cases[] = {
-        {at("exist/file.txt"), 0, 0},     {at("exist/file.txt/"), -1, 2}, // no prefix "file.txt/"
-        {at("exist/fil"), -1, 2},   // a prefix of a key, not of a folder
-        {at("exist/empty/"), 2, 1}, // the marker
-        {at("exist/empty"), 2, 1},        {at("exist/implied/"), 2, 1}, // no marker, keys below
-        {at("exist/implied/deep"), 2, 1}, {at("exist/both"), 0, 0},
-        {at("exist/both/"), 2, 1},        {at("exist/missing"), -1, 2},
-        {at("exist/missing/"), -1, 2},    {at(""), 2, 1}, // the bucket's root
-        {at("", "no-bucket"), -1, 2},     {at("x", "no-bucket"), -1, 2},
+        {at("exist/file.txt"), 0, 0},
+        {at("exist/file.txt/"), -1, 2}, // no prefix "file.txt/"
+        {at("exist/fil"), -1, 2},       // a prefix of a key, not of a folder
+        {at("exist/empty/"), 2, 1},     // the marker
+        {at("exist/empty"), 2, 1},
+        {at("exist/implied/"), 2, 1}, // no marker, keys below
+        {at("exist/implied/deep"), 2, 1},
+        {at("exist/both"), 0, 0},
+        {at("exist/both/"), 2, 1},
+        {at("exist/missing"), -1, 2},
+        {at("exist/missing/"), -1, 2},
+        {at(""), 2, 1}, // the bucket's root
+        {at("", "no-bucket"), -1, 2},
+        {at("x", "no-bucket"), -1, 2},
         {at("x/", "no-bucket"), -1, 2},
+        // User info, which no message shows but as "***".
+        {at("exist/missing", "me:s3cret@bucket"), -1, 2},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(utf8(c.location.toString()));
         EXPECT_EQ(outcome([&] { return vfs::existsExtended(c.location, system); }), c.extended);
         EXPECT_EQ(outcome([&] { return vfs::exists(c.location, system); }), c.plain);
+        if (c.extended < 0) {
+            EXPECT_EQ(
+                utf8(contextOf([&] { vfs::existsExtended(c.location, system); })->location()),
+                std::regex_replace(utf8(c.location.toString()), std::regex(":s3cret@"), ":***@"));
+        }
     }
     const auto attributes = vfs::File(at("exist/file.txt"), system).getAttributes();
     EXPECT_EQ(attributes.getSize(), 1u);
@@ -296,6 +313,17 @@ TEST_F(S3Provider, Changes) {
          -1,
          {}},
         {"rename a folder", [&] { file("changes/a").rename(at("changes/z")); }, -11, {}},
+        {"write, closed once the storage that opened it is gone",
+         [&] {
+             // The system made here, and its provider, end with this statement.
+             vfs::WriteStream stream = vfs::File(at("changes/late.txt"), storage())
+                                           .openForWriting(vfs::WriteMode::create);
+             const std::string bytes(10'000, 'l');
+             stream.write(bytes.data(), bytes.size());
+             stream.close();
+         },
+         100,
+         {{"changes/late.txt", 0}}},
     };
     for (const auto& step : steps) {
         SCOPED_TRACE(step.what);
@@ -357,6 +385,8 @@ TEST_F(S3Provider, UnfinishedUploadsAreAborted) {
     const auto started = xml("<InitiateMultipartUploadResult><Bucket>bucket</Bucket><Key>k"
                              "</Key><UploadId>u/1+</UploadId></InitiateMultipartUploadResult>");
     const auto partTaken = ScriptedServer::answer(200, "ETag: \"p1\"\r\n");
+    // Over two seconds, beyond the table's deadline of a request that moves no body.
+    const ScriptedServer::Answer partTakenSlowly{.bytes = partTaken.bytes, .bytesPerSecond = 30};
     const auto failed = ScriptedServer::answer(500), deleted = ScriptedServer::answer(204);
     const std::string start = "POST /bucket/k?uploads= ",
                       abort = "DELETE /bucket/k?uploadId=u%2F1%2B ";
@@ -379,6 +409,11 @@ TEST_F(S3Provider, UnfinishedUploadsAreAborted) {
          9u << 20,
          -9,
          {start, part1, part1, part1, abort}},
+        {"a part answered after a request's deadline: a body is bounded by its pace",
+         {started, partTakenSlowly, deleted},
+         12u << 20,
+         100,
+         {start, part1, abort}},
         {"the second part refused",
          {started, partTaken, failed, failed, failed, deleted},
          17u << 20,
@@ -389,7 +424,8 @@ TEST_F(S3Provider, UnfinishedUploadsAreAborted) {
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
         const ScriptedServer scripted(c.script);
-        const vfs::StorageSystemReference reference = storage(1000, scripted.url(""));
+        const vfs::StorageSystemReference reference =
+            storage(1000, scripted.url(""), std::chrono::seconds(1));
         EXPECT_EQ(failure([&] {
                       vfs::WriteStream stream =
                           vfs::File(at("k"), reference).openForWriting(vfs::WriteMode::replace);

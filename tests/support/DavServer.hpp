@@ -54,7 +54,7 @@ public:
     explicit DavServer(Kind kind) : kind_(kind) {
         makeContent();
         if (kind == Kind::Nginx)
-            makeCertificate();
+            makeCertificate(dir_);
         for (int attempt = 0;; ++attempt) {
             // Another process may take a port between the look and the server's bind.
             port_ = freePort();
@@ -137,16 +137,6 @@ private:
                                                           : std::filesystem::perms(0666));
         std::filesystem::permissions(share, std::filesystem::perms(0777));
         std::filesystem::create_directories(dir_.path() / "temp");
-    }
-
-    void makeCertificate() const {
-        const auto made =
-            runProgram("/usr/bin/openssl",
-                       {"req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:prime256v1",
-                        "-nodes", "-keyout", dir_ / "key.pem", "-out", dir_ / "cert.pem", "-days",
-                        "2", "-subj", "/CN=127.0.0.1", "-addext", "subjectAltName=IP:127.0.0.1"});
-        if (made.exitCode != 0)
-            throw std::runtime_error("openssl failed: " + made.err);
     }
 
     // Paths are relative to the prefix (-p): the folder of this server.

@@ -116,6 +116,18 @@ http {
 )";
 }
 
+// key.pem and cert.pem in `dir`: a self-signed EC certificate for 127.0.0.1, made in
+// milliseconds, its own CA.
+inline void makeCertificate(const TempDir& dir) {
+    const auto made =
+        runProgram("/usr/bin/openssl",
+                   {"req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:prime256v1",
+                    "-nodes", "-keyout", dir / "key.pem", "-out", dir / "cert.pem", "-days", "2",
+                    "-subj", "/CN=127.0.0.1", "-addext", "subjectAltName=IP:127.0.0.1"});
+    if (made.exitCode != 0)
+        throw std::runtime_error("openssl failed: " + made.err);
+}
+
 class HttpServer {
 public:
     // The time of every file with a known time: 2021-03-04 05:06:07 UTC.
@@ -124,7 +136,7 @@ public:
 
     HttpServer() {
         makeContent();
-        makeCertificate();
+        makeCertificate(dir_);
         for (int attempt = 0;; ++attempt) {
             // Another process may take a port between the look and nginx's bind: try again.
             port_ = freePort();
@@ -210,17 +222,6 @@ private:
         std::filesystem::permissions(dir_.path(), std::filesystem::perms(0755));
         std::filesystem::create_directories(dir_.path() / "temp");
         std::filesystem::create_directories(dir_.path() / "www" / "dav");
-    }
-
-    void makeCertificate() const {
-        // A self-signed EC certificate is made in milliseconds and is its own CA.
-        const auto made =
-            runProgram("/usr/bin/openssl",
-                       {"req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:prime256v1",
-                        "-nodes", "-keyout", dir_ / "key.pem", "-out", dir_ / "cert.pem", "-days",
-                        "2", "-subj", "/CN=127.0.0.1", "-addext", "subjectAltName=IP:127.0.0.1"});
-        if (made.exitCode != 0)
-            throw std::runtime_error("openssl failed: " + made.err);
     }
 
     // Paths are relative to the prefix (-p): the folder of this server.

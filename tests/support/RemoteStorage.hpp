@@ -16,12 +16,18 @@
 
 namespace vexa::testing {
 
-class RemoteStorage {
+// A real server and the host's storage system whose provider `make` (with the server's
+// certificate trusted) serves its schemes, for one test.
+template <class Server,
+          std::shared_ptr<const provider::StorageProvider> (*make)(provider::HttpOptions)>
+class Served {
 public:
-    RemoteStorage() : storage_({trusting(server_.caFile())}) {}
+    template <class... Arguments>
+    explicit Served(Arguments... arguments)
+        : server_(arguments...), storage_({trusting(server_.caFile())}) {}
 
-    const HttpServer& server() const noexcept { return server_; }
-    // "http://127.0.0.1:PORT" + path, or over https.
+    const Server& server() const noexcept { return server_; }
+    // The scheme's "//127.0.0.1:PORT" + path, or its secure scheme's.
     fl::ustring url(std::string_view path) const { return u(server_.url(path)); }
     fl::ustring secureUrl(std::string_view path) const { return u(server_.secureUrl(path)); }
 
@@ -29,32 +35,20 @@ private:
     static std::shared_ptr<const provider::StorageProvider> trusting(std::string caFile) {
         provider::HttpOptions options;
         options.caFile = std::move(caFile);
-        return provider::makeHttpProvider(std::move(options));
+        return make(std::move(options));
     }
 
-    HttpServer server_;
+    Server server_;
     ScopedStorageSystem storage_;
 };
 
-// The same for a WebDAV share on nginx.
-class RemoteShare {
+// http and https from nginx.
+using RemoteStorage = Served<HttpServer, provider::makeHttpProvider>;
+
+// dav and davs from a WebDAV share on nginx.
+class RemoteShare : public Served<DavServer, provider::makeDavProvider> {
 public:
-    RemoteShare() : storage_({trusting(server_.caFile())}) {}
-
-    const DavServer& server() const noexcept { return server_; }
-    // "dav://127.0.0.1:PORT" + path, or "davs://".
-    fl::ustring url(std::string_view path) const { return u(server_.url(path)); }
-    fl::ustring secureUrl(std::string_view path) const { return u(server_.secureUrl(path)); }
-
-private:
-    static std::shared_ptr<const provider::StorageProvider> trusting(std::string caFile) {
-        provider::HttpOptions options;
-        options.caFile = std::move(caFile);
-        return provider::makeDavProvider(std::move(options));
-    }
-
-    DavServer server_{DavServer::Kind::Nginx};
-    ScopedStorageSystem storage_;
+    RemoteShare() : Served(DavServer::Kind::Nginx) {}
 };
 
 } // namespace vexa::testing

@@ -19,11 +19,10 @@
 #include "HttpServer.hpp"
 #include "Operations.hpp"
 #include "Packages.hpp"
-#include "TempDir.hpp"
-#include "Vexafs.hpp"
 #include "RemoteStorage.hpp"
 #include "TempDir.hpp"
 #include "Threads.hpp"
+#include "Vexafs.hpp"
 
 #include <gtest/gtest.h>
 

@@ -15,6 +15,7 @@
 #include <boost/date_time/posix_time/posix_time_types.hpp>
 
 #include <algorithm>
+#include <charconv>
 #include <cstring>
 #include <ctime>
 #include <new>
@@ -441,6 +442,40 @@ boost::posix_time::ptime dateOf(std::string_view text) {
         return *fixdate;
     const time_t time = curl_getdate(std::string(text).c_str(), nullptr);
     return time == -1 ? boost::posix_time::ptime() : boost::posix_time::from_time_t(time);
+}
+
+namespace {
+
+std::optional<std::uint64_t> number(std::string_view text) {
+    std::uint64_t value = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (error != std::errc() || end != text.data() + text.size())
+        return std::nullopt;
+    return value;
+}
+
+} // namespace
+
+std::optional<std::string> headerText(const Transfer& transfer, const char* name) {
+    const auto header = transfer.header(name);
+    return header ? std::optional<std::string>(*header) : std::nullopt;
+}
+
+boost::posix_time::ptime lastModifiedOf(const Transfer& transfer) {
+    for (const char* name : {"Last-Modified", "Date"})
+        if (const auto text = transfer.header(name))
+            if (const auto time = dateOf(*text); !time.is_not_a_date_time())
+                return time;
+    return {};
+}
+
+std::uint64_t sizeOf(const Transfer& transfer) {
+    if (transfer.status() == 206)
+        if (const auto range = transfer.header("Content-Range"))
+            return number(range->substr(range->rfind('/') + 1)).value_or(0);
+    if (const auto length = transfer.header("Content-Length"))
+        return number(*length).value_or(0);
+    return 0;
 }
 
 fl::ustring shown(const vfs::AbsoluteIRI& location) {

@@ -144,6 +144,15 @@ private:
 // not_a_date_time when it is not one.
 boost::posix_time::ptime dateOf(std::string_view text);
 
+// A header of the final answer, kept beyond the next call.
+std::optional<std::string> headerText(const Transfer& transfer, const char* name);
+// Last-Modified of an answer, or its own Date where the server keeps no time for the item
+// (a bucket, a generated page); not_a_date_time when neither is a date.
+boost::posix_time::ptime lastModifiedOf(const Transfer& transfer);
+// The whole size of the item an answer is about: after the "/" of a 206's Content-Range
+// ("bytes 0-0/1234"), else Content-Length; 0 when the server does not say (chunks).
+std::uint64_t sizeOf(const Transfer& transfer);
+
 // How messages name a location: its IRI text, with the password of "user:password@"
 // replaced by "***".
 fl::ustring shown(const vfs::AbsoluteIRI& location);

@@ -58,10 +58,8 @@ ItemStatus DavProvider::look(const vfs::AbsoluteIRI& location, Facts wanted) con
             if (failure->code != vfs::ResourceNotFound)
                 http::raise(*failure, "probe", location);
         } else {
-            const auto text = [](std::optional<std::string_view> header) {
-                return header ? std::optional<std::string>(*header) : std::nullopt;
-            };
-            setExtended(status, text(head->header("Content-Type")), text(head->header("ETag")));
+            setExtended(status, http::headerText(*head, "Content-Type"),
+                        http::headerText(*head, "ETag"));
         }
         status.facts = Facts::All;
     }

@@ -10,8 +10,6 @@
 #include <fl/i18n.hpp>
 #include <foundation/storage/vfs/Exception.hpp>
 
-#include <curl/curl.h>
-
 #include <boost/url/url.hpp>
 
 #include <array>
@@ -261,11 +259,7 @@ private:
 } // namespace
 } // namespace dav
 
-DavProvider::DavProvider(HttpOptions options) : options_(std::move(options)) {
-    // Once per process, before the first handle; curl would do it less safely on its own.
-    static const CURLcode initialised = curl_global_init(CURL_GLOBAL_DEFAULT);
-    (void)initialised;
-}
+DavProvider::DavProvider(HttpOptions options) : options_(std::move(options)) {}
 
 DavProvider::~DavProvider() = default;
 
@@ -318,8 +312,10 @@ void DavProvider::createFolder(const vfs::AbsoluteIRI& location) const {
 }
 
 std::unique_ptr<InputStream> DavProvider::openForReading(const vfs::AbsoluteIRI& location) const {
-    return std::make_unique<http::BodyReader>(options_, dav::requestFor(location, "GET"), location,
-                                              "open");
+    // A body takes as long as it takes at a fair pace: a large file outlasts any deadline.
+    http::Request request = dav::requestFor(location, "GET");
+    request.wait = http::Wait::Pace;
+    return std::make_unique<http::BodyReader>(options_, request, location, "open");
 }
 
 std::unique_ptr<OutputStream> DavProvider::openForWriting(const vfs::AbsoluteIRI& location,

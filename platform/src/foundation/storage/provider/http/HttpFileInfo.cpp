@@ -7,7 +7,6 @@
 
 #include <foundation/storage/vfs/Exception.hpp>
 
-#include <charconv>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -31,38 +30,6 @@ struct Look {
     std::optional<std::string> etag = {};
 };
 
-std::optional<std::uint64_t> number(std::string_view text) {
-    std::uint64_t value = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (error != std::errc() || end != text.data() + text.size())
-        return std::nullopt;
-    return value;
-}
-
-// Last-Modified, or the answer's own Date where the server keeps no time for the item.
-boost::posix_time::ptime timeOf(const Transfer& transfer) {
-    for (const char* name : {"Last-Modified", "Date"})
-        if (const auto text = transfer.header(name))
-            if (const auto time = http::dateOf(*text); !time.is_not_a_date_time())
-                return time;
-    return {};
-}
-
-// The whole size: after the "/" of Content-Range for the ranged GET ("bytes 0-0/1234"),
-// else Content-Length; 0 when the server does not say (a body sent in chunks).
-std::uint64_t sizeOf(const Transfer& transfer) {
-    if (transfer.status() == 206)
-        if (const auto range = transfer.header("Content-Range"))
-            return number(range->substr(range->rfind('/') + 1)).value_or(0);
-    if (const auto length = transfer.header("Content-Length"))
-        return number(*length).value_or(0);
-    return 0;
-}
-
-std::optional<std::string> text(std::optional<std::string_view> header) {
-    return header ? std::optional<std::string>(*header) : std::nullopt;
-}
-
 // What one request tells; none when it is a HEAD request that the server refuses.
 std::optional<Look> ask(const HttpOptions& options, const vfs::AbsoluteIRI& location, Method method,
                         const char* operation) {
@@ -79,10 +46,10 @@ std::optional<Look> ask(const HttpOptions& options, const vfs::AbsoluteIRI& loca
             http::raise(*failure, operation, location);
         return Look{.missing = failure};
     }
-    return Look{.lastModified = timeOf(transfer),
-                .size = sizeOf(transfer),
-                .contentType = text(transfer.header("Content-Type")),
-                .etag = text(transfer.header("ETag"))};
+    return Look{.lastModified = http::lastModifiedOf(transfer),
+                .size = http::sizeOf(transfer),
+                .contentType = http::headerText(transfer, "Content-Type"),
+                .etag = http::headerText(transfer, "ETag")};
 }
 
 Look lookOnce(const HttpOptions& options, const vfs::AbsoluteIRI& location, const char* operation) {

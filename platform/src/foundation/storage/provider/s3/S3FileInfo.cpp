@@ -5,27 +5,8 @@
 
 #include <foundation/storage/vfs/Exception.hpp>
 
-#include <boost/date_time/posix_time/conversion.hpp>
-
-#include <charconv>
-
 namespace foundation::storage::provider {
 namespace {
-
-std::uint64_t lengthOf(const http::Transfer& transfer) {
-    std::uint64_t size = 0;
-    if (const auto length = transfer.header("Content-Length"))
-        std::from_chars(length->data(), length->data() + length->size(), size);
-    return size;
-}
-
-// Last-Modified, or the answer's own Date for a bucket, which keeps no time of its own.
-boost::posix_time::ptime modifiedOf(const http::Transfer& transfer) {
-    for (const char* name : {"Last-Modified", "Date"})
-        if (const auto text = transfer.header(name))
-            return http::dateOf(*text);
-    return {};
-}
 
 // Whatever the store allows is found out by doing it: S3 tells no permissions.
 ItemStatus found(ItemType type) {
@@ -49,7 +30,7 @@ ItemStatus S3Provider::look(const vfs::AbsoluteIRI& location, Facts) const {
         if (transfer->failure())
             s3::raiseAnswer(*transfer, "probe", location);
         ItemStatus status = found(ItemType::Folder);
-        status.lastModified = modifiedOf(*transfer);
+        status.lastModified = http::lastModifiedOf(*transfer);
         return status;
     }
     if (!place.key.ends_with('/')) {
@@ -60,8 +41,8 @@ ItemStatus S3Provider::look(const vfs::AbsoluteIRI& location, Facts) const {
             s3::raiseAnswer(*transfer, "probe", location);
         if (!transfer->failure()) {
             ItemStatus status = found(ItemType::File);
-            status.size = lengthOf(*transfer);
-            status.lastModified = modifiedOf(*transfer);
+            status.size = http::sizeOf(*transfer);
+            status.lastModified = http::lastModifiedOf(*transfer);
             for (const auto& [header, name] :
                  {std::pair{"Content-Type", "http.contentType"}, std::pair{"ETag", "http.etag"}})
                 if (const auto value = transfer->header(header))

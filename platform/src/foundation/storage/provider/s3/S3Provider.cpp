@@ -37,6 +37,10 @@ std::unique_ptr<http::Transfer> ask(const S3Options& options, const Place& place
     http::Request request =
         s3::requestFor(options, place, std::move(method), query, std::move(body));
     request.headers.insert(request.headers.end(), headers.begin(), headers.end());
+    // A request that sends a body (an object, a part of up to 8 MiB) is bounded by its pace:
+    // the deadline is for those that move none.
+    if (!request.body.empty())
+        request.wait = http::Wait::Pace;
     return http::Transfer::answered(options.http, request);
 }
 
@@ -125,7 +129,8 @@ private:
             http::raise({vfs::IOError, "the rest was not sent as a range"}, "read", location_);
     }
 
-    const S3Options& options_;
+    // A copy: a stream may outlive the provider that opened it.
+    const S3Options options_;
     Place place_;
     vfs::AbsoluteIRI location_;
     std::unique_ptr<http::Transfer> transfer_;
@@ -140,10 +145,10 @@ private:
 class ObjectWriter : public OutputStream {
 public:
     ObjectWriter(const S3Provider& provider, vfs::AbsoluteIRI location, vfs::WriteMode mode)
-        : provider_(provider), options_(provider.options()), place_(objectAt(location, "write")),
+        : options_(provider.options()), place_(objectAt(location, "write")),
           location_(std::move(location)), mode_(mode) {
         // An object or a folder of the name.
-        if (mode_ == vfs::WriteMode::create && provider_.probe(location_).type != ItemType::Nothing)
+        if (mode_ == vfs::WriteMode::create && provider.probe(location_).type != ItemType::Nothing)
             refuse();
     }
     ~ObjectWriter() override { abort(); }
@@ -227,8 +232,8 @@ private:
         }
     }
 
-    const S3Provider& provider_;
-    const S3Options& options_;
+    // A copy: a stream may outlive the provider that opened it.
+    const S3Options options_;
     Place place_;
     vfs::AbsoluteIRI location_;
     vfs::WriteMode mode_;
@@ -246,6 +251,10 @@ S3Provider::~S3Provider() = default;
 
 std::vector<std::string> S3Provider::schemes() const {
     return {remote::s3Schemes.begin(), remote::s3Schemes.end()};
+}
+
+fl::ustring S3Provider::describe(const vfs::AbsoluteIRI& location) const {
+    return http::shown(location);
 }
 
 void S3Provider::createFile(const vfs::AbsoluteIRI& location) const {

@@ -27,6 +27,8 @@ public:
     std::uint64_t listRequests() const noexcept { return listRequests_.load(); }
 
     std::vector<std::string> schemes() const override;
+    // The IRI text, a password in it shown as "***".
+    fl::ustring describe(const vfs::AbsoluteIRI& location) const override;
     // "s3://bucket/key/" is a folder when its marker object or anything below it exists;
     // "s3://bucket/key" is the object when there is one (one HEAD request), else the same
     // folder. The object's HEAD tells every fact.
