@@ -102,26 +102,37 @@ std::optional<Tree> treeBelow(const foundation::storage::vfs::CanonicalAbsoluteI
     return tree;
 }
 
-// The entries of the folder at `path` in `tree`, in the order listFolder writes them.
-void writeTree(Output& out, const Tree& tree, const fl::ustring& path,
-               const foundation::storage::vfs::CanonicalAbsoluteIRI& folder,
-               const LsArguments& arguments) {
+// `entries` of `folder`, each named by its IRI; with recursion, what a folder holds (written
+// by `descend`) comes before the folder, as the file list creator orders entries.
+template <class Descend>
+void writeEntries(Output& out,
+                  const std::vector<foundation::storage::provider::FolderEntry>& entries,
+                  const foundation::storage::vfs::CanonicalAbsoluteIRI& folder,
+                  const LsArguments& arguments, Descend descend) {
     namespace vfs = foundation::storage::vfs;
-    const auto found = tree.find(path);
-    if (found == tree.end())
-        return;
-    for (const auto& entry : found->second) {
+    for (const auto& entry : entries) {
         const fl::ustring iri = vfs::CanonicalAbsoluteIRI(folder, entry.name).toString();
-        if (entry.type == foundation::storage::provider::ItemType::Folder)
-            writeTree(out, tree, path.empty() ? entry.name : path + u"/" + entry.name,
-                      vfs::CanonicalAbsoluteIRI(iri + u"/"), arguments);
+        if (arguments.recursive && entry.type == foundation::storage::provider::ItemType::Folder)
+            descend(entry.name, vfs::CanonicalAbsoluteIRI(iri + u"/"));
         writeEntry(out, iri, arguments.iri ? &iri : nullptr, arguments.json);
     }
 }
 
-// The entries of a folder of any storage that match `filter`, each named by its IRI; with
-// recursion what a folder holds comes before the folder, as the file list creator orders
-// entries. Links are not entered. A whole folder listed recursively is read as one tree
+// The entries of the folder at `path` in `tree`, in the order listFolder writes them.
+void writeTree(Output& out, const Tree& tree, const fl::ustring& path,
+               const foundation::storage::vfs::CanonicalAbsoluteIRI& folder,
+               const LsArguments& arguments) {
+    const auto found = tree.find(path);
+    if (found == tree.end())
+        return;
+    writeEntries(
+        out, found->second, folder, arguments, [&](const fl::ustring& name, const auto& inner) {
+            writeTree(out, tree, path.empty() ? name : path + u"/" + name, inner, arguments);
+        });
+}
+
+// The entries of a folder of any storage that match `filter` (writeEntries). Links are not
+// entered. A whole folder listed recursively is read as one tree
 // where the storage can list one.
 void listFolder(Output& out, const foundation::storage::vfs::CanonicalAbsoluteIRI& folder,
                 const fl::ustring& filter, const LsArguments& arguments) {
@@ -150,12 +161,9 @@ void listFolder(Output& out, const foundation::storage::vfs::CanonicalAbsoluteIR
         if (error.getErrorCode() != vfs::ResourceNotFound)
             throw;
     }
-    for (const auto& entry : entries) {
-        const fl::ustring iri = vfs::CanonicalAbsoluteIRI(folder, entry.name).toString();
-        if (arguments.recursive && entry.type == foundation::storage::provider::ItemType::Folder)
-            listFolder(out, vfs::CanonicalAbsoluteIRI(iri + u"/"), u"", arguments);
-        writeEntry(out, iri, arguments.iri ? &iri : nullptr, arguments.json);
-    }
+    writeEntries(out, entries, folder, arguments, [&](const fl::ustring&, const auto& inner) {
+        listFolder(out, inner, u"", arguments);
+    });
 }
 
 // An IRI pattern: its folder is listed by the storage of its scheme, the last segment being
