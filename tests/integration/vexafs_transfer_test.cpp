@@ -18,6 +18,7 @@ namespace {
 using ::testing::AllOf;
 using ::testing::HasSubstr;
 using ::testing::MatchesRegex;
+using ::testing::Not;
 using vexa::testing::contentOf;
 using vexa::testing::contentsUnder;
 using vexa::testing::refused;
@@ -86,6 +87,9 @@ TEST(VexafsTransfer, CopiesMovesAndRemovals) {
         {{"cp", share.url("/files/notes.txt"), dir / "fromShare"}, 0, ""},
         {{"cp", on("a.txt"), on("b.txt")}, 0, ""},
         {{"--ca-file", share.caFile(), "cp", dir / "a.txt", share.secureUrl("/work/s.txt")}, 0, ""},
+        {{"cp", dir / "a.txt", share.urlAs("s3cret", "/private/p.txt"), "--json"},
+         0,
+         AllOf(HasSubstr("\"target\": \"dav://me:***@"), Not(HasSubstr("s3cret")))},
         refused({"cp", share.url("/files/missing"), on("x")}, identifier("resourceNotFound")),
         {{"mv", on("b.txt"), on("c.txt")}, 0, ""},
         refused({"mv", on("c.txt"), on("a.txt")}, identifier("resourceAlreadyExists")),
@@ -134,6 +138,7 @@ TEST(VexafsTransfer, CopiesMovesAndRemovals) {
     EXPECT_EQ(contentOf(dir / "fromShare"), "hello\n");
     EXPECT_EQ(contentOf(shared + "a.txt"), "alpha");
     EXPECT_EQ(contentOf(shared + "s.txt"), "alpha");
+    EXPECT_EQ(contentOf(share.content() + "/private/p.txt"), "alpha");
     EXPECT_EQ(contentOf(shared + "tree/sub/leaf"), "x");
     EXPECT_EQ(contentOf(shared + "tree/link"), "x");
     EXPECT_TRUE(std::filesystem::is_directory(shared + "made"));

@@ -58,7 +58,8 @@ void copy(const CopyArguments& arguments) {
     }
     if (arguments.json) {
         Record record{fl::i18n::to_ustring(arguments.source), {}};
-        record.add("target", target.toString())
+        // The target as messages name it: a password in its IRI shown as "***".
+        record.add("target", storage->describe(target))
             .add("files", static_cast<std::int64_t>(progress->files()))
             .add("bytes", static_cast<std::int64_t>(progress->bytes()))
             .add("seconds", progress->seconds());
