@@ -345,7 +345,7 @@ TEST_F(Storage, RenamedAndRemoved) {
     }
 }
 
-// A provider that implements only the look and the listing, and says no more than "nothing"
+// A provider that implements only the look and the listings, and says no more than "nothing"
 // about anything; below "/refused" it fails by throwing alone, leaving nothing pending
 // itself, and so does the second page of "/pages".
 struct LookOnlyProvider : provider::StorageProvider {
@@ -358,6 +358,9 @@ struct LookOnlyProvider : provider::StorageProvider {
                                                       const fl::ustring&) const override {
         refuseBelow(at, u"mem://h/refused");
         return std::make_unique<OnePageThenRefused>(*this, at);
+    }
+    std::unique_ptr<provider::FolderCursor> listTree(const AbsoluteIRI& at) const override {
+        return listPages(at, u"");
     }
 
     void refuseBelow(const AbsoluteIRI& at, fl::ustring_view prefix) const {
@@ -417,6 +420,13 @@ TEST(StorageSystem, ProvidersByScheme) {
              const auto pages = vfs::Folder(iriOf("mem://h/pages"), storage).listPages(u"");
              EXPECT_EQ(pages->next().size(), 1u);
              pages->next();
+         },
+         "list"},
+        {[&] { vfs::Folder(refused, storage).listTree(); }, "list"},
+        {[&] {
+             const auto tree = vfs::Folder(iriOf("mem://h/pages"), storage).listTree();
+             EXPECT_EQ(tree->next().size(), 1u);
+             tree->next();
          },
          "list"},
     };

@@ -82,9 +82,9 @@ fl::ustring iriForm(std::string_view uriText) {
 using Tree = std::map<fl::ustring, std::vector<foundation::storage::provider::FolderEntry>>;
 
 std::optional<Tree> treeBelow(const foundation::storage::vfs::CanonicalAbsoluteIRI& folder) {
-    const auto cursor =
-        Quarrow::VexaStorageSystem::GetStorageSystemReference()->providerFor(folder)->listTree(
-            folder);
+    const auto cursor = foundation::storage::vfs::Folder(
+                            folder, Quarrow::VexaStorageSystem::GetStorageSystemReference())
+                            .listTree();
     if (!cursor)
         return std::nullopt;
     Tree tree;

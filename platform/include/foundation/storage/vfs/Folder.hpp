@@ -28,6 +28,10 @@ public:
     // of a large folder holds one page at a time. A failure, whether the folder cannot be
     // opened or a later page cannot be read, is recorded as every storage failure is.
     std::unique_ptr<provider::FolderCursor> listPages(const fl::ustring& filter) const;
+    // Every item below the folder at any depth, each named by its path below it ("a/b.txt"),
+    // where the store lists a whole tree in fewer requests than folder by folder (an object
+    // store's keys); none where it does not. Failures are recorded as listPages's are.
+    std::unique_ptr<provider::FolderCursor> listTree() const;
     // Makes the folder and every missing folder above it. A folder that is there already is
     // left as it is; anything else standing in the way fails (ResourceAlreadyExists for the
     // folder itself, NotAFolder for a file on the way).

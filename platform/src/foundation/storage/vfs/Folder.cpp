@@ -74,6 +74,15 @@ std::unique_ptr<provider::FolderCursor> Folder::listPages(const fl::ustring& fil
     return std::make_unique<RecordedCursor>(std::move(provider), getLocation(), std::move(pages));
 }
 
+std::unique_ptr<provider::FolderCursor> Folder::listTree() const {
+    auto provider = this->provider();
+    auto pages = atBoundary(*provider, getLocation(), "list",
+                            [&] { return provider->listTree(getLocation()); });
+    if (!pages)
+        return nullptr;
+    return std::make_unique<RecordedCursor>(std::move(provider), getLocation(), std::move(pages));
+}
+
 std::vector<provider::FolderEntry> Folder::listEntries(const fl::ustring& filter) const {
     std::vector<provider::FolderEntry> entries;
     const auto cursor = listPages(filter);
