@@ -867,6 +867,9 @@ for argument in sys.argv[1:]:
                                  "HEAD /bucket/a%20b%2Bc%25%23%3F%C3%BC~.txt", "HEAD /bucket/x//y",
                                  "HEAD /bucket/%28paren%29%27%21%2A%2C%3B%3D%26%40%24%3A",
                                  "PUT /bucket/new%20file.txt"));
+        // A put waits for no "100 Continue", a round trip per object.
+        EXPECT_THAT(scripted.requestTexts().back(),
+                    ::testing::Not(::testing::HasSubstr("\r\nExpect:")));
     }
 }
 

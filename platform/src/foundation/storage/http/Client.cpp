@@ -77,6 +77,14 @@ bool Request::repeatable() const {
     return false;
 }
 
+bool Request::typed() const {
+    constexpr std::string_view name = "content-type:";
+    return std::any_of(headers.begin(), headers.end(), [&](const std::string& line) {
+        return fl::ascii::startsWithIgnoringCase(line, name) &&
+               line.find_first_not_of(" \t", name.size()) != std::string::npos;
+    });
+}
+
 Request requestFor(const vfs::AbsoluteIRI& location, std::string method) {
     Request request;
     request.method = std::move(method);
@@ -143,11 +151,17 @@ Transfer::Transfer(const HttpOptions& options, Request request) : request_(std::
     const bool sendsBody = request_.streamedBody || !request_.body.empty() ||
                            request_.method == "PUT" || request_.method == "POST";
     const bool isSigned = !request_.credentials.awsSigV4.empty();
+    const bool typed = request_.typed();
     if (request_.method == "HEAD")
         curl_easy_setopt(easy, CURLOPT_NOBODY, 1L);
     else if (request_.method != "GET")
         curl_easy_setopt(easy, CURLOPT_CUSTOMREQUEST, request_.method.c_str());
-    if (sendsBody && !request_.streamedBody && !isSigned) {
+    // A signed request must carry no header that curl would sign and then not send: the
+    // removals ("Content-Type:", "Expect:") that a body sent with the headers needs. With a
+    // type of the caller's, such a body needs none: curl adds no "Expect" to a body of up to
+    // 1 MiB sent this way, where one read through the callback waits a round trip for "100
+    // Continue" (and makes the server answer it) on every object put.
+    if (sendsBody && !request_.streamedBody && (!isSigned || typed)) {
         // Sent from memory with the headers, in one write where it is small (a PROPFIND's
         // XML): a body read through the callback goes in a write of its own, which costs
         // the server a second wakeup on every request. curl repeats it as it needs.
@@ -155,14 +169,10 @@ Transfer::Transfer(const HttpOptions& options, Request request) : request_(std::
                          static_cast<curl_off_t>(request_.body.size()));
         curl_easy_setopt(easy, CURLOPT_POSTFIELDS, request_.body.data());
         // Without a type of the caller's, none: curl would call the body a form.
-        if (std::none_of(request_.headers.begin(), request_.headers.end(),
-                         [](const std::string& line) {
-                             return fl::ascii::startsWithIgnoringCase(line, "Content-Type:");
-                         }))
+        if (!typed)
             headers_->add("Content-Type:");
     } else if (sendsBody) {
-        // Pulled through onSend: a streamed body, and a signed one, whose request must carry
-        // no header that curl would sign and then not send (the removals of the other way).
+        // Pulled through onSend: a streamed body, and a signed one without a type.
         curl_easy_setopt(easy, CURLOPT_UPLOAD, 1L);
         curl_easy_setopt(easy, CURLOPT_READFUNCTION, &Transfer::onSend);
         curl_easy_setopt(easy, CURLOPT_READDATA, this);

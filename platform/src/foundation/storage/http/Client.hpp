@@ -58,6 +58,8 @@ struct Request {
     // Whether sending it twice does no harm: HEAD, GET, PROPFIND, OPTIONS, DELETE, and a PUT
     // whose body is `body`. Others (MKCOL, MOVE, POST, a streamed PUT) are made once.
     bool repeatable() const;
+    // Whether `headers` give the body a type: a Content-Type with a value.
+    bool typed() const;
 };
 
 // A request for `location` by `method`: its URI text as the URL.

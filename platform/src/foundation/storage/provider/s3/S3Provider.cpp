@@ -37,6 +37,11 @@ std::unique_ptr<http::Transfer> ask(const S3Options& options, const Place& place
     http::Request request =
         s3::requestFor(options, place, std::move(method), query, std::move(body));
     request.headers.insert(request.headers.end(), headers.begin(), headers.end());
+    // An object's bytes typed as S3 types those put without a type. A typed body goes out
+    // with the headers, without the "Expect: 100-continue" round trip a signed body read
+    // through a callback costs (see the HTTP client).
+    if (!request.body.empty() && !request.typed())
+        request.headers.emplace_back("Content-Type: binary/octet-stream");
     // A request that sends a body (an object, a part of up to 8 MiB) is bounded by its pace:
     // the deadline is for those that move none.
     if (!request.body.empty())
