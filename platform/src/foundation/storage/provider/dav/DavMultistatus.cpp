@@ -8,6 +8,7 @@
 
 #include <charconv>
 #include <climits>
+#include <cstring>
 #include <random>
 
 namespace foundation::storage::provider::dav {
@@ -33,11 +34,13 @@ enum class Element {
     Etag,
 };
 
-Element elementOf(std::string_view name) {
+Element elementOf(const char* name) {
+    // Tested before the name is measured: most names in an answer are DAV: ones, but a
+    // name of another namespace may be long.
     constexpr std::string_view dav = "DAV:|";
-    if (!name.starts_with(dav))
+    if (std::strncmp(name, dav.data(), dav.size()) != 0)
         return Element::Other;
-    name.remove_prefix(dav.size());
+    const std::string_view local(name + dav.size());
     static constexpr std::pair<std::string_view, Element> known[] = {
         {"response", Element::Response},
         {"href", Element::Href},
@@ -52,9 +55,25 @@ Element elementOf(std::string_view name) {
         {"getetag", Element::Etag},
     };
     for (const auto& [text, element] : known)
-        if (name == text)
+        if (local == text)
             return element;
     return Element::Other;
+}
+
+// Whether an element's text is a value the reader keeps: the others hold only elements, and
+// the white space between them is not worth gathering.
+bool holdsValue(Element element) {
+    switch (element) {
+    case Element::Href:
+    case Element::Status:
+    case Element::ContentLength:
+    case Element::LastModified:
+    case Element::ContentType:
+    case Element::Etag:
+        return true;
+    default:
+        return false;
+    }
 }
 
 // The number of an HTTP status line ("HTTP/1.1 404 Not Found"); 0 when there is none.
@@ -214,8 +233,8 @@ struct MultistatusReader::State {
 
     static void text(void* self, const XML_Char* data, int length) {
         auto& state = *static_cast<State*>(self);
-        // Only the leaves the reader keeps gather text; a long skipped value costs nothing.
-        if (!state.open.empty() && state.open.back() != Element::Other)
+        // Only the values the reader keeps gather text; a long skipped value costs nothing.
+        if (!state.open.empty() && holdsValue(state.open.back()))
             state.characters.append(data, static_cast<std::size_t>(length));
     }
 
