@@ -27,6 +27,7 @@ struct Sent {
     // Pieces pushed with send() one after another, instead of `body`.
     std::vector<std::string> pieces = {};
     bool lengthKnown = false;
+    bool withPassword = false; // as user "me" with the server's password
 };
 
 struct Expected {
@@ -73,6 +74,12 @@ TEST(HttpClient, MethodsHeadersBodiesAndCodes) {
         {{"GET", "/status/407"}, {407, vfs::PermissionDenied}},
         {{"GET", "/status/410"}, {410, vfs::ResourceNotFound}},
         {{"GET", "/status/418"}, {418, vfs::IOError}},
+        // A streamed body with a password: the first waits for the server's 401 before it
+        // sends anything; the scheme learned, the second sends its password at once.
+        {{"PUT", "/dav/private/a.txt", {}, {}, {"one ", "two"}, false, true},
+         {201, {}, {}, "dav/private/a.txt", "one two"}},
+        {{"PUT", "/dav/private/b.txt", {}, {}, {"three"}, false, true},
+         {201, {}, {}, "dav/private/b.txt", "three"}},
     };
     http::HttpOptions options;
     options.attempts = 1;
@@ -83,6 +90,10 @@ TEST(HttpClient, MethodsHeadersBodiesAndCodes) {
         request.url = server.url(sent.path);
         request.headers = sent.headers;
         request.body = sent.body;
+        if (sent.withPassword) {
+            request.credentials.user = "me";
+            request.credentials.password = "s3cret";
+        }
         std::unique_ptr<http::Transfer> transfer;
         if (!sent.pieces.empty()) {
             request.streamedBody = true;
@@ -115,6 +126,8 @@ TEST(HttpClient, MethodsHeadersBodiesAndCodes) {
                 EXPECT_FALSE(std::filesystem::exists(file));
         }
     }
+    EXPECT_EQ(server.requests("/dav/private/a.txt", 401), 1u);
+    EXPECT_EQ(server.requests("/dav/private/b.txt", 401), 0u);
 }
 
 } // namespace

@@ -166,14 +166,17 @@ public:
 
     // The certificate that makes the https port trusted.
     std::string caFile() const { return dir_ / "cert.pem"; }
-    // How many requests for `path` (as the request line names it) the server has answered.
-    std::size_t requests(std::string_view path) const {
+    // How many requests for `path` (as the request line names it) the server has answered,
+    // with `status` only where one is given.
+    std::size_t requests(std::string_view path, int status = 0) const {
         std::string requestLine(1, ' ');
         requestLine.append(path).append(" HTTP/");
+        const std::string answer = "\" " + std::to_string(status) + " ";
         std::ifstream in(dir_ / "access.log");
         std::size_t count = 0;
         for (std::string line; std::getline(in, line);)
-            count += line.find(requestLine) != std::string::npos;
+            count += line.find(requestLine) != std::string::npos &&
+                     (status == 0 || line.find(answer) != std::string::npos);
         return count;
     }
 
@@ -221,7 +224,7 @@ private:
         // Whatever user nginx serves as reads the tree: the temporary folder is private.
         std::filesystem::permissions(dir_.path(), std::filesystem::perms(0755));
         std::filesystem::create_directories(dir_.path() / "temp");
-        std::filesystem::create_directories(dir_.path() / "www" / "dav");
+        std::filesystem::create_directories(dir_.path() / "www" / "dav" / "private");
     }
 
     // Paths are relative to the prefix (-p): the folder of this server.
@@ -231,6 +234,8 @@ private:
         for (const char* code :
              {"204", "206", "300", "302", "401", "403", "404", "407", "410", "418", "500"})
             statuses += std::string("location = /status/") + code + " { return " + code + "; }\n";
+        // /dav/private/ asks for a password: user "me", password "s3cret".
+        std::ofstream(dir_ / "htpasswd") << "me:{PLAIN}s3cret\n";
         std::ofstream(dir_ / "nginx.conf") << nginxHead("ngx_http_echo_module.so") << R"(
     types { text/plain txt; text/csv csv; text/html html; }
     default_type application/octet-stream;
@@ -269,6 +274,11 @@ private:
         location /whole/ { limit_rate_after 10000; limit_rate 1; }
         location = /connection { return 200 "$connection"; }
         location /dav/ { dav_methods PUT DELETE MKCOL MOVE; client_max_body_size 0; }
+        location /dav/private/ {
+            dav_methods PUT DELETE MKCOL MOVE;
+            auth_basic share;
+            auth_basic_user_file htpasswd;
+        }
         location = /echo {
             echo_read_request_body;
             echo -n "$request_method $http_x_probe $request_body";

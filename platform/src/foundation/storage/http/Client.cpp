@@ -18,6 +18,8 @@
 #include <charconv>
 #include <cstring>
 #include <ctime>
+#include <map>
+#include <mutex>
 #include <new>
 #include <random>
 #include <stdexcept>
@@ -38,6 +40,45 @@ constexpr std::size_t bufferLimit = 64 * 1024;
 // The longest wait on the sockets between two looks at the transfer; curl's own timers
 // (timeouts, the low-speed check) end a wait sooner.
 constexpr int pollMilliseconds = 1000;
+
+// The authentication scheme each server asks for, by origin ("http://host:port"), learned
+// from its first 401. Offered Basic and Digest both, curl sends a request without
+// credentials to see which the server wants, every time: a second round trip for each
+// request, and a streamed body sent before the 401 arrives cannot be sent again. Offered
+// the one scheme the server asked for, curl sends Basic credentials at once, and probes for
+// Digest's challenge without a body.
+class Schemes {
+public:
+    static Schemes& known() {
+        static Schemes schemes;
+        return schemes;
+    }
+    // The scheme for `url`'s server; none (0) before it has asked for one.
+    long of(std::string_view url) {
+        const std::lock_guard lock(mutex_);
+        const auto found = byOrigin_.find(originOf(url));
+        return found == byOrigin_.end() ? 0 : found->second;
+    }
+    // What a 401 of `url`'s server offered (curl's CURLINFO_HTTPAUTH_AVAIL).
+    void learn(std::string_view url, long offered) {
+        const long scheme = (offered & CURLAUTH_DIGEST)  ? CURLAUTH_DIGEST
+                            : (offered & CURLAUTH_BASIC) ? CURLAUTH_BASIC
+                                                         : 0;
+        if (scheme == 0)
+            return;
+        const std::lock_guard lock(mutex_);
+        byOrigin_[originOf(url)] = scheme;
+    }
+
+private:
+    static std::string originOf(std::string_view url) {
+        const auto scheme = url.find("://");
+        return std::string(url.substr(0, url.find('/', scheme == url.npos ? 0 : scheme + 3)));
+    }
+
+    std::mutex mutex_;
+    std::map<std::string, long, std::less<>> byOrigin_;
+};
 
 } // namespace
 
@@ -135,16 +176,18 @@ Transfer::Transfer(const HttpOptions& options, Request request) : request_(std::
     curl_easy_setopt(easy, CURLOPT_WRITEDATA, this);
 
     const Credentials& who = request_.credentials;
+    authenticates_ = who.awsSigV4.empty() && (!who.user.empty() || who.netrc);
+    const long scheme = authenticates_ ? Schemes::known().of(request_.url) : 0;
     if (!who.awsSigV4.empty())
         curl_easy_setopt(easy, CURLOPT_AWS_SIGV4, who.awsSigV4.c_str());
-    else if (!who.user.empty())
-        curl_easy_setopt(easy, CURLOPT_HTTPAUTH, CURLAUTH_BASIC | CURLAUTH_DIGEST);
+    else if (authenticates_)
+        curl_easy_setopt(easy, CURLOPT_HTTPAUTH,
+                         scheme != 0 ? scheme : CURLAUTH_BASIC | CURLAUTH_DIGEST);
     if (!who.user.empty()) {
         curl_easy_setopt(easy, CURLOPT_USERNAME, who.user.c_str());
         curl_easy_setopt(easy, CURLOPT_PASSWORD, who.password.c_str());
     } else if (who.netrc) {
         curl_easy_setopt(easy, CURLOPT_NETRC, static_cast<long>(CURL_NETRC_OPTIONAL));
-        curl_easy_setopt(easy, CURLOPT_HTTPAUTH, CURLAUTH_BASIC | CURLAUTH_DIGEST);
     }
 
     // PUT and POST always carry a body, if an empty one: servers want its length.
@@ -187,9 +230,11 @@ Transfer::Transfer(const HttpOptions& options, Request request) : request_(std::
     // The body goes at once, not after a second's wait for "100 Continue". A signed request
     // does without the header's removal ("Expect:"): curl 7.88 signs it as a header that is
     // then never sent, a signature S3 refuses.
+    // A streamed body to a server whose scheme is not known yet waits for "100 Continue":
+    // the 401 that tells the scheme comes before any of the body is sent.
     if (sendsBody && isSigned)
         curl_easy_setopt(easy, CURLOPT_EXPECT_100_TIMEOUT_MS, 0L);
-    else if (sendsBody)
+    else if (sendsBody && !(request_.streamedBody && authenticates_ && scheme == 0))
         headers_->add("Expect:");
     if (!request_.range.empty())
         curl_easy_setopt(easy, CURLOPT_RANGE, request_.range.c_str());
@@ -272,6 +317,13 @@ std::optional<std::chrono::milliseconds> Transfer::retryWait(const HttpOptions& 
 }
 
 Transfer::~Transfer() {
+    if (authenticates_) {
+        long offered = 0;
+        if (curl_easy_getinfo(session_->easy.get(), CURLINFO_HTTPAUTH_AVAIL, &offered) ==
+                CURLE_OK &&
+            offered != 0)
+            Schemes::known().learn(request_.url, offered);
+    }
     // An unfinished transfer's connection is closed here; a finished one's stays cached.
     curl_multi_remove_handle(session_->multi.get(), session_->easy.get());
     // The header list dies with this transfer: the handle must not point at it.

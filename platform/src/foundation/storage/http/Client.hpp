@@ -131,7 +131,8 @@ private:
     std::unique_ptr<HeaderList> headers_;
     // The body sent: request_.body, or what send() is sending.
     std::string_view outgoing_;
-    bool bodyEnded_ = false; // a streamed body's end was given
+    bool authenticates_ = false; // with a user's password (given, or from ~/.netrc)
+    bool bodyEnded_ = false;     // a streamed body's end was given
     bool sendPaused_ = false;
     std::string buffer_; // the answer's body, received and not yet read
     std::size_t taken_ = 0;
