@@ -41,24 +41,38 @@ struct ResolutionRecord {
     ExistenceTypeExtended existence = provider::ExistsAsNothing;
 };
 
-// The location `text` names, read as IRI text or as a native path; none for text that can
-// name no location, which resolves to nothing rather than to an error.
-std::optional<vfs::AbsoluteIRI> makeIRI(const fl::ustring& text, bool isIRI) {
+// Puts in `iri` the location `text` names, read as IRI text or as a native path, and in
+// `native` that native path (empty for IRI text): it is the location's native text, given
+// back unchanged by the way back from the IRI. Both are left empty for text that can name no
+// location, which resolves to nothing rather than to an error. The location is made where it
+// stays, since a move of one costs a good part of making it.
+bool makeIRI(std::optional<vfs::AbsoluteIRI>& iri, fl::ustring& native, const fl::ustring& text,
+             bool isIRI) {
+    iri.reset();
+    native.clear();
     return virtualfileio::answeringFailures(
-        [&]() -> std::optional<vfs::AbsoluteIRI> {
-            if (isIRI)
-                return vfs::AbsoluteIRI(text);
-            return vfs::toAbsoluteIRI(
-                u"file", text.empty() ? text : fs::detail::make_native_form(text, true));
+        [&] {
+            if (isIRI) {
+                iri.emplace(text);
+                return true;
+            }
+            native = text.empty() ? text : fs::detail::make_native_form(text, true);
+            // Text that starts with "/" is read as a native path.
+            if (native.empty() || native.front() != u'/')
+                vfs::toAbsoluteIRI(u"file", native); // refuses it, as it refuses every other
+            iri.emplace(native);
+            return true;
         },
-        [&]() -> std::optional<vfs::AbsoluteIRI> {
+        [&] {
             try {
                 throw;
             } catch (const vfs::Exception&) {
             } catch (const vfs::InvalidIRIException&) {
             }
             log::logCaughtException();
-            return std::nullopt;
+            iri.reset();
+            native.clear();
+            return false;
         });
 }
 
@@ -82,8 +96,9 @@ public:
     virtual PathCandidate resolve() const = 0;
 
     // Shared by every resolver: from the candidate to the location, what is there, and the
-    // text to show for it.
-    ResolutionRecord run() const;
+    // text to show for it, in `record`; the location is made in place there. False, with
+    // `record` as it was made, when the input names nothing.
+    bool run(ResolutionRecord& record) const;
 
 protected:
     // The input made absolute as a local path (normalised as a URL when it is one).
@@ -143,49 +158,48 @@ class URLPathResolver final : public PathResolver {
 public:
     using PathResolver::PathResolver;
     PathCandidate resolve() const override {
-        const auto iri = makeIRI(prepared(ResolveSymbolicLinks::Literal), true);
-        if (!iri)
+        std::optional<vfs::AbsoluteIRI> iri;
+        fl::ustring native;
+        if (!makeIRI(iri, native, prepared(ResolveSymbolicLinks::Literal), true))
             return {};
         return {iri->getResolvedIRI().toString(), true, false};
     }
 };
 
-ResolutionRecord PathResolver::run() const {
+bool PathResolver::run(ResolutionRecord& record) const {
     const PathCandidate candidate = resolve();
     if (candidate.path.empty())
-        return {};
-    std::optional<vfs::AbsoluteIRI> iri = makeIRI(candidate.path, candidate.isIRI);
-    if (!iri)
-        return {};
+        return false;
+    std::optional<vfs::AbsoluteIRI>& iri = record.iri;
+    fl::ustring native;
+    if (!makeIRI(iri, native, candidate.path, candidate.isIRI))
+        return false;
     ExistenceTypeExtended existence = getExtendedExistenceType(*iri, false);
     if (existence == provider::ExistsAsNothing && candidate.wasRelative) {
         const PathCandidate found = searchByName(input_);
-        if (found.path.empty())
-            return {};
-        iri = makeIRI(found.path, found.isIRI);
-        if (!iri)
-            return {};
+        if (found.path.empty() || !makeIRI(iri, native, found.path, found.isIRI))
+            return false;
         existence = getExtendedExistenceType(*iri, false);
     }
     if (isSymlink(existence) && options_.resolveSymbolicLinks) {
         // A link that cannot be followed leads to nothing. The existence keeps the link's
         // value, so that the kind still tells a link was followed.
-        const fl::ustring linkPath = nativeTextOf(*iri);
+        const fl::ustring linkPath = native.empty() ? nativeTextOf(*iri) : native;
         const auto target = answerOr(std::optional<fl::ustring>(), [&] {
             return std::optional<fl::ustring>(fs::canonical(linkPath, {}));
         });
-        iri = target ? makeIRI(*target, false) : std::nullopt;
-        if (!iri)
-            return {};
+        if (!target || !makeIRI(iri, native, *target, false))
+            return false;
     }
     if (existence == provider::ExistsAsNothing)
-        return {};
-    fl::ustring text;
+        return false;
+    const auto nativeText = [&] { return native.empty() ? nativeTextOf(*iri) : std::move(native); };
     if (!isURL_)
-        text = keepInputPath_ ? input_ : nativeTextOf(*iri);
+        record.path = keepInputPath_ ? input_ : nativeText();
     else
-        text = options_.nativePathForIRI ? nativeTextOf(*iri) : iri->toString();
-    return {std::move(text), std::move(iri), existence};
+        record.path = options_.nativePathForIRI ? nativeText() : iri->toString();
+    record.existence = existence;
+    return true;
 }
 
 std::unique_ptr<PathResolver> makeResolver(const fl::ustring& path,
@@ -214,14 +228,18 @@ ResolvedPathKind kindOf(ExistenceTypeExtended existence, bool followingLinks) {
     }
 }
 
-ResolutionRecord resolveRecord(const fl::ustring& path, const ResolvePathOptions& options) {
-    return makeResolver(path, options)->run();
+// The record of what `path` names; an empty one when it names nothing.
+void resolveRecord(ResolutionRecord& record, const fl::ustring& path,
+                   const ResolvePathOptions& options) {
+    if (!makeResolver(path, options)->run(record))
+        record = {};
 }
 
 } // namespace
 
 ResolvedPath resolvePath(const fl::ustring& path, const ResolvePathOptions& options) {
-    ResolutionRecord record = resolveRecord(path, options);
+    ResolutionRecord record;
+    resolveRecord(record, path, options);
     return {std::move(record.path), kindOf(record.existence, options.resolveSymbolicLinks)};
 }
 
@@ -229,7 +247,8 @@ ResolvedPathAttributes resolvePathWithAttributes(const fl::ustring& path,
                                                  const ResolvePathOptions& options) {
     // The look that found the item also answers its attributes, where it holds them.
     const vfs::SharedLooks oneLookPerItem;
-    ResolutionRecord record = resolveRecord(path, options);
+    ResolutionRecord record;
+    resolveRecord(record, path, options);
     ResolvedPathAttributes resolved{
         std::move(record.path), kindOf(record.existence, options.resolveSymbolicLinks), {}};
     const vfs::StorageSystemReference storage =
