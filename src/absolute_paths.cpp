@@ -5,6 +5,7 @@
 #include <Quarrow/VexaStorageSystem.hpp>
 #include <fl/filesystem.hpp>
 #include <fl/filesystemSharedFcns.hpp>
+#include <fl/i18n.hpp>
 #include <foundation/core/except/IException.hpp>
 #include <foundation/network/IRI.hpp>
 #include <foundation/storage/utility/url.hpp>
@@ -55,7 +56,9 @@ bool resolveFolderOfItem(fl::ustring& path) {
     if (text.empty() || text.back() == separator)
         return false;
     const fl::ustring_view name = text.substr(text.rfind(separator) + 1); // all when none
-    if (name == u"." || name == u"..")
+    // A name that would come back from its bytes otherwise takes the whole path's way too:
+    // the canonical path is text made from bytes.
+    if (name == u"." || name == u".." || !fl::i18n::isWellFormed(name))
         return false;
     fl::ustring folder = fs::detail::extract_parent_path(text);
     try {

@@ -9,6 +9,7 @@
 
 #include <Quarrow/VexaStorageSystem.hpp>
 #include <fl/filesystem.hpp>
+#include <fl/i18n.hpp>
 #include <foundation/storage/vfs/AbsoluteIRI.hpp>
 #include <foundation/storage/vfs/Exception.hpp>
 #include <foundation/storage/vfs/Look.hpp>
@@ -42,8 +43,8 @@ struct ResolutionRecord {
 };
 
 // Puts in `iri` the location `text` names, read as IRI text or as a native path, and in
-// `native` that native path (empty for IRI text): it is the location's native text, given
-// back unchanged by the way back from the IRI. Both are left empty for text that can name no
+// `native` that native path (empty for IRI text): unless it holds a lone surrogate, it is
+// the text the way back from the IRI gives. Both are left empty for text that can name no
 // location, which resolves to nothing rather than to an error. The location is made where it
 // stays, since a move of one costs a good part of making it.
 bool makeIRI(std::optional<vfs::AbsoluteIRI>& iri, fl::ustring& native, const fl::ustring& text,
@@ -193,7 +194,12 @@ bool PathResolver::run(ResolutionRecord& record) const {
     }
     if (existence == provider::ExistsAsNothing)
         return false;
-    const auto nativeText = [&] { return native.empty() ? nativeTextOf(*iri) : std::move(native); };
+    // Text that its bytes would give otherwise is read back from the location, as the
+    // storage layer names it.
+    const auto nativeText = [&] {
+        return native.empty() || !fl::i18n::isWellFormed(native) ? nativeTextOf(*iri)
+                                                                 : std::move(native);
+    };
     if (!isURL_)
         record.path = keepInputPath_ ? input_ : nativeText();
     else
