@@ -5,7 +5,6 @@
 #include <Quarrow/VexaStorageSystem.hpp>
 #include <fl/filesystem.hpp>
 #include <fl/filesystemSharedFcns.hpp>
-#include <fl/i18n.hpp>
 #include <foundation/core/except/IException.hpp>
 #include <foundation/network/IRI.hpp>
 #include <foundation/storage/utility/url.hpp>
@@ -47,32 +46,6 @@ void resolve(fl::ustring& path, Resolution resolution) {
     }
 }
 
-// An item just seen there that is no link is its folder's canonical path and its own name:
-// only the folder is resolved, and the item is not asked again. False for a path whose last
-// name is no item of a folder (".", "..", a trailing "/" that would follow a link).
-bool resolveFolderOfItem(fl::ustring& path) {
-    const char16_t separator = fs::upath_constant::PATHNAME_SEPARATOR.front();
-    const fl::ustring_view text = path;
-    if (text.empty() || text.back() == separator)
-        return false;
-    const fl::ustring_view name = text.substr(text.rfind(separator) + 1); // all when none
-    // A name that would come back from its bytes otherwise takes the whole path's way too:
-    // the canonical path is text made from bytes.
-    if (name == u"." || name == u".." || !fl::i18n::isWellFormed(name))
-        return false;
-    fl::ustring folder = fs::detail::extract_parent_path(text);
-    try {
-        folder = folder.empty() ? fs::get_current_path() : fs::canonical(folder, {});
-    } catch (const fs::FsysExceptionBase&) {
-        return true; // the text as given, as for a whole path that cannot be resolved
-    }
-    if (folder.back() != separator)
-        folder += separator;
-    folder += name;
-    path = std::move(folder);
-    return true;
-}
-
 // The link itself is kept; only the folder that holds it is resolved.
 void resolveFolderOfLink(fl::ustring& path) {
     const fl::ustring native = path.empty() ? path : fs::detail::make_native_form(path, true);
@@ -105,7 +78,7 @@ void relativeToAbsolute(fl::ustring& path, ResolveSymbolicLinks resolveLinks, bo
         return;
     }
     const detail::OwnItem own = detail::ownItem(path);
-    if (own == detail::OwnItem::NotLink && resolveFolderOfItem(path))
+    if (own == detail::OwnItem::NotLink && detail::resolveThroughFolder(path))
         return;
     if (own != detail::OwnItem::Link) {
         // An item that is there and no link is there when links are followed too: the look

@@ -6,6 +6,7 @@
 
 #include "answered_failures.hpp"
 #include "native_text.hpp"
+#include "own_status.hpp"
 
 #include <Quarrow/VexaStorageSystem.hpp>
 #include <fl/filesystem.hpp>
@@ -16,7 +17,6 @@
 #include <host/Standalone.hpp>
 #include <virtualfileio/ExceptionContextHandler.hpp>
 
-#include <memory>
 #include <optional>
 #include <utility>
 
@@ -33,6 +33,8 @@ struct PathCandidate {
     fl::ustring path;         // empty: no guess
     bool isIRI = false;       // `path` is IRI text, not a native path
     bool wasRelative = false; // the input was a relative local path
+    // `path` holds only for an item that is there and no link (see LocalFilePathResolver)
+    bool onlyIfNoLink = false;
 };
 
 // What the driver found: the text to show, the location, and what is there.
@@ -87,9 +89,10 @@ PathCandidate searchByName(const fl::ustring& name) {
 
 class PathResolver {
 public:
-    PathResolver(fl::ustring input, bool isURL, bool keepInputPath, ResolvePathOptions options)
-        : input_(std::move(input)), isURL_(isURL), keepInputPath_(keepInputPath),
-          options_(options) {}
+    // `input` outlives the resolver, which lives for one call.
+    PathResolver(const fl::ustring& input, bool isURL, bool keepInputPath,
+                 ResolvePathOptions options)
+        : input_(input), isURL_(isURL), keepInputPath_(keepInputPath), options_(options) {}
     virtual ~PathResolver() = default;
     PathResolver(const PathResolver&) = delete;
     PathResolver& operator=(const PathResolver&) = delete;
@@ -108,15 +111,19 @@ protected:
         setupPathForURLConstruction(path, links, false);
         return path;
     }
+    // The input made absolute as a local path, by the whole way.
+    PathCandidate localCandidate() const {
+        return {prepared(linkTreatment()), false, !fs::detail::is_absolute(input_)};
+    }
     // Following links canonicalises the whole path; otherwise a final link is only made
     // absolute, so that the answer still names the link.
     ResolveSymbolicLinks linkTreatment() const {
         return static_cast<ResolveSymbolicLinks>(2 - int{options_.resolveSymbolicLinks});
     }
 
-    const fl::ustring input_;
+    const fl::ustring& input_;
     const bool isURL_;
-    // Show the input as typed. makeResolver never sets it; the resolvers honour it anyway,
+    // Show the input as typed. resolveRecord never sets it; the resolvers honour it anyway,
     // so that a resolver made otherwise behaves as its name says.
     const bool keepInputPath_;
     const ResolvePathOptions options_;
@@ -129,7 +136,13 @@ public:
     PathCandidate resolve() const override {
         if (keepInputPath_)
             return {input_};
-        return {prepared(linkTreatment()), false, !fs::detail::is_absolute(input_)};
+        // Links shown as themselves: an item that is there and no link is named through its
+        // folder, and the look that follows tells whether it is one; only a link or nothing
+        // there is asked about first and takes the whole way (see run).
+        fl::ustring path = input_;
+        if (!options_.resolveSymbolicLinks && detail::resolveThroughFolder(path))
+            return {std::move(path), false, !fs::detail::is_absolute(input_), true};
+        return localCandidate();
     }
 };
 
@@ -168,7 +181,7 @@ public:
 };
 
 bool PathResolver::run(ResolutionRecord& record) const {
-    const PathCandidate candidate = resolve();
+    PathCandidate candidate = resolve();
     if (candidate.path.empty())
         return false;
     std::optional<vfs::AbsoluteIRI>& iri = record.iri;
@@ -176,6 +189,14 @@ bool PathResolver::run(ResolutionRecord& record) const {
     if (!makeIRI(iri, native, candidate.path, candidate.isIRI))
         return false;
     ExistenceTypeExtended existence = getExtendedExistenceType(*iri, false);
+    if (candidate.onlyIfNoLink &&
+        (existence == provider::ExistsAsNothing || isSymlink(existence))) {
+        // A link is named by its own path, and a missing name is folded as text: the whole way.
+        candidate = localCandidate();
+        if (candidate.path.empty() || !makeIRI(iri, native, candidate.path, false))
+            return false;
+        existence = getExtendedExistenceType(*iri, false);
+    }
     if (existence == provider::ExistsAsNothing && candidate.wasRelative) {
         const PathCandidate found = searchByName(input_);
         if (found.path.empty() || !makeIRI(iri, native, found.path, found.isIRI))
@@ -208,15 +229,6 @@ bool PathResolver::run(ResolutionRecord& record) const {
     return true;
 }
 
-std::unique_ptr<PathResolver> makeResolver(const fl::ustring& path,
-                                           const ResolvePathOptions& options) {
-    if (vfs::hasIRIPrefix(path))
-        return std::make_unique<URLPathResolver>(path, true, false, options);
-    if (svIsStandaloneMode())
-        return std::make_unique<DeployedLocalFilePathResolver>(path, false, false, options);
-    return std::make_unique<LocalFilePathResolver>(path, false, false, options);
-}
-
 ResolvedPathKind kindOf(ExistenceTypeExtended existence, bool followingLinks) {
     if (isFile(existence))
         return ResolvedPathKind::File;
@@ -237,7 +249,15 @@ ResolvedPathKind kindOf(ExistenceTypeExtended existence, bool followingLinks) {
 // The record of what `path` names; an empty one when it names nothing.
 void resolveRecord(ResolutionRecord& record, const fl::ustring& path,
                    const ResolvePathOptions& options) {
-    if (!makeResolver(path, options)->run(record))
+    // A resolver lives on the stack for the one call.
+    bool named = false;
+    if (vfs::hasIRIPrefix(path))
+        named = URLPathResolver(path, true, false, options).run(record);
+    else if (svIsStandaloneMode())
+        named = DeployedLocalFilePathResolver(path, false, false, options).run(record);
+    else
+        named = LocalFilePathResolver(path, false, false, options).run(record);
+    if (!named)
         record = {};
 }
 

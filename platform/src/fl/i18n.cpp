@@ -171,7 +171,11 @@ void to_string(ustring_view utf16, std::string& result) {
 }
 
 bool isWellFormed(ustring_view utf16) noexcept {
-    for (std::size_t i = 0; i < utf16.size(); ++i) {
+    // Most text holds no surrogate at all; that is looked for first, one test a unit.
+    std::size_t i = 0;
+    while (i < utf16.size() && (utf16[i] & 0xF800) != 0xD800)
+        ++i;
+    for (; i < utf16.size(); ++i) {
         const char16_t c = utf16[i];
         if (c < 0xD800 || c > 0xDFFF)
             continue;
