@@ -27,12 +27,19 @@ enum class Resolution {
 // caller still has a usable text and the storage layer reports a missing item better.
 void resolve(fl::ustring& path, Resolution resolution) {
     try {
-        if (resolution == Resolution::CanonicalOfThere ||
-            (resolution == Resolution::Canonical && shared::exists(path))) {
-            // No fallback to absolute here: an item that is there but cannot be resolved
-            // (a folder on its way became unreadable) keeps the text the caller gave.
-            path = fs::canonical(path, {});
-            return;
+        if (resolution != Resolution::AbsoluteOnly) {
+            // Whether the item exists is the canonical path's own answer: only a path that
+            // leads nowhere is made absolute instead, without a look of its own first.
+            try {
+                path = fs::canonical(path, {});
+                return;
+            } catch (const fs::FsysExceptionBase& failure) {
+                // No fallback to absolute here: an item that is there but cannot be resolved
+                // (a folder on its way became unreadable) keeps the text the caller gave.
+                if (resolution == Resolution::CanonicalOfThere ||
+                    !fs::detail::is_path_not_found(failure.code()))
+                    return;
+            }
         }
         path = fs::absolute(path, {});
     } catch (const fs::FsysExceptionBase&) {
@@ -71,6 +78,8 @@ void relativeToAbsolute(fl::ustring& path, ResolveSymbolicLinks resolveLinks, bo
         return;
     }
     const detail::OwnItem own = detail::ownItem(path);
+    if (own == detail::OwnItem::NotLink && detail::resolveThroughFolder(path))
+        return;
     if (own != detail::OwnItem::Link) {
         // An item that is there and no link is there when links are followed too: the look
         // that found it answers whether it exists, and only a path it could not read is
@@ -94,8 +103,8 @@ bool setupPathForURLConstruction(fl::ustring& path, ResolveSymbolicLinks resolve
     }
     utility::handleWindowsTrailingDotsAndSpaces(path);
     relativeToAbsolute(path, resolveLinks, flag);
-    // A path that could not be resolved keeps its dots; an IRI must not carry them.
-    shared::handleSingleDots(path);
+    // A path that could not be resolved keeps its dots; an IRI must not carry them. Folding
+    // ".." folds "." too, in the same look at the names.
     shared::handleDotDots(path);
     return false;
 }

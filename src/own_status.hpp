@@ -15,4 +15,10 @@ enum class OwnItem {
 // Never throws: a status that cannot be read is an answer.
 OwnItem ownItem(const fl::ustring& path);
 
+// The canonical path of an item that is there and no link: its folder's canonical path and
+// its own name, which only the folder's resolution costs. False, `path` unchanged, when the
+// folder cannot be resolved or the last name is no item of a folder (".", "..", a trailing
+// "/" that would follow a link) or would come back from its bytes otherwise. Never throws.
+bool resolveThroughFolder(fl::ustring& path);
+
 } // namespace vexa::io::filesystem::core::detail

@@ -43,6 +43,14 @@ TEST(RelativeToAbsolute, RelativePathsForEachLinkTreatment) {
         // path, then the result with KeepLink, FollowLinks and Literal
         {"./real//data/../data/\xF0\x9F\x93\x84", file, file, file}, // not a link: canonical
         {"via/data", root + "/real/data", root + "/real/data", root + "/real/data"},
+        // An item that is no link through its folder; the names that are none of a folder's
+        // items, and a "/" that follows a link, through the whole path.
+        {"real", root + "/real", root + "/real", root + "/real"},
+        {root + "//via/data", root + "/real/data", root + "/real/data", root + "/real/data"},
+        {"via/", root + "/real", root + "/real", root + "/real"},
+        {"via/data/..", root + "/real", root + "/real", root + "/real"},
+        {"via/.", root + "/real", root + "/real", root + "/real"},
+        {"lnk/.", root + "/lnk/.", root + "/lnk/.", root + "/lnk/."}, // not a folder: missing
         {"missing/../y", root + "/missing/../y", root + "/missing/../y", root + "/missing/../y"},
         {"lnk", root + "/lnk", file, root + "/lnk"},
         {"./via//inner", root + "/real/inner", file, root + "/./via//inner"},

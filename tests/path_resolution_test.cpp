@@ -28,7 +28,8 @@ using vexa::testing::u;
 using vexa::testing::utf8;
 
 // A current folder with an item of every kind, a file whose name is not UTF-8, and a folder
-// "lib" on the search path that holds "only-in-lib.m" and a file called "dangling".
+// "lib" on the search path that holds "only-in-lib.m" and a file called "dangling"; "down"
+// leads two folders down, to "folder/sub", and "folder/back" back to "file".
 class PathResolution : public ::testing::Test {
 protected:
     PathResolution()
@@ -36,7 +37,8 @@ protected:
           searchPath_(std::make_shared<Quarrow::PathManagement::PathManager>(
               std::vector<fl::ustring>{u(dir / "lib")})) {
         dir.makeItemsOfEveryKind();
-        dir.make({"caf\xE9", "lib/", "lib/only-in-lib.m", "lib/dangling"});
+        dir.make({"caf\xE9", "lib/", "lib/only-in-lib.m", "lib/dangling", "folder/sub/",
+                  "down -> folder/sub", "folder/back -> ../file"});
         ::truncate((dir / "file").c_str(), 5);
     }
 
@@ -74,6 +76,12 @@ TEST_F(PathResolution, TextAndKind) {
         {"linkFile", follow, false, "file", Kind::File},
         {"linkFolder", {}, false, "linkFolder", Kind::SymbolicLink},
         {"linkFolder", follow, false, "folder", Kind::Folder},
+        // Shown as itself, a link is reached by its path as typed, and a missing name is made
+        // absolute with ".." folded as text, not through the link: "down/../file" is "file".
+        {"linkFolder/back", {}, false, "linkFolder/back", Kind::SymbolicLink},
+        {"linkFolder/back", follow, false, "file", Kind::File},
+        {"down/../file", {}, false, "file", Kind::File},
+        {"down/../sub", {}, false, "folder/sub", Kind::Folder},
         {"dangling", follow, false, "", Kind::Nothing},
         {"loopA", {}, false, "loopA", Kind::SymbolicLink},
         {"loopA", follow, false, "", Kind::Nothing},

@@ -456,7 +456,9 @@ TEST(IRIRules, RelativePathResolvesBackForEveryPairOfTheSharedList) {
 // Every absolute native path comes back unchanged, through the IRI, through its text and
 // parsed from the path itself. Plain ASCII paths are narrowed straight into the IRI and
 // escapes are decoded only where a path holds one: a path built from names appended as
-// leaves, each escaped byte by byte, must give the same IRI.
+// leaves, each escaped byte by byte, must give the same IRI. Text that would come back
+// otherwise (a lone surrogate, escaped bytes that make a character) is not well-formed, so
+// a native path's text is kept in place of the way back only when it is well-formed.
 TEST(GetStringFromIRI, NativePathsRoundTrip) {
     std::vector<fl::ustring> paths({u"/", u"//x", u"/./x", u"/a/./b/../c/", u"/a//b", u"/a?b#c[d]",
                                     u"/a b;c=d@e:f", u"/donn\u00E9es/\u65E5\u672C.txt",
@@ -475,8 +477,18 @@ TEST(GetStringFromIRI, NativePathsRoundTrip) {
             CanonicalAbsoluteIRI(CanonicalAbsoluteIRI(root, name), u"x" + name).toIRI().uriText())
             << utf8(paths.back());
     }
+    for (const fl::ustring p : {u"/a\xD800"
+                                u"b",
+                                u"/\xDBFF",
+                                u"/\xDFFF"
+                                u"c",
+                                u"/\xDCC3\xDCA9"}) {
+        EXPECT_NE(GetStringFromIRI(toAbsoluteIRI(u"file", p)), p) << utf8(p);
+        EXPECT_FALSE(fl::i18n::isWellFormed(p)) << utf8(p);
+    }
     for (const fl::ustring& p : paths) {
         SCOPED_TRACE(utf8(p));
+        EXPECT_EQ(fl::i18n::isWellFormed(p), p.find_first_of(u"\xDCE9\xDCFF\xDC80") == p.npos);
         const AbsoluteIRI iri = toAbsoluteIRI(u"file", p);
         EXPECT_EQ(AbsoluteIRI(iri.toString()), iri); // the normal form a parse gives
         EXPECT_EQ(GetStringFromIRI(iri), p);

@@ -21,4 +21,9 @@ std::string to_string(ustring_view utf16);
 // The same into `out`, whose storage is reused.
 void to_string(ustring_view utf16, std::string& out);
 
+// Whether `utf16` holds no lone surrogate, so that to_ustring(to_string(utf16)) gives it back
+// unchanged. Escaped bytes are lone surrogates: next to others they may come back as a
+// character.
+bool isWellFormed(ustring_view utf16) noexcept;
+
 } // namespace fl::i18n

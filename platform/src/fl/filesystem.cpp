@@ -245,8 +245,12 @@ ustring absolute(const ustring& path, const ustring& base) {
 }
 
 ustring canonical(const ustring& path, const ustring& base) {
-    const ustring full = base.empty() || path.empty() ? path : absolute(path, base);
-    const MallocText resolved(::realpath(detail::to_native(full).c_str(), nullptr));
+    const auto realpath = [](const ustring& full) {
+        return MallocText(::realpath(detail::to_native(full).c_str(), nullptr));
+    };
+    // A path without a base is resolved as it stands, without a copy.
+    const MallocText resolved =
+        base.empty() || path.empty() ? realpath(path) : realpath(absolute(path, base));
     if (!resolved)
         detail::throwErrno(errno, path);
     return fl::i18n::to_ustring(resolved.get());

@@ -170,4 +170,20 @@ void to_string(ustring_view utf16, std::string& result) {
     result.resize(o);
 }
 
+bool isWellFormed(ustring_view utf16) noexcept {
+    // Most text holds no surrogate at all; that is looked for first, one test a unit.
+    std::size_t i = 0;
+    while (i < utf16.size() && (utf16[i] & 0xF800) != 0xD800)
+        ++i;
+    for (; i < utf16.size(); ++i) {
+        const char16_t c = utf16[i];
+        if (c < 0xD800 || c > 0xDFFF)
+            continue;
+        if (c > 0xDBFF || i + 1 == utf16.size() || utf16[i + 1] < 0xDC00 || utf16[i + 1] > 0xDFFF)
+            return false;
+        ++i;
+    }
+    return true;
+}
+
 } // namespace fl::i18n

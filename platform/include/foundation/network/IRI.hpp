@@ -124,6 +124,8 @@ public:
     explicit IRI(detail::IRILayer) noexcept {}
     // Parses IRI text into this IRI, which is left unusable when it returns false.
     bool read(detail::IRILayer, fl::ustring_view text);
+    // The parsed form to put together from parts in normal form, where it stays.
+    boost::urls::url& url(detail::IRILayer) noexcept { return url_; }
 
 private:
     boost::urls::url url_;

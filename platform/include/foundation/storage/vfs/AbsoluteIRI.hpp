@@ -85,6 +85,14 @@ protected:
                                  bool keepQueryAndFragment);
 
     network::IRI iri_;
+
+private:
+    friend AbsoluteIRI toAbsoluteIRI(const fl::ustring& scheme, const fl::ustring& path);
+    // See toAbsoluteIRI.
+    AbsoluteIRI(const fl::ustring& scheme, const fl::ustring& path);
+    // Puts the `scheme` IRI of the absolute native path `path` together in iri_, which is
+    // empty: a move of the parsed form costs a good part of putting it together.
+    void readNativePath(const fl::ustring& scheme, const fl::ustring& path);
 };
 
 // An absolute IRI in canonical form, fit for comparing locations: dot segments removed and

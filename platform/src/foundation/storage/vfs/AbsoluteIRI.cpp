@@ -192,9 +192,41 @@ void InvalidIRIException::rethrow() const {
 AbsoluteIRI::AbsoluteIRI(const fl::ustring& text) : iri_(ndetail::IRILayer()) {
     // No IRI starts with "/": such text can only be a native path.
     if (!text.empty() && text.front() == u'/')
-        iri_ = std::move(toAbsoluteIRI(u"file", text).iri_);
+        readNativePath(u"file", text);
     else if (!iri_.read(ndetail::IRILayer(), text))
         throw InvalidIRIException(text);
+}
+
+AbsoluteIRI::AbsoluteIRI(const fl::ustring& scheme, const fl::ustring& path)
+    : iri_(ndetail::IRILayer()) {
+    readNativePath(scheme, path);
+}
+
+void AbsoluteIRI::readNativePath(const fl::ustring& scheme, const fl::ustring& path) {
+    if (!fl::ascii::isSchemeName(scheme))
+        throw InvalidIRIException(scheme + u":" + path);
+    requireAbsoluteNativePath(path);
+    std::string uri = fl::ascii::toLowerNarrow(scheme);
+    uri += "://"; // an empty authority: the path is on this machine
+    const std::size_t pathStart = uri.size();
+    ndetail::appendNativePath(uri, path);
+    // Every byte is allowed in a path or escaped, with the escapes' digits in upper case: the
+    // text is in normal form already, and put together from its parts it needs no parse.
+    // Boost.URL 1.81 writes some paths otherwise than asked ("/" as "/./", "//a" behind
+    // "/."): such a path is parsed instead.
+    const std::string_view encodedPath = std::string_view(uri).substr(pathStart);
+    boost::urls::url& url = iri_.url(ndetail::IRILayer());
+    url.reserve(uri.size()); // one allocation for the three parts, not one for each
+    url.set_scheme(std::string_view(uri).substr(0, pathStart - 3));
+    url.set_encoded_host("");
+    url.set_encoded_path(encodedPath);
+    if (view(url.encoded_path()) == encodedPath)
+        return;
+    auto iri = IRI::parseUri(std::move(uri));
+    if (!iri) // every byte is escaped or allowed in a path: this cannot fail
+        throw core::except::Exception<core::except::IInternalException>(
+            "A native path did not make a valid IRI");
+    iri_ = std::move(*iri);
 }
 
 network::IRI AbsoluteIRI::withPath(const network::IRI& iri, std::string_view path,
@@ -408,30 +440,7 @@ void CanonicalAbsoluteIRI::appendLeaf(std::string& text, const fl::ustring& leaf
 // --- free functions ----------------------------------------------------------------------
 
 AbsoluteIRI toAbsoluteIRI(const fl::ustring& scheme, const fl::ustring& path) {
-    if (!fl::ascii::isSchemeName(scheme))
-        throw InvalidIRIException(scheme + u":" + path);
-    requireAbsoluteNativePath(path);
-    std::string uri = fl::ascii::toLowerNarrow(scheme);
-    uri += "://"; // an empty authority: the path is on this machine
-    const std::size_t pathStart = uri.size();
-    ndetail::appendNativePath(uri, path);
-    // Every byte is allowed in a path or escaped, with the escapes' digits in upper case: the
-    // text is in normal form already, and put together from its parts it needs no parse.
-    // Boost.URL 1.81 writes some paths otherwise than asked ("/" as "/./", "//a" behind
-    // "/."): such a path is parsed instead.
-    const std::string_view encodedPath = std::string_view(uri).substr(pathStart);
-    boost::urls::url url;
-    url.reserve(uri.size()); // one allocation for the three parts, not one for each
-    url.set_scheme(std::string_view(uri).substr(0, pathStart - 3));
-    url.set_encoded_host("");
-    url.set_encoded_path(encodedPath);
-    if (view(url.encoded_path()) == encodedPath)
-        return AbsoluteIRI(IRI(ndetail::IRILayer(), std::move(url)));
-    auto iri = IRI::parseUri(std::move(uri));
-    if (!iri) // every byte is escaped or allowed in a path: this cannot fail
-        throw core::except::Exception<core::except::IInternalException>(
-            "A native path did not make a valid IRI");
-    return AbsoluteIRI(std::move(*iri));
+    return AbsoluteIRI(scheme, path);
 }
 
 CanonicalAbsoluteIRI toCanonicalAbsoluteIRI(const fl::ustring& scheme, const fl::ustring& path) {
