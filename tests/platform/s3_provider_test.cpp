@@ -276,6 +276,11 @@ TEST_F(S3Provider, Changes) {
          [&] { folder("changes/a/b/c/").createFolderRecursive(); },
          100,
          {{"changes/a/", 1}, {"changes/a/b/", 1}, {"changes/a/b/c/", 1}}},
+        // A bucket is never made: a PUT of its root would create it.
+        {"folders in a missing bucket",
+         [&] { vfs::Folder(at("a/b/", "nobucket"), system).createFolderRecursive(); },
+         -1,
+         {}},
         {"folder that is there",
          [&] { provider::S3Provider(server->options()).createFolder(at("changes/a/")); },
          -3,
@@ -332,6 +337,7 @@ TEST_F(S3Provider, Changes) {
             EXPECT_EQ(kind(key), expected) << key;
     }
     EXPECT_EQ(body(system, "changes/moved.txt"), "kept");
+    EXPECT_EQ(outcome([&] { return vfs::exists(at("", "nobucket"), system); }), 2);
 }
 
 // Up to 8 MiB is one PUT; 20 MB goes in three parts, read back whole and by ranges of the

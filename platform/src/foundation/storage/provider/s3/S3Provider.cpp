@@ -281,6 +281,10 @@ void S3Provider::createFolder(const vfs::AbsoluteIRI& location) const {
     Place place = s3::placeOf(location);
     if (probe(location).type != ItemType::Nothing)
         http::raise({vfs::ResourceAlreadyExists, "taken"}, "create folder", location);
+    // A bucket's root that is not there is a bucket that is not there, which this provider
+    // never makes: the PUT of its empty marker would be a CreateBucket.
+    if (place.key.empty())
+        http::raise({vfs::ResourceNotFound, "no such bucket"}, "create folder", location);
     if (location.hasParent()) {
         // Without its "/", so that an object in the way is found: NotAFolder.
         fl::ustring parentText = location.getParent().toString();
