@@ -503,6 +503,10 @@ TEST_F(DavProvider, Changes) {
          },
          -10,
          {}},
+        // The share itself is never removed, whatever it holds: a server would take it away.
+        {"removeFolder of the share's root", one,
+         [&](auto& at, auto& s) { vfs::Folder(at("../../").getResolvedIRI(), s).removeFolder(); },
+         -vfs::ResourceInUse, one},
         {"write under a missing folder",
          {},
          [&](auto& at, auto& s) { write(file(at, s, "no/n.txt"), vfs::WriteMode::create, "n"); },

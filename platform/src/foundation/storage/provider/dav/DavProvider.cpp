@@ -332,6 +332,10 @@ void DavProvider::rename(const vfs::AbsoluteIRI& location, const vfs::AbsoluteIR
 }
 
 void DavProvider::removeFolder(const vfs::AbsoluteIRI& location) const {
+    // The share itself stays, empty or not: a server may well take its served folder away
+    // (rclone does), and the share with it.
+    if (!location.hasParent())
+        vfs::raise(vfs::ResourceInUse, "removeFolder", describe(location), "the share's root");
     // A DELETE removes a whole tree: the folder is looked into first.
     const std::string own = dav::decodedPath(location.toIRI().uriPath());
     bool folder = false, empty = true;
