@@ -363,6 +363,8 @@ TEST_F(DavProvider, Changes) {
             change;
         int expected; // 100: done; else minus the code
         Content after;
+        // nginx: its log's line of the last PUT, "PUT LENGTH -" or "PUT - chunked".
+        std::string lastPut = {};
     };
     using At = std::function<vfs::AbsoluteIRI(const std::string&)>;
     using System = vfs::StorageSystemReference;
@@ -373,8 +375,8 @@ TEST_F(DavProvider, Changes) {
         return vfs::Folder(at(name), s);
     };
     const auto write = [](const vfs::File& target, vfs::WriteMode mode, const std::string& bytes,
-                          bool close = true) {
-        vfs::WriteStream stream = target.openForWriting(mode);
+                          bool close = true, std::optional<std::uint64_t> size = std::nullopt) {
+        vfs::WriteStream stream = target.openForWriting(mode, size);
         stream.write(bytes.data(), bytes.size());
         if (close)
             stream.close();
@@ -469,7 +471,52 @@ TEST_F(DavProvider, Changes) {
          one,
          [&](auto& at, auto& s) { write(file(at, s, "a.txt"), vfs::WriteMode::replace, "new"); },
          100,
-         {{"a.txt", "new"}}},
+         {{"a.txt", "new"}},
+         "PUT - chunked"},
+        // A stream given its size sends it ahead, and holds to it.
+        {"write, sized",
+         one,
+         [&](auto& at, auto& s) {
+             write(file(at, s, "a.txt"), vfs::WriteMode::replace, "new", true, 3);
+         },
+         100,
+         {{"a.txt", "new"}},
+         "PUT 3 -"},
+        {"write, sized, empty",
+         one,
+         [&](auto& at, auto& s) {
+             write(file(at, s, "a.txt"), vfs::WriteMode::replace, "", true, 0);
+         },
+         100,
+         {{"a.txt", ""}},
+         "PUT 0 -"},
+        {"write, sized, big",
+         one,
+         [&](auto& at, auto& s) {
+             const std::string& big = HttpServer::bigContent();
+             write(file(at, s, "a.txt"), vfs::WriteMode::replace, big, true, big.size());
+         },
+         100,
+         {{"a.txt", summary(HttpServer::bigContent())}},
+         "PUT " + std::to_string(HttpServer::bigContent().size()) + " -"},
+        {"write, sized, short", one,
+         [&](auto& at, auto& s) {
+             write(file(at, s, "a.txt"), vfs::WriteMode::replace, "new", true, 4);
+         },
+         -9, one},
+        {"write, sized, short, created",
+         {},
+         [&](auto& at, auto& s) {
+             write(file(at, s, "n.txt"), vfs::WriteMode::create, std::string(100000, 'x'), true,
+                   200000);
+         },
+         -9,
+         {}},
+        {"write, sized, long: the write fails", one,
+         [&](auto& at, auto& s) {
+             write(file(at, s, "a.txt"), vfs::WriteMode::replace, "new", false, 2);
+         },
+         -9, one},
         {"write, replace, big",
          one,
          [&](auto& at, auto& s) {
@@ -526,6 +573,13 @@ TEST_F(DavProvider, Changes) {
                     write(vfs::File(at(name), system), vfs::WriteMode::create, bytes);
             EXPECT_EQ(failure([&] { row.change(at, system); }), row.expected);
             EXPECT_EQ(contentOf(vfs::Folder(at(""), system), ""), row.after);
+            if (!row.lastPut.empty() && server->kind() == DavServer::Kind::Nginx) {
+                const std::string log = server->requests();
+                const auto put = log.rfind("PUT ");
+                EXPECT_EQ(put == std::string::npos ? log
+                                                   : log.substr(put, log.find('\n', put) - put),
+                          row.lastPut);
+            }
         }
     }
 }
