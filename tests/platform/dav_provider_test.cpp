@@ -34,6 +34,7 @@ namespace pt = boost::posix_time;
 namespace vfs = foundation::storage::vfs;
 namespace provider = foundation::storage::provider;
 using provider::ItemType;
+using vexa::testing::contextOf;
 using vexa::testing::DavServer;
 using vexa::testing::failure;
 using vexa::testing::HttpServer;
@@ -365,6 +366,7 @@ TEST_F(DavProvider, Changes) {
         Content after;
         // nginx: its log's line of the last PUT, "PUT LENGTH -" or "PUT - chunked".
         std::string lastPut = {};
+        std::string reason = {}; // part of the failure's reason
     };
     using At = std::function<vfs::AbsoluteIRI(const std::string&)>;
     using System = vfs::StorageSystemReference;
@@ -499,11 +501,15 @@ TEST_F(DavProvider, Changes) {
          100,
          {{"a.txt", summary(HttpServer::bigContent())}},
          "PUT " + std::to_string(HttpServer::bigContent().size()) + " -"},
-        {"write, sized, short", one,
+        {"write, sized, short",
+         one,
          [&](auto& at, auto& s) {
              write(file(at, s, "a.txt"), vfs::WriteMode::replace, "new", true, 4);
          },
-         -9, one},
+         -9,
+         one,
+         {},
+         "fewer than the 4 bytes declared: 3 written"},
         {"write, sized, short, created",
          {},
          [&](auto& at, auto& s) {
@@ -511,12 +517,18 @@ TEST_F(DavProvider, Changes) {
                    200000);
          },
          -9,
-         {}},
-        {"write, sized, long: the write fails", one,
+         {},
+         {},
+         "fewer than the 200000 bytes declared: 100000 written"},
+        {"write, sized, long: the write fails",
+         one,
          [&](auto& at, auto& s) {
              write(file(at, s, "a.txt"), vfs::WriteMode::replace, "new", false, 2);
          },
-         -9, one},
+         -9,
+         one,
+         {},
+         "more than the 2 bytes declared: 3 written"},
         {"write, replace, big",
          one,
          [&](auto& at, auto& s) {
@@ -571,7 +583,14 @@ TEST_F(DavProvider, Changes) {
                     vfs::Folder(at(name), system).createFolderRecursive();
                 else
                     write(vfs::File(at(name), system), vfs::WriteMode::create, bytes);
-            EXPECT_EQ(failure([&] { row.change(at, system); }), row.expected);
+            if (row.reason.empty()) {
+                EXPECT_EQ(failure([&] { row.change(at, system); }), row.expected);
+            } else {
+                const auto context = contextOf([&] { row.change(at, system); });
+                ASSERT_TRUE(context);
+                EXPECT_EQ(context->message().name(), vfs::errorMessageName(-row.expected));
+                EXPECT_THAT(context->reason(), ::testing::HasSubstr(row.reason));
+            }
             EXPECT_EQ(contentOf(vfs::Folder(at(""), system), ""), row.after);
             if (!row.lastPut.empty() && server->kind() == DavServer::Kind::Nginx) {
                 const std::string log = server->requests();
