@@ -83,7 +83,8 @@ std::string temporaryName(const std::string& folder, const std::string& leaf) {
 class LocalOutputStream : public OutputStream {
 public:
     LocalOutputStream(const local::LocalPath& location, vfs::WriteMode mode)
-        : target_(mode == vfs::WriteMode::replace ? writtenPath(location) : location), mode_(mode) {
+        : target_(mode == vfs::WriteMode::replace ? writtenPath(location) : location),
+          mode_(mode) {
         struct stat existing {};
         const bool exists = ::lstat(target_.native.c_str(), &existing) == 0;
         if (exists && mode == vfs::WriteMode::create) {

@@ -194,8 +194,8 @@ vfs::AbsoluteIRI temporaryBeside(const DavProvider& provider, const vfs::Absolut
 
 // New content PUT to a hidden name beside the item as it is written, and MOVEd over the
 // item at commit: in create mode never over an item that appeared meanwhile. With a size,
-// the PUT has a Content-Length, and the stream holds to it: curl would send a longer body
-// cut and wait on the share for the rest of a shorter one.
+// the PUT has a Content-Length, and the stream holds to it: curl would pass the bytes of a
+// longer body beyond it without a word, and wait on the share for the rest of a shorter one.
 class DavOutputStream : public OutputStream {
 public:
     DavOutputStream(const DavProvider& provider, const vfs::AbsoluteIRI& location,
