@@ -57,7 +57,7 @@ struct Bucket {
                 for (std::size_t i = w; i < keys.size(); i += 8) {
                     const auto stream = s3->openForWriting(
                         vfs::AbsoluteIRI(fl::i18n::to_ustring("s3://bucket/" + keys[i])),
-                        vfs::WriteMode::replace);
+                        vfs::WriteMode::replace, std::nullopt);
                     stream->write(std::string_view("1\n"));
                     stream->commit();
                 }

@@ -83,6 +83,8 @@ TEST(VexafsTransfer, CopiesMovesAndRemovals) {
         refused({"rm", "--folder", dir / "full"}, identifier("folderNotEmpty")),
         refused({"rm", dir / "missing"}, identifier("resourceNotFound")),
         {{"cp", dir / "a.txt", on("a.txt")}, 0, ""},
+        // A file whose size says nothing of its content goes without one.
+        {{"cp", "/proc/version", on("version")}, 0, ""},
         {{"cp", "-r", dir / "tree", on("tree")}, 0, ""},
         {{"cp", share.url("/files/notes.txt"), dir / "fromShare"}, 0, ""},
         {{"cp", on("a.txt"), on("b.txt")}, 0, ""},
@@ -137,6 +139,8 @@ TEST(VexafsTransfer, CopiesMovesAndRemovals) {
     EXPECT_FALSE(std::filesystem::exists(dir / "tree/sub/tree"));
     EXPECT_EQ(contentOf(dir / "fromShare"), "hello\n");
     EXPECT_EQ(contentOf(shared + "a.txt"), "alpha");
+    EXPECT_THAT(share.requests(), HasSubstr("PUT 5 -\n")); // its size sent ahead
+    EXPECT_EQ(contentOf(shared + "version"), contentOf("/proc/version"));
     EXPECT_EQ(contentOf(shared + "s.txt"), "alpha");
     EXPECT_EQ(contentOf(share.content() + "/private/p.txt"), "alpha");
     EXPECT_EQ(contentOf(shared + "tree/sub/leaf"), "x");
@@ -160,9 +164,9 @@ TEST(VexafsTransfer, CopiesMovesAndRemovals) {
     EXPECT_EQ(contentOf(dir / "tree-back/link"), "x");
     // a.txt kept moved.txt tree into full notes copy fromShare from-s3.txt tree-back many
     // broken web and the copies, and nothing half-written beside them; on the share a.txt
-    // tree s.txt made parent
+    // tree s.txt made parent version
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.path()), {}), 17);
-    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(shared), {}), 5);
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(shared), {}), 6);
 }
 
 } // namespace

@@ -34,6 +34,7 @@ namespace pt = boost::posix_time;
 namespace vfs = foundation::storage::vfs;
 namespace provider = foundation::storage::provider;
 using provider::ItemType;
+using vexa::testing::contextOf;
 using vexa::testing::DavServer;
 using vexa::testing::failure;
 using vexa::testing::HttpServer;
@@ -363,6 +364,9 @@ TEST_F(DavProvider, Changes) {
             change;
         int expected; // 100: done; else minus the code
         Content after;
+        // nginx: its log's line of the last PUT, "PUT LENGTH -" or "PUT - chunked".
+        std::string lastPut = {};
+        std::string reason = {}; // part of the failure's reason
     };
     using At = std::function<vfs::AbsoluteIRI(const std::string&)>;
     using System = vfs::StorageSystemReference;
@@ -373,8 +377,8 @@ TEST_F(DavProvider, Changes) {
         return vfs::Folder(at(name), s);
     };
     const auto write = [](const vfs::File& target, vfs::WriteMode mode, const std::string& bytes,
-                          bool close = true) {
-        vfs::WriteStream stream = target.openForWriting(mode);
+                          bool close = true, std::optional<std::uint64_t> size = std::nullopt) {
+        vfs::WriteStream stream = target.openForWriting(mode, size);
         stream.write(bytes.data(), bytes.size());
         if (close)
             stream.close();
@@ -469,7 +473,62 @@ TEST_F(DavProvider, Changes) {
          one,
          [&](auto& at, auto& s) { write(file(at, s, "a.txt"), vfs::WriteMode::replace, "new"); },
          100,
-         {{"a.txt", "new"}}},
+         {{"a.txt", "new"}},
+         "PUT - chunked"},
+        // A stream given its size sends it ahead, and holds to it.
+        {"write, sized",
+         one,
+         [&](auto& at, auto& s) {
+             write(file(at, s, "a.txt"), vfs::WriteMode::replace, "new", true, 3);
+         },
+         100,
+         {{"a.txt", "new"}},
+         "PUT 3 -"},
+        {"write, sized, empty",
+         one,
+         [&](auto& at, auto& s) {
+             write(file(at, s, "a.txt"), vfs::WriteMode::replace, "", true, 0);
+         },
+         100,
+         {{"a.txt", ""}},
+         "PUT 0 -"},
+        {"write, sized, big",
+         one,
+         [&](auto& at, auto& s) {
+             const std::string& big = HttpServer::bigContent();
+             write(file(at, s, "a.txt"), vfs::WriteMode::replace, big, true, big.size());
+         },
+         100,
+         {{"a.txt", summary(HttpServer::bigContent())}},
+         "PUT " + std::to_string(HttpServer::bigContent().size()) + " -"},
+        {"write, sized, short",
+         one,
+         [&](auto& at, auto& s) {
+             write(file(at, s, "a.txt"), vfs::WriteMode::replace, "new", true, 4);
+         },
+         -9,
+         one,
+         {},
+         "fewer than the 4 bytes declared: 3 written"},
+        {"write, sized, short, created",
+         {},
+         [&](auto& at, auto& s) {
+             write(file(at, s, "n.txt"), vfs::WriteMode::create, std::string(100000, 'x'), true,
+                   200000);
+         },
+         -9,
+         {},
+         {},
+         "fewer than the 200000 bytes declared: 100000 written"},
+        {"write, sized, long: the write fails",
+         one,
+         [&](auto& at, auto& s) {
+             write(file(at, s, "a.txt"), vfs::WriteMode::replace, "new", false, 2);
+         },
+         -9,
+         one,
+         {},
+         "more than the 2 bytes declared: 3 written"},
         {"write, replace, big",
          one,
          [&](auto& at, auto& s) {
@@ -528,8 +587,22 @@ TEST_F(DavProvider, Changes) {
                     vfs::Folder(at(name), system).createFolderRecursive();
                 else
                     write(vfs::File(at(name), system), vfs::WriteMode::create, bytes);
-            EXPECT_EQ(failure([&] { row.change(at, system); }), row.expected);
+            if (row.reason.empty()) {
+                EXPECT_EQ(failure([&] { row.change(at, system); }), row.expected);
+            } else {
+                const auto context = contextOf([&] { row.change(at, system); });
+                ASSERT_TRUE(context);
+                EXPECT_EQ(context->message().name(), vfs::errorMessageName(-row.expected));
+                EXPECT_THAT(context->reason(), ::testing::HasSubstr(row.reason));
+            }
             EXPECT_EQ(contentOf(vfs::Folder(at(""), system), ""), row.after);
+            if (!row.lastPut.empty() && server->kind() == DavServer::Kind::Nginx) {
+                const std::string log = server->requests();
+                const auto put = log.rfind("PUT ");
+                EXPECT_EQ(put == std::string::npos ? log
+                                                   : log.substr(put, log.find('\n', put) - put),
+                          row.lastPut);
+            }
         }
     }
 }

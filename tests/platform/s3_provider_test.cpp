@@ -783,7 +783,7 @@ TEST(S3Signatures, MatchBotocore) {
                                 "s3://bucket/(paren)'!*,;=&@$:"})
             s3.look(vfs::AbsoluteIRI(u(key)), provider::Facts::All);
         const auto stream = s3.openForWriting(vfs::AbsoluteIRI(u("s3://bucket/new%20file.txt")),
-                                              vfs::WriteMode::replace);
+                                              vfs::WriteMode::replace, std::nullopt);
         stream->write(std::string_view("a body"));
         stream->commit();
 

@@ -5,7 +5,8 @@
 //
 //   Nginx    nginx with its WebDAV module and the dav-ext module (PROPFIND, OPTIONS), plain
 //            and with TLS (a certificate made for the run, trusted through caFile()); PUT
-//            makes missing folders; ETag and Content-Type only in the headers
+//            makes missing folders; ETag and Content-Type only in the headers; how each
+//            request's body came, in requests()
 //   Rclone   `rclone serve webdav`: its own order of properties and namespace declarations,
 //            getetag and getcontenttype sent, other statuses (MKCOL of an existing folder
 //            succeeds, If-None-Match is ignored), and a listing cache, so that after the
@@ -86,6 +87,9 @@ public:
                std::string(path);
     }
     std::string caFile() const { return dir_ / "cert.pem"; }
+    // nginx: each request so far, a line "METHOD CONTENT-LENGTH TRANSFER-ENCODING", "-" for
+    // a header not sent.
+    std::string requests() const { return text(dir_ / "requests.log"); }
     // The folder served as "/": read it, but change the content through the server.
     std::string content() const { return dir_ / "share"; }
 
@@ -147,6 +151,8 @@ private:
     default_type application/octet-stream;
     keepalive_requests 1000000;
     client_max_body_size 0;
+    log_format framing '$request_method $http_content_length $http_transfer_encoding';
+    access_log requests.log framing;
     server {
         listen 127.0.0.1:)" << port_ << R"(;
         listen 127.0.0.1:)" << securePort_ << R"( ssl;
@@ -175,10 +181,11 @@ private:
                               dir_ / "error.log", {port_});
     }
 
-    std::string log() const {
-        std::ifstream in(dir_ / "error.log");
+    static std::string text(const std::filesystem::path& file) {
+        std::ifstream in(file);
         return std::string(std::istreambuf_iterator<char>(in), {});
     }
+    std::string log() const { return text(dir_ / "error.log"); }
 
     Kind kind_;
     TempDir dir_;

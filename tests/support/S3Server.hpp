@@ -129,7 +129,8 @@ public:
                 provider_->createFolder(location);
                 continue;
             }
-            const auto stream = provider_->openForWriting(location, vfs::WriteMode::replace);
+            const auto stream =
+                provider_->openForWriting(location, vfs::WriteMode::replace, std::nullopt);
             stream->write(key); // its own key as its content
             stream->commit();
         }

@@ -124,10 +124,11 @@ public:
         check(Operation::Open, at);
         return inner().openForReading(at);
     }
-    std::unique_ptr<provider::OutputStream> openForWriting(const vfs::AbsoluteIRI& at,
-                                                           vfs::WriteMode mode) const override {
+    std::unique_ptr<provider::OutputStream>
+    openForWriting(const vfs::AbsoluteIRI& at, vfs::WriteMode mode,
+                   std::optional<std::uint64_t> size) const override {
         check(Operation::OpenForWriting, at);
-        return std::make_unique<FaultyStream>(*this, at, inner().openForWriting(at, mode));
+        return std::make_unique<FaultyStream>(*this, at, inner().openForWriting(at, mode, size));
     }
     void rename(const vfs::AbsoluteIRI& at, const vfs::AbsoluteIRI& target) const override {
         check(Operation::Rename, at);

@@ -124,7 +124,9 @@ void copyFile(const vfs::File& from, const vfs::File& to, Progress& progress,
     // The source is opened before the target is touched: one that cannot be read leaves it
     // as it was.
     vfs::IODevice device(from);
-    vfs::WriteStream stream = to.openForWriting(vfs::WriteMode::replace);
+    // The size where the source's stream knows it for sure: a share takes a body of known
+    // length faster, and a source that grows or shrinks meanwhile fails the copy there.
+    vfs::WriteStream stream = to.openForWriting(vfs::WriteMode::replace, device.stream().size());
     stream.writeFrom(device, [&](std::size_t moved) { progress.add(moved); });
     interruptions.holdingOff([&] { stream.close(); });
     progress.addFile();

@@ -29,7 +29,8 @@ public:
     void createFolder(const vfs::AbsoluteIRI& location) const override;
     std::unique_ptr<InputStream> openForReading(const vfs::AbsoluteIRI& location) const override;
     std::unique_ptr<OutputStream> openForWriting(const vfs::AbsoluteIRI& location,
-                                                 vfs::WriteMode mode) const override;
+                                                 vfs::WriteMode mode,
+                                                 std::optional<std::uint64_t> size) const override;
     void rename(const vfs::AbsoluteIRI& location, const vfs::AbsoluteIRI& target) const override;
     void removeFolder(const vfs::AbsoluteIRI& location) const override;
 

@@ -27,7 +27,8 @@ public:
     // Written beside the item, synced, and given its name at commit; a link is written
     // through, and a replaced file keeps its mode and owner.
     std::unique_ptr<OutputStream> openForWriting(const vfs::AbsoluteIRI& location,
-                                                 vfs::WriteMode mode) const override;
+                                                 vfs::WriteMode mode,
+                                                 std::optional<std::uint64_t> size) const override;
     // Never over an existing item (ResourceAlreadyExists).
     void rename(const vfs::AbsoluteIRI& location, const vfs::AbsoluteIRI& target) const override;
     void removeFolder(const vfs::AbsoluteIRI& location) const override;

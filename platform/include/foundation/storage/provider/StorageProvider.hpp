@@ -58,6 +58,9 @@ public:
     virtual ~InputStream();
     // Up to buffer.size() bytes; 0 at the end. Throws vfs::Exception when reading fails.
     virtual std::size_t read(std::span<char> buffer) = 0;
+    // The bytes it gives in all, where that is known for sure before they are read (a local
+    // file's size, an answer's Content-Length); none otherwise.
+    virtual std::optional<std::uint64_t> size() const { return std::nullopt; }
 };
 
 // New content for an item, sent as it is written. Nothing is visible under the item's name
@@ -118,8 +121,12 @@ public:
     // One folder, whose parent must exist.
     virtual void createFolder(const vfs::AbsoluteIRI& location) const;
     virtual std::unique_ptr<InputStream> openForReading(const vfs::AbsoluteIRI& location) const;
+    // `size`, where given, is all the stream will be written: a store may send it ahead
+    // (Content-Length), and a stream that uses it fails a write past it and a commit short
+    // of it. Others ignore it.
     virtual std::unique_ptr<OutputStream> openForWriting(const vfs::AbsoluteIRI& location,
-                                                         vfs::WriteMode mode) const;
+                                                         vfs::WriteMode mode,
+                                                         std::optional<std::uint64_t> size) const;
     // Moves an item within this provider; ResourceAlreadyExists when `target` is there.
     virtual void rename(const vfs::AbsoluteIRI& location, const vfs::AbsoluteIRI& target) const;
     // An empty folder; FolderNotEmpty when anything is inside.

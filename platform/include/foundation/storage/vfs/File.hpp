@@ -8,6 +8,9 @@
 
 #include <fl/ustring.hpp>
 
+#include <cstdint>
+#include <optional>
+
 namespace foundation::storage::vfs {
 
 class Folder;
@@ -25,8 +28,11 @@ public:
     void removeFile() const;
     provider::FileAttributes getAttributes() const;
     provider::ExtendedAttributes getExtendedAttributes() const;
-    // New content for the file, committed by the stream's close().
-    WriteStream openForWriting(WriteMode mode) const;
+    // New content for the file, committed by the stream's close(). `size`, where known, is
+    // all that will be written: a store that can send it ahead does, and then fails a write
+    // past it and a close() short of it, the file left as it was.
+    WriteStream openForWriting(WriteMode mode,
+                               std::optional<std::uint64_t> size = std::nullopt) const;
     // Moves the file (or any item) to `target`: ResourceAlreadyExists when something is
     // there, UnsupportedOperation when another provider serves `target`.
     void rename(const AbsoluteIRI& target) const;

@@ -574,4 +574,9 @@ std::size_t BodyReader::read(std::span<char> buffer) {
     return length;
 }
 
+std::optional<std::uint64_t> BodyReader::size() const {
+    const auto length = transfer_->header("Content-Length");
+    return length ? number(*length) : std::nullopt;
+}
+
 } // namespace foundation::storage::http

@@ -173,6 +173,8 @@ public:
 
     // Raises IOError where the body ends early: a closed connection, a stalled transfer.
     std::size_t read(std::span<char> buffer) override;
+    // The answer's Content-Length; none for a body sent in chunks.
+    std::optional<std::uint64_t> size() const override;
 
     const Transfer& transfer() const noexcept { return *transfer_; }
 

@@ -50,9 +50,10 @@ ForwardingProvider::openForReading(const vfs::AbsoluteIRI& location) const {
     return inner().openForReading(location);
 }
 
-std::unique_ptr<OutputStream> ForwardingProvider::openForWriting(const vfs::AbsoluteIRI& location,
-                                                                 vfs::WriteMode mode) const {
-    return inner().openForWriting(location, mode);
+std::unique_ptr<OutputStream>
+ForwardingProvider::openForWriting(const vfs::AbsoluteIRI& location, vfs::WriteMode mode,
+                                   std::optional<std::uint64_t> size) const {
+    return inner().openForWriting(location, mode, size);
 }
 
 void ForwardingProvider::rename(const vfs::AbsoluteIRI& location,

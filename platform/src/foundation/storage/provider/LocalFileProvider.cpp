@@ -23,8 +23,8 @@ using local::localPath;
 
 class LocalInputStream : public InputStream {
 public:
-    LocalInputStream(Descriptor fd, local::LocalPath path)
-        : fd_(std::move(fd)), path_(std::move(path)) {}
+    LocalInputStream(Descriptor fd, local::LocalPath path, std::optional<std::uint64_t> size)
+        : fd_(std::move(fd)), path_(std::move(path)), size_(size) {}
 
     std::size_t read(std::span<char> buffer) override {
         for (;;) {
@@ -36,11 +36,14 @@ public:
         }
     }
 
+    std::optional<std::uint64_t> size() const override { return size_; }
+
     int descriptor() const noexcept { return fd_.get(); }
 
 private:
     Descriptor fd_;
     local::LocalPath path_;
+    std::optional<std::uint64_t> size_;
 };
 
 // The folder of a native path and its last component.
@@ -265,11 +268,17 @@ LocalFileProvider::openForReading(const vfs::AbsoluteIRI& location) const {
     }
     // Once open, reads wait for data as they would for any file.
     ::fcntl(fd.get(), F_SETFL, ::fcntl(fd.get(), F_GETFL) & ~O_NONBLOCK);
-    return std::make_unique<LocalInputStream>(std::move(fd), std::move(path));
+    // Only a file that holds blocks promises its size: those of /proc and /sys hold none and
+    // say 0 or 4096 whatever they give (a file of holes alone goes without one, as a pipe).
+    std::optional<std::uint64_t> size;
+    if (S_ISREG(st.st_mode) && st.st_blocks > 0)
+        size = static_cast<std::uint64_t>(st.st_size);
+    return std::make_unique<LocalInputStream>(std::move(fd), std::move(path), size);
 }
 
-std::unique_ptr<OutputStream> LocalFileProvider::openForWriting(const vfs::AbsoluteIRI& location,
-                                                                vfs::WriteMode mode) const {
+std::unique_ptr<OutputStream>
+LocalFileProvider::openForWriting(const vfs::AbsoluteIRI& location, vfs::WriteMode mode,
+                                  std::optional<std::uint64_t>) const {
     return std::make_unique<LocalOutputStream>(localPath(location, "openForWriting"), mode);
 }
 

@@ -96,7 +96,8 @@ StorageProvider::openForReading(const vfs::AbsoluteIRI& location) const {
 }
 
 std::unique_ptr<OutputStream> StorageProvider::openForWriting(const vfs::AbsoluteIRI& location,
-                                                              vfs::WriteMode) const {
+                                                              vfs::WriteMode,
+                                                              std::optional<std::uint64_t>) const {
     cannotChange("openForWriting", location);
 }
 

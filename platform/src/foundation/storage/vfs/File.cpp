@@ -36,11 +36,12 @@ provider::ExtendedAttributes File::getExtendedAttributes() const {
         .extended;
 }
 
-WriteStream File::openForWriting(WriteMode mode) const {
+WriteStream File::openForWriting(WriteMode mode, std::optional<std::uint64_t> size) const {
     const auto provider = this->provider();
-    return WriteStream(changing(*provider, getLocation(), "openForWriting",
-                                [&] { return provider->openForWriting(getLocation(), mode); }),
-                       provider->describe(getLocation()));
+    return WriteStream(
+        changing(*provider, getLocation(), "openForWriting",
+                 [&] { return provider->openForWriting(getLocation(), mode, size); }),
+        provider->describe(getLocation()));
 }
 
 void File::rename(const AbsoluteIRI& target) const {

@@ -13,7 +13,9 @@
 #include <boost/url/url.hpp>
 
 #include <array>
+#include <chrono>
 #include <span>
+#include <thread>
 #include <utility>
 
 namespace foundation::storage::provider {
@@ -152,10 +154,16 @@ void move(const HttpOptions& options, const vfs::AbsoluteIRI& location,
     });
 }
 
-// A DELETE that cleans up after a failure: its own failure is not the caller's.
+// A DELETE that cleans up after a failure: its own failure is not the caller's. A share
+// that is still taking a PUT cut off (rclone) holds a lock on its item until it is done
+// with it, and refuses the DELETE meanwhile with 423: the DELETE waits for it, a while.
 void removeQuietly(const HttpOptions& options, const vfs::AbsoluteIRI& location) noexcept {
     try {
-        http::Transfer::answered(options, requestFor(location, "DELETE"));
+        for (int attempt = 0;
+             http::Transfer::answered(options, requestFor(location, "DELETE"))->status() == 423 &&
+             attempt < 100;
+             ++attempt)
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
     } catch (...) {
     }
 }
@@ -185,13 +193,15 @@ vfs::AbsoluteIRI temporaryBeside(const DavProvider& provider, const vfs::Absolut
 }
 
 // New content PUT to a hidden name beside the item as it is written, and MOVEd over the
-// item at commit: in create mode never over an item that appeared meanwhile.
+// item at commit: in create mode never over an item that appeared meanwhile. With a size,
+// the PUT has a Content-Length, and the stream holds to it: curl would pass the bytes of a
+// longer body beyond it without a word, and wait on the share for the rest of a shorter one.
 class DavOutputStream : public OutputStream {
 public:
     DavOutputStream(const DavProvider& provider, const vfs::AbsoluteIRI& location,
-                    vfs::WriteMode mode)
+                    vfs::WriteMode mode, std::optional<std::uint64_t> size)
         : options_(provider.options()), location_(location), mode_(mode),
-          temporary_(temporaryBeside(provider, location)) {
+          temporary_(temporaryBeside(provider, location)), size_(size) {
         const ItemStatus item = provider.probe(location);
         if (item.type != ItemType::Nothing && mode == vfs::WriteMode::create)
             vfs::raise(vfs::ResourceAlreadyExists, "openForWriting", provider.describe(location));
@@ -202,6 +212,7 @@ public:
             requireFolderAbove(provider, location, "openForWriting");
         http::Request request = requestFor(temporary_, "PUT");
         request.streamedBody = true;
+        request.bodyLength = size;
         request.wait = http::Wait::Pace;
         transfer_ = std::make_unique<http::Transfer>(options_, std::move(request));
         open_ = true;
@@ -211,9 +222,22 @@ public:
     // A share that refuses the body (no room, no right) ends the transfer, and what is
     // written after is dropped; the refusal shows at commit, where the answer is awaited. A
     // status seen sooner may be no answer yet: curl asks once without the password first.
-    void write(std::span<const char> data) override { transfer_->send(data); }
+    void write(std::span<const char> data) override {
+        if (size_ && data.size() > *size_ - written_)
+            vfs::raise(vfs::IOError, "write", http::shown(location_),
+                       "more than the " + std::to_string(*size_) + " bytes declared: " +
+                           std::to_string(written_ + data.size()) + " written");
+        transfer_->send(data);
+        written_ += data.size();
+    }
 
     void commit() override {
+        if (size_ && written_ != *size_) {
+            abort();
+            vfs::raise(vfs::IOError, "close", http::shown(location_),
+                       "fewer than the " + std::to_string(*size_) +
+                           " bytes declared: " + std::to_string(written_) + " written");
+        }
         transfer_->finishBody();
         if (const auto failure = transfer_->failure()) {
             abort();
@@ -236,15 +260,24 @@ public:
         open_ = false;
         // The PUT is ended and its answer awaited before the DELETE: a share that writes in
         // place (rclone) would otherwise still be writing the temporary when it is removed,
-        // and keep what it wrote.
+        // and keep what it wrote. A body short of its length cannot end: its connection is
+        // closed instead, and a share that writes in place may then make the temporary of
+        // what came after a DELETE on another connection (rclone takes the PUT up late): it
+        // is removed once more a little later.
+        const bool cutOff = transfer_ && size_ && written_ != *size_;
         if (transfer_) {
             try {
-                transfer_->finishBody();
+                if (!cutOff)
+                    transfer_->finishBody();
             } catch (...) {
             }
             transfer_.reset();
         }
         removeQuietly(options_, temporary_);
+        if (cutOff) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+            removeQuietly(options_, temporary_);
+        }
     }
 
 private:
@@ -252,6 +285,8 @@ private:
     vfs::AbsoluteIRI location_;
     vfs::WriteMode mode_;
     vfs::AbsoluteIRI temporary_;
+    std::optional<std::uint64_t> size_;
+    std::uint64_t written_ = 0;
     std::unique_ptr<http::Transfer> transfer_; // its address is curl's: never moved
     bool open_ = false;
 };
@@ -319,8 +354,9 @@ std::unique_ptr<InputStream> DavProvider::openForReading(const vfs::AbsoluteIRI&
 }
 
 std::unique_ptr<OutputStream> DavProvider::openForWriting(const vfs::AbsoluteIRI& location,
-                                                          vfs::WriteMode mode) const {
-    return std::make_unique<dav::DavOutputStream>(*this, location, mode);
+                                                          vfs::WriteMode mode,
+                                                          std::optional<std::uint64_t> size) const {
+    return std::make_unique<dav::DavOutputStream>(*this, location, mode, size);
 }
 
 void DavProvider::rename(const vfs::AbsoluteIRI& location, const vfs::AbsoluteIRI& target) const {

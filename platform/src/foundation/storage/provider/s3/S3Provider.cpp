@@ -321,8 +321,10 @@ std::unique_ptr<InputStream> S3Provider::openForReading(const vfs::AbsoluteIRI& 
     return std::make_unique<ObjectReader>(options_, location);
 }
 
+// Without a use for `size`: each part is sent whole from memory, with its own length.
 std::unique_ptr<OutputStream> S3Provider::openForWriting(const vfs::AbsoluteIRI& location,
-                                                         vfs::WriteMode mode) const {
+                                                         vfs::WriteMode mode,
+                                                         std::optional<std::uint64_t>) const {
     return std::make_unique<ObjectWriter>(*this, location, mode);
 }
 

@@ -51,7 +51,8 @@ public:
     // Up to 8 MiB goes as one PUT at commit(); more as a multipart upload, its parts sent as
     // they fill and completed at commit(), aborted otherwise.
     std::unique_ptr<OutputStream> openForWriting(const vfs::AbsoluteIRI& location,
-                                                 vfs::WriteMode mode) const override;
+                                                 vfs::WriteMode mode,
+                                                 std::optional<std::uint64_t> size) const override;
     // CopyObject, then DeleteObject of the original.
     void rename(const vfs::AbsoluteIRI& location, const vfs::AbsoluteIRI& target) const override;
     // Refused (FolderNotEmpty) while anything is below it; its marker is deleted.
