@@ -221,7 +221,8 @@ public:
 
     // A share that refuses the body (no room, no right) ends the transfer, and what is
     // written after is dropped; the refusal shows at commit, where the answer is awaited. A
-    // status seen sooner may be no answer yet: curl asks once without the password first.
+    // status seen sooner may be no answer yet: curl asks a server it has not heard from once
+    // without the password first.
     void write(std::span<const char> data) override {
         if (size_ && data.size() > *size_ - written_)
             vfs::raise(vfs::IOError, "write", http::shown(location_),
