@@ -348,10 +348,25 @@ void DavProvider::createFolder(const vfs::AbsoluteIRI& location) const {
 }
 
 std::unique_ptr<InputStream> DavProvider::openForReading(const vfs::AbsoluteIRI& location) const {
+    // A folder has no body, whatever a share answers its GET with: nginx refuses it (403),
+    // rclone refuses it without its "/" (405) and lists it with one. So a name with a "/" is
+    // looked at first, and a refusal is looked into; a file's read costs no look.
+    const auto refuseAFolder = [&] {
+        if (probe(location).type == ItemType::Folder)
+            vfs::raise(vfs::InternalError, "open", describe(location), "a folder is there");
+    };
+    if (location.toIRI().uriPath().ends_with('/'))
+        refuseAFolder();
     // A body takes as long as it takes at a fair pace: a large file outlasts any deadline.
     http::Request request = dav::requestFor(location, "GET");
     request.wait = http::Wait::Pace;
-    return std::make_unique<http::BodyReader>(options_, request, location, "open");
+    try {
+        return std::make_unique<http::BodyReader>(options_, request, location, "open");
+    } catch (const vfs::Exception& error) {
+        if (error.getErrorCode() == vfs::PermissionDenied || error.getErrorCode() == vfs::IOError)
+            refuseAFolder();
+        throw;
+    }
 }
 
 std::unique_ptr<OutputStream> DavProvider::openForWriting(const vfs::AbsoluteIRI& location,
