@@ -229,12 +229,12 @@ void AbsoluteIRI::readNativePath(const fl::ustring& scheme, const fl::ustring& p
     iri_ = std::move(*iri);
 }
 
-network::IRI AbsoluteIRI::withPath(const network::IRI& iri, std::string_view path,
+network::IRI AbsoluteIRI::withPath(network::IRI iri, std::string_view path,
                                    bool keepQueryAndFragment) {
     // Editing the parsed form spares a parse of text that is valid already. Boost.URL 1.81
     // writes some paths otherwise than asked, though ("//a" after an authority as "/.//a",
     // "/" as "/./"): such a path goes in as text, read again.
-    boost::urls::url edited = iri.url();
+    boost::urls::url& edited = iri.url(ndetail::IRILayer());
     if (!keepQueryAndFragment) {
         edited.remove_fragment();
         edited.remove_query();
@@ -243,7 +243,7 @@ network::IRI AbsoluteIRI::withPath(const network::IRI& iri, std::string_view pat
     std::string expected;
     appendPath(expected, edited.has_authority(), path);
     if (view(edited.encoded_path()) == expected)
-        return network::IRI(ndetail::IRILayer(), std::move(edited));
+        return iri;
     std::string text(beforePath(edited));
     text += expected;
     const auto written = edited.encoded_path();
@@ -394,10 +394,12 @@ AbsoluteIRI AbsoluteIRI::resolve(const fl::ustring& reference) const {
 
 void CanonicalAbsoluteIRI::canonicalise() {
     const std::string_view path = segmentsPath(iri_.url());
-    if (path.empty() && iri_.hasAuthority())
-        iri_ = withPath(iri_, "/", true);
-    else if (path.find('.') != std::string_view::npos)
-        iri_ = withPath(iri_, ndetail::removeDotSegments(path), true);
+    if (path.empty() && iri_.hasAuthority()) {
+        iri_ = withPath(std::move(iri_), "/", true);
+    } else if (path.find('.') != std::string_view::npos) {
+        const std::string folded = ndetail::removeDotSegments(path); // before iri_ moves
+        iri_ = withPath(std::move(iri_), folded, true);
+    }
 }
 
 CanonicalAbsoluteIRI::CanonicalAbsoluteIRI(const AbsoluteIRI& iri) : AbsoluteIRI(iri) {
@@ -414,7 +416,7 @@ CanonicalAbsoluteIRI::CanonicalAbsoluteIRI(const CanonicalAbsoluteIRI& base,
         return;
     std::string path(segmentsPath(iri_.url()));
     const bool dotSegment = appendLeafSegment(path, leaf);
-    iri_ = withPath(iri_, path, false);
+    iri_ = withPath(std::move(iri_), path, false);
     // The base is canonical: only the segment just added can make it otherwise.
     if (dotSegment)
         canonicalise();
