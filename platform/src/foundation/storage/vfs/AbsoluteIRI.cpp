@@ -415,7 +415,18 @@ CanonicalAbsoluteIRI::CanonicalAbsoluteIRI(const CanonicalAbsoluteIRI& base,
     if (leaf.empty())
         return;
     std::string path(segmentsPath(iri_.url()));
+    const std::size_t baseEnd = path.size();
     const bool dotSegment = appendLeafSegment(path, leaf);
+    // Behind a path of its own, without a query or fragment to drop, the leaf goes in as one
+    // more segment: the IRI layer then checks and copies the leaf alone, not the whole path
+    // again. Where it wrote the path otherwise than asked, the whole path goes in.
+    boost::urls::url& url = iri_.url(ndetail::IRILayer());
+    if (!dotSegment && baseEnd > 0 && path[baseEnd] == '/' && !path.starts_with("//") &&
+        !url.has_query() && !url.has_fragment()) {
+        url.encoded_segments().push_back(std::string_view(path).substr(baseEnd + 1));
+        if (view(url.encoded_path()) == path)
+            return;
+    }
     iri_ = withPath(std::move(iri_), path, false);
     // The base is canonical: only the segment just added can make it otherwise.
     if (dotSegment)
