@@ -167,6 +167,8 @@ TEST(GetAttributes, ProbesAnswerForTheProcessThatAsks) {
 
 // Faults a disk will not make on demand, one storage operation at a time (the n-th call of
 // it, where a worker asks more than once). A fault that is answered leaves nothing pending.
+// With removal failing, every probe's file stays: a name made twice, after many probes or in
+// a child forked between two of them (the child as nobody), fails its second making.
 TEST(GetAttributes, StorageFaults) {
     const Zone& zone = zones[1];
     const vexa::testing::ScopedTimeZone inZone(zone.tz);
@@ -178,10 +180,14 @@ TEST(GetAttributes, StorageFaults) {
         core::PathAttributes expected; // unused when it throws
         int thrown;                    // the code raised, or -1
         std::size_t left;              // files left in the folder
+        int calls = 1;                 // each expected to answer the same
+        bool childAfterFirst = false;  // which makes one call of its own
     } cases[] = {
         {true, Op::List, 2, 0, {false, true, now, 0}, -1, 0},
         {true, Op::CreateFile, 8, 0, {true, false, real, 0}, -1, 0},
         {true, Op::RemoveFile, 7, 0, {true, true, now, 0}, -1, 1},
+        {true, Op::RemoveFile, 7, 0, {true, true, now, 0}, -1, 40, 40},
+        {true, Op::RemoveFile, 7, 0, {true, true, now, 0}, -1, 3, 2, true},
         {true, Op::Probe, 9, 0, {}, 9, 0}, // the folder's time cannot be read
         {false, Op::Open, 2, 0, {false, true, real, 5}, -1, 0},
         {false, Op::Attributes, 9, 1, {}, 9, 0}, // writability cannot be read
@@ -200,13 +206,21 @@ TEST(GetAttributes, StorageFaults) {
         const vexa::testing::ScopedStorageSystem storage(
             {vexa::testing::faultyFiles(c.operation, c.code, c.onlyCall)});
         ExceptionContextHandler::ClearPendingContext();
-        try {
-            const core::PathAttributes got = core::getAttributes(itemAt(path, c.folder), {});
-            EXPECT_EQ(c.thrown, -1);
-            EXPECT_FALSE(ExceptionContextHandler::PendingContext());
-            expectAttributes(got, c.expected, zone.offset);
-        } catch (const vfs::Exception& error) {
-            EXPECT_EQ(error.getErrorCode(), c.thrown);
+        for (int call = 0; call < c.calls; ++call) {
+            if (call == 1 && c.childAfterFirst) {
+                ASSERT_EQ(::chmod(dir.path().c_str(), 0755), 0);
+                ASSERT_EQ(::chmod(path.c_str(), 0777), 0);
+                EXPECT_TRUE(vexa::testing::holdsUnprivileged(
+                    [&] { return core::getAttributes(itemAt(path, c.folder), {}).writable; }));
+            }
+            try {
+                const core::PathAttributes got = core::getAttributes(itemAt(path, c.folder), {});
+                EXPECT_EQ(c.thrown, -1);
+                EXPECT_FALSE(ExceptionContextHandler::PendingContext());
+                expectAttributes(got, c.expected, zone.offset);
+            } catch (const vfs::Exception& error) {
+                EXPECT_EQ(error.getErrorCode(), c.thrown);
+            }
         }
         std::vector<std::string> files = entriesOf(dir / "folder");
         std::erase(files, "file");

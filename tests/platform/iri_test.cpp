@@ -296,18 +296,30 @@ TEST(AbsoluteIRI, ResolvedAndCanonicalIRIs) {
         {u"..", u"http://h/"},
         {u".", u"http://h/a/"},
         {u"...", u"http://h/a/..."},
+        {u"%41:b@c;d=e", u"http://h/a/%2541:b@c;d=e"},
+        {u"-._~!$&'()*+,", u"http://h/a/-._~!$&'()*+,"},
     };
     for (const auto& [leaf, expected] : leaves) {
         EXPECT_EQ(CanonicalAbsoluteIRI(base, leaf).toString(), expected) << utf8(leaf);
-        // The same made as text, from a base without query or fragment.
-        std::string text(CanonicalAbsoluteIRI(u"http://h/a").toIRI().uriText());
+        // The same made as text, and as an IRI with only a segment added, from a base without
+        // query or fragment.
+        const CanonicalAbsoluteIRI bare(u"http://h/a");
+        std::string text(bare.toIRI().uriText());
         CanonicalAbsoluteIRI::appendLeaf(text, leaf);
         if (*leaf != u'\0') {
             EXPECT_EQ(text, CanonicalAbsoluteIRI(base, leaf).toIRI().uriText()) << utf8(leaf);
+            EXPECT_EQ(text, CanonicalAbsoluteIRI(bare, leaf).toIRI().uriText()) << utf8(leaf);
         }
     }
+    // Bases where no segment may simply be added: a path ending in "/", one starting "//"
+    // without an authority.
     EXPECT_EQ(CanonicalAbsoluteIRI(CanonicalAbsoluteIRI(u"file:///"), u"x").toString(),
               u"file:///x");
+    EXPECT_EQ(CanonicalAbsoluteIRI(CanonicalAbsoluteIRI(u"file:///a/"), u"x").toString(),
+              u"file:///a/x");
+    EXPECT_EQ(CanonicalAbsoluteIRI(CanonicalAbsoluteIRI(u"xy:/.//a"), u"x").toString(),
+              u"xy:/.//a/x");
+    EXPECT_EQ(CanonicalAbsoluteIRI(CanonicalAbsoluteIRI(u"xy:a"), u"x").toString(), u"xy:a/x");
     EXPECT_THROW(CanonicalAbsoluteIRI(base, fl::ustring(u"a\0b", 3)), InvalidIRIException);
 }
 

@@ -80,8 +80,9 @@ public:
 
 protected:
     // `iri` with another path (as its segments read: no "/." in front), its query and
-    // fragment kept or dropped.
-    static network::IRI withPath(const network::IRI& iri, std::string_view path,
+    // fragment kept or dropped. Edited in place: an IRI moved in is not copied, so `path`
+    // must not lie in it.
+    static network::IRI withPath(network::IRI iri, std::string_view path,
                                  bool keepQueryAndFragment);
 
     network::IRI iri_;

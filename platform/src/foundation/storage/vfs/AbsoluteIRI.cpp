@@ -229,12 +229,12 @@ void AbsoluteIRI::readNativePath(const fl::ustring& scheme, const fl::ustring& p
     iri_ = std::move(*iri);
 }
 
-network::IRI AbsoluteIRI::withPath(const network::IRI& iri, std::string_view path,
+network::IRI AbsoluteIRI::withPath(network::IRI iri, std::string_view path,
                                    bool keepQueryAndFragment) {
     // Editing the parsed form spares a parse of text that is valid already. Boost.URL 1.81
     // writes some paths otherwise than asked, though ("//a" after an authority as "/.//a",
     // "/" as "/./"): such a path goes in as text, read again.
-    boost::urls::url edited = iri.url();
+    boost::urls::url& edited = iri.url(ndetail::IRILayer());
     if (!keepQueryAndFragment) {
         edited.remove_fragment();
         edited.remove_query();
@@ -243,7 +243,7 @@ network::IRI AbsoluteIRI::withPath(const network::IRI& iri, std::string_view pat
     std::string expected;
     appendPath(expected, edited.has_authority(), path);
     if (view(edited.encoded_path()) == expected)
-        return network::IRI(ndetail::IRILayer(), std::move(edited));
+        return iri;
     std::string text(beforePath(edited));
     text += expected;
     const auto written = edited.encoded_path();
@@ -394,10 +394,12 @@ AbsoluteIRI AbsoluteIRI::resolve(const fl::ustring& reference) const {
 
 void CanonicalAbsoluteIRI::canonicalise() {
     const std::string_view path = segmentsPath(iri_.url());
-    if (path.empty() && iri_.hasAuthority())
-        iri_ = withPath(iri_, "/", true);
-    else if (path.find('.') != std::string_view::npos)
-        iri_ = withPath(iri_, ndetail::removeDotSegments(path), true);
+    if (path.empty() && iri_.hasAuthority()) {
+        iri_ = withPath(std::move(iri_), "/", true);
+    } else if (path.find('.') != std::string_view::npos) {
+        const std::string folded = ndetail::removeDotSegments(path); // before iri_ moves
+        iri_ = withPath(std::move(iri_), folded, true);
+    }
 }
 
 CanonicalAbsoluteIRI::CanonicalAbsoluteIRI(const AbsoluteIRI& iri) : AbsoluteIRI(iri) {
@@ -413,8 +415,19 @@ CanonicalAbsoluteIRI::CanonicalAbsoluteIRI(const CanonicalAbsoluteIRI& base,
     if (leaf.empty())
         return;
     std::string path(segmentsPath(iri_.url()));
+    const std::size_t baseEnd = path.size();
     const bool dotSegment = appendLeafSegment(path, leaf);
-    iri_ = withPath(iri_, path, false);
+    // Behind a path of its own, without a query or fragment to drop, the leaf goes in as one
+    // more segment: the IRI layer then checks and copies the leaf alone, not the whole path
+    // again. Where it wrote the path otherwise than asked, the whole path goes in.
+    boost::urls::url& url = iri_.url(ndetail::IRILayer());
+    if (!dotSegment && baseEnd > 0 && path[baseEnd] == '/' && !path.starts_with("//") &&
+        !url.has_query() && !url.has_fragment()) {
+        url.encoded_segments().push_back(std::string_view(path).substr(baseEnd + 1));
+        if (view(url.encoded_path()) == path)
+            return;
+    }
+    iri_ = withPath(std::move(iri_), path, false);
     // The base is canonical: only the segment just added can make it otherwise.
     if (dotSegment)
         canonicalise();
