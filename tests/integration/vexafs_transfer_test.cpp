@@ -139,7 +139,7 @@ TEST(VexafsTransfer, CopiesMovesAndRemovals) {
     EXPECT_FALSE(std::filesystem::exists(dir / "tree/sub/tree"));
     EXPECT_EQ(contentOf(dir / "fromShare"), "hello\n");
     EXPECT_EQ(contentOf(shared + "a.txt"), "alpha");
-    EXPECT_THAT(share.requests(), HasSubstr("PUT 5 -\n")); // its size sent ahead
+    EXPECT_THAT(share.requests(), HasSubstr("PUT 5 - -\n")); // its size sent ahead
     EXPECT_EQ(contentOf(shared + "version"), contentOf("/proc/version"));
     EXPECT_EQ(contentOf(shared + "s.txt"), "alpha");
     EXPECT_EQ(contentOf(share.content() + "/private/p.txt"), "alpha");

@@ -6,7 +6,7 @@
 //   Nginx    nginx with its WebDAV module and the dav-ext module (PROPFIND, OPTIONS), plain
 //            and with TLS (a certificate made for the run, trusted through caFile()); PUT
 //            makes missing folders; ETag and Content-Type only in the headers; how each
-//            request's body came, in requests()
+//            request's body came (its length, chunks, an Expect), in requests()
 //   Rclone   `rclone serve webdav`: its own order of properties and namespace declarations,
 //            getetag and getcontenttype sent, other statuses (MKCOL of an existing folder
 //            succeeds, If-None-Match is ignored), and a listing cache, so that after the
@@ -151,7 +151,7 @@ private:
     default_type application/octet-stream;
     keepalive_requests 1000000;
     client_max_body_size 0;
-    log_format framing '$request_method $http_content_length $http_transfer_encoding';
+    log_format framing '$request_method $http_content_length $http_transfer_encoding $http_expect';
     access_log requests.log framing;
     server {
         listen 127.0.0.1:)" << port_ << R"(;

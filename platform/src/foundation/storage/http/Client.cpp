@@ -16,6 +16,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cstdlib>
 #include <cstring>
 #include <ctime>
 #include <map>
@@ -24,6 +25,8 @@
 #include <random>
 #include <stdexcept>
 #include <thread>
+
+#include <unistd.h>
 
 namespace foundation::storage::http {
 namespace {
@@ -79,6 +82,12 @@ private:
     std::mutex mutex_;
     std::map<std::string, long, std::less<>> byOrigin_;
 };
+
+// Whether curl may find a password in ~/.netrc: without the file it has none to give.
+bool hasNetrc() {
+    const char* home = std::getenv("HOME");
+    return home && *home && ::access((std::string(home) + "/.netrc").c_str(), F_OK) == 0;
+}
 
 } // namespace
 
@@ -176,7 +185,7 @@ Transfer::Transfer(const HttpOptions& options, Request request) : request_(std::
     curl_easy_setopt(easy, CURLOPT_WRITEDATA, this);
 
     const Credentials& who = request_.credentials;
-    authenticates_ = who.awsSigV4.empty() && (!who.user.empty() || who.netrc);
+    authenticates_ = who.awsSigV4.empty() && (!who.user.empty() || (who.netrc && hasNetrc()));
     const long scheme = authenticates_ ? Schemes::known().of(request_.url) : 0;
     if (!who.awsSigV4.empty())
         curl_easy_setopt(easy, CURLOPT_AWS_SIGV4, who.awsSigV4.c_str());
