@@ -14,6 +14,7 @@
 #include <foundation/storage/vfs/Folder.hpp>
 
 #include "DavServer.hpp"
+#include "bare_curl.hpp"
 #include "foundation/storage/provider/dav/Dav.hpp"
 #include "ratio.hpp"
 
@@ -58,13 +59,6 @@ const Share& share() {
     static const Share made;
     return made;
 }
-
-struct EasyCleanup {
-    void operator()(CURL* easy) const noexcept { curl_easy_cleanup(easy); }
-};
-struct ListCleanup {
-    void operator()(curl_slist* list) const noexcept { curl_slist_free_all(list); }
-};
 
 // PROPFIND requests on one handle, asking for the properties the provider asks for, the
 // answer counted and dropped: what a program written straight on libcurl transfers.
@@ -112,8 +106,8 @@ private:
         return size * count;
     }
 
-    std::unique_ptr<CURL, EasyCleanup> easy_;
-    std::unique_ptr<curl_slist, ListCleanup> headers_;
+    vexa::bench::EasyHandle easy_;
+    vexa::bench::HeaderList headers_;
     std::size_t bytes_ = 0;
     bool keep_ = false;
     std::string answer_;

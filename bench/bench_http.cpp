@@ -11,6 +11,7 @@
 
 #include "HttpServer.hpp"
 #include "RunProgram.hpp"
+#include "bare_curl.hpp"
 #include "ratio.hpp"
 
 #include <benchmark/benchmark.h>
@@ -55,10 +56,6 @@ const Site& site() {
     return made;
 }
 
-struct EasyCleanup {
-    void operator()(CURL* easy) const noexcept { curl_easy_cleanup(easy); }
-};
-
 // One HEAD request per URL on one handle, as a program written straight on libcurl would.
 class BareHead {
 public:
@@ -75,7 +72,7 @@ public:
     }
 
 private:
-    std::unique_ptr<CURL, EasyCleanup> easy_;
+    vexa::bench::EasyHandle easy_;
 };
 
 // Each call checks the next URL, round the 1,000.

@@ -12,6 +12,7 @@
 #include <foundation/storage/vfs/AbsoluteIRI.hpp>
 
 #include "S3Server.hpp"
+#include "bare_curl.hpp"
 #include "ratio.hpp"
 
 #include <benchmark/benchmark.h>
@@ -76,13 +77,6 @@ const Bucket& bucket() {
     return made;
 }
 
-struct EasyCleanup {
-    void operator()(CURL* easy) const noexcept { curl_easy_cleanup(easy); }
-};
-struct ListCleanup {
-    void operator()(curl_slist* list) const noexcept { curl_slist_free_all(list); }
-};
-
 // Requests on one signed handle, as a program written straight on libcurl would make them.
 class Bare {
 public:
@@ -135,8 +129,8 @@ private:
         return size * count;
     }
 
-    std::unique_ptr<CURL, EasyCleanup> easy_;
-    std::unique_ptr<curl_slist, ListCleanup> headers_;
+    vexa::bench::EasyHandle easy_;
+    vexa::bench::HeaderList headers_;
     std::string body_;
 };
 
