@@ -185,7 +185,7 @@ Transfer::Transfer(const HttpOptions& options, Request request) : request_(std::
     curl_easy_setopt(easy, CURLOPT_WRITEDATA, this);
 
     const Credentials& who = request_.credentials;
-    authenticates_ = who.awsSigV4.empty() && (!who.user.empty() || (who.netrc && hasNetrc()));
+    authenticates_ = who.awsSigV4.empty() && (!who.user.empty() || who.netrc);
     const long scheme = authenticates_ ? Schemes::known().of(request_.url) : 0;
     if (!who.awsSigV4.empty())
         curl_easy_setopt(easy, CURLOPT_AWS_SIGV4, who.awsSigV4.c_str());
@@ -238,12 +238,14 @@ Transfer::Transfer(const HttpOptions& options, Request request) : request_(std::
     }
     // The body goes at once, not after a second's wait for "100 Continue". A signed request
     // does without the header's removal ("Expect:"): curl 7.88 signs it as a header that is
-    // then never sent, a signature S3 refuses.
-    // A streamed body to a server whose scheme is not known yet waits for "100 Continue":
-    // the 401 that tells the scheme comes before any of the body is sent.
+    // then never sent, a signature S3 refuses. Only a streamed body that may carry a password
+    // (given, or in an existing ~/.netrc) to a server whose scheme is not known yet waits for
+    // "100 Continue": the 401 that tells the scheme comes before any of the body is sent.
+    const bool awaitsScheme =
+        request_.streamedBody && authenticates_ && scheme == 0 && (!who.user.empty() || hasNetrc());
     if (sendsBody && isSigned)
         curl_easy_setopt(easy, CURLOPT_EXPECT_100_TIMEOUT_MS, 0L);
-    else if (sendsBody && !(request_.streamedBody && authenticates_ && scheme == 0))
+    else if (sendsBody && !awaitsScheme)
         headers_->add("Expect:");
     if (!request_.range.empty())
         curl_easy_setopt(easy, CURLOPT_RANGE, request_.range.c_str());
